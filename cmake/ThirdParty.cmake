@@ -1,0 +1,16 @@
+# Header-only packages of the build machine. /usr/include itself would bring the wrong system
+# headers into a cross build, so a folder of our own holds just these packages.
+set(ZORVANE_THIRD_PARTY_DIR "${CMAKE_BINARY_DIR}/third_party")
+file(MAKE_DIRECTORY "${ZORVANE_THIRD_PARTY_DIR}")
+foreach(package CLI fmt nlohmann spdlog)
+  if(CMAKE_CROSSCOMPILING)
+    if(NOT EXISTS "/usr/include/${package}")
+      message(FATAL_ERROR "Headers /usr/include/${package} are missing: run scripts/setup.")
+    endif()
+    file(CREATE_LINK "/usr/include/${package}" "${ZORVANE_THIRD_PARTY_DIR}/${package}" SYMBOLIC)
+  endif()
+endforeach()
+
+add_library(zorvane_third_party INTERFACE)
+target_include_directories(zorvane_third_party SYSTEM INTERFACE "${ZORVANE_THIRD_PARTY_DIR}")
+target_compile_definitions(zorvane_third_party INTERFACE FMT_HEADER_ONLY)

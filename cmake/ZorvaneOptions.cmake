@@ -1,0 +1,51 @@
+# What every target of this project is compiled and linked with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_EXTENSIONS OFF)
+
+# A library is named as its users load it: Nvml.dll, not libNvml.dll.
+set(CMAKE_SHARED_LIBRARY_PREFIX "")
+set(CMAKE_SHARED_MODULE_PREFIX "")
+
+# CMake adds a list of import libraries of its own; each target names what it needs instead.
+set(CMAKE_C_STANDARD_LIBRARIES "" CACHE STRING "" FORCE)
+set(CMAKE_CXX_STANDARD_LIBRARIES "" CACHE STRING "" FORCE)
+
+add_library(zorvane_options INTERFACE)
+
+target_compile_definitions(zorvane_options INTERFACE
+  UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 WINVER=0x0A00)
+
+target_compile_options(zorvane_options INTERFACE
+  -g -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-qual
+  -Wformat=2 -Wundef -Wvla
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual -Wextra-semi -Wnull-dereference
+    -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wsuggest-override
+    -Wzero-as-null-pointer-constant>
+  -ffunction-sections -fdata-sections
+  $<$<CONFIG:Release>:-O2>)
+
+# Nothing of the machine that builds may show in what is built. Both maps are needed: the debugger's
+# paths and the __FILE__ of an assertion. The log sites' maps (src/CMakeLists.txt) come later and win.
+target_compile_options(zorvane_options INTERFACE
+  "-fdebug-prefix-map=${CMAKE_SOURCE_DIR}/=./"
+  "-fdebug-prefix-map=${CMAKE_BINARY_DIR}=build"
+  "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=./")
+
+target_link_options(zorvane_options INTERFACE
+  -static -Wl,--gc-sections -Wl,--no-insert-timestamp -Wl,--fatal-warnings
+  -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+
+# zorvane_split_debug(target): moves the debugging symbols into "<file>.debug" beside the file.
+# Dates are preserved because a rebuild of one commit gives the same bytes.
+function(zorvane_split_debug target)
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug $<TARGET_FILE:${target}>
+            $<TARGET_FILE:${target}>.debug
+    COMMAND ${CMAKE_STRIP} --preserve-dates --strip-all $<TARGET_FILE:${target}>
+    COMMAND ${CMAKE_OBJCOPY} --preserve-dates --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug
+            $<TARGET_FILE:${target}>
+    VERBATIM)
+endfunction()

@@ -1,0 +1,75 @@
+#include "workerlibrary.h"
+
+#include <windows.h>
+
+#include <array>
+
+#include "imports.h"
+#include "reporterror.h"
+
+namespace {
+
+constexpr char kExportName[] = "ZorvaneProcess";
+
+std::wstring FullPath(const std::wstring& path) {
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(
+        GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full.empty() ? path : full;
+}
+
+std::wstring Folder(const std::wstring& path) { return path.substr(0, path.find_last_of(L"\\/")); }
+
+// The first library that `module` imports and that cannot be loaded; empty when all can be.
+std::wstring FirstBrokenImport(const std::wstring& path, DWORD& error) {
+    for (const std::wstring& name : ImportedLibraries(path)) {
+        if (!LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)) {
+            error = GetLastError();
+            return name;
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+std::wstring CWorkerLibrary::DefaultPath() {
+    std::array<wchar_t, 32768> executable{};
+    GetModuleFileNameW(nullptr, executable.data(), static_cast<DWORD>(executable.size()));
+    return Folder(executable.data()) + L"\\Zorvane.dll";
+}
+
+EHostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
+    const std::wstring fullPath = FullPath(path);
+    if (GetFileAttributesW(fullPath.c_str()) == INVALID_FILE_ATTRIBUTES) {
+        error = L"library " + fullPath + L" not found: " + DescribeError(GetLastError());
+        return EHostExit::kLibraryMissing;
+    }
+    // Never the current folder or PATH: this process may run elevated.
+    AddDllDirectory(Folder(fullPath).c_str());
+    const HMODULE module =
+        LoadLibraryExW(fullPath.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+    if (!module) {
+        const DWORD loadError = GetLastError();
+        DWORD importError = 0;
+        const std::wstring import = FirstBrokenImport(fullPath, importError);
+        if (!import.empty()) {
+            error = L"library " + fullPath + L" needs " + import + L", which cannot be loaded: " +
+                    DescribeError(importError);
+            return EHostExit::kDependencyMissing;
+        }
+        error = L"library " + fullPath + L" cannot be loaded: " + DescribeError(loadError);
+        return EHostExit::kLibraryUnusable;
+    }
+    m_module = module;
+    const FARPROC entry = GetProcAddress(module, kExportName);
+    if (!entry) {
+        error = L"library " + fullPath + L" has no export ZorvaneProcess: " +
+                DescribeError(GetLastError());
+        return EHostExit::kExportMissing;
+    }
+    m_entry = reinterpret_cast<void (*)(wchar_t*)>(reinterpret_cast<void*>(entry));
+    return EHostExit::kOrderlyEnd;
+}
+
+void CWorkerLibrary::Run(wchar_t* commandLine) const { m_entry(commandLine); }

@@ -1,0 +1,38 @@
+/** Loading the worker library and entering it. */
+#pragma once
+
+#include <string>
+
+/** Exit codes of the host. */
+enum class EHostExit : int {
+    kOrderlyEnd = 0,
+    kLibraryMissing = 2,
+    /** A library that the worker library needs is missing or broken. */
+    kDependencyMissing = 3,
+    kExportMissing = 4,
+    /** The file is there but Windows refuses it. */
+    kLibraryUnusable = 5
+};
+
+/** The worker library in this process. It stays loaded until the process ends. */
+class CWorkerLibrary {
+  public:
+    /** The library that is used when none is named: Zorvane.dll in the executable's folder. */
+    static std::wstring DefaultPath();
+
+    /**
+     * Loads `path`; what it needs is looked for beside it, beside the executable and in the system
+     * folder. On failure `error` is one line that names what is missing.
+     */
+    EHostExit Load(const std::wstring& path, std::wstring& error);
+
+    /** Calls the export on this thread and returns when the worker has ended. Needs Load. */
+    void Run(wchar_t* commandLine) const;
+
+    /** Where the library lies in memory; null before Load. */
+    void* Base() const { return m_module; }
+
+  private:
+    void* m_module = nullptr;
+    void (*m_entry)(wchar_t*) = nullptr;
+};

@@ -4,6 +4,8 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_C_STANDARD 11)
 set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 
 # A library is named as its users load it: Nvml.dll, not libNvml.dll.
 set(CMAKE_SHARED_LIBRARY_PREFIX "")
@@ -24,12 +26,11 @@ target_compile_options(zorvane_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual -Wextra-semi -Wnull-dereference
     -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wsuggest-override
     -Wzero-as-null-pointer-constant>
-  -ffunction-sections -fdata-sections
-  $<$<CONFIG:Release>:-O2>)
+  -ffunction-sections -fdata-sections)
 
 # Nothing of the machine that builds may show in what is built. Both maps are needed: the debugger's
-# paths and the __FILE__ of an assertion. The log sites' maps (src/CMakeLists.txt) come later and win.
-target_compile_options(zorvane_options INTERFACE
+# paths and __FILE__. As options of the folder they stand before a target's own: the last one wins.
+add_compile_options(
   "-fdebug-prefix-map=${CMAKE_SOURCE_DIR}/=./"
   "-fdebug-prefix-map=${CMAKE_BINARY_DIR}=build"
   "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=./")

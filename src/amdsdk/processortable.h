@@ -1,0 +1,18 @@
+/** Which processors the vendor library knows. */
+#pragma once
+
+#include <cstdint>
+
+/** What is known of a processor. */
+enum class EProcessorSupport {
+    kNo,
+    /** Supported, but only while Virtualization-Based Security is off. */
+    kVbsMustBeOff,
+    kYes
+};
+
+/**
+ * Looks a processor up: `packageType` is EBX of CPUID leaf 0x80000001 shifted right by 28 as a
+ * signed number (-8 to 7), `signature` that leaf's whole EAX.
+ */
+EProcessorSupport LookUpProcessor(int32_t packageType, uint32_t signature);

@@ -1,0 +1,37 @@
+#include <windows.h>
+
+#include <functional>
+#include <memory>
+
+#include "log/logger.h"
+#include "module.h"
+#include "process/msgloopprocess.h"
+#include "zorvaneprocess.h"
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+    if (reason != DLL_PROCESS_ATTACH) {
+        return TRUE;
+    }
+    DisableThreadLibraryCalls(module);
+    SetModuleInstance(module);
+    ModulePath path;
+    GetPathBesideModule(module, L"Log\\Qorvella_HardwareDll.log", path);
+    ZorLog::InitLogger(path, L"E");
+    return TRUE;
+}
+
+/**
+ * Runs the worker on the calling thread and returns when it has ended. The command line names the
+ * stub window (--wnd) and this worker (--entry); it is only read. Reports nothing to its caller.
+ */
+extern "C" void ZorvaneProcess(wchar_t* commandLine) {
+    const auto host = std::make_shared<CMsgLoopProcess>();
+    const auto manager = std::make_shared<CZorvaneProcess>();
+    // The host will hold this function and with it both objects, itself included: they live as long
+    // as the process.
+    std::function<void()> work =
+        std::bind(&IZorvaneTask::Execute, manager, std::shared_ptr<IProcess>(host));
+    host->Init(commandLine, std::move(work));
+    host->Run();
+    ZorLog::ShutdownLogger();
+}

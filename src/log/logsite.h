@@ -1,0 +1,32 @@
+/** The one way in which every site logs. */
+#pragma once
+
+#include <string>
+
+namespace ZorLog {
+
+/**
+ * "[%4d][%s] " with the line number and the base name of `path`, which is what stands between its
+ * last "\" and its last "."; "[%4d] " when there is no such name. At most 99 characters.
+ */
+std::string FormatSourcePrefix(const char* path, int line);
+
+/** True when the process-wide logger wants messages of log sites. */
+bool IsSiteEnabled();
+
+/**
+ * Composes one information-level line and hands it to the process-wide logger. The printf-style
+ * `format` follows Windows' rules: %s takes wide text. Text from outside is an argument, never the
+ * format. A message without text is written as "(null)".
+ */
+void WriteSite(const char* path, int line, const wchar_t* format, ...);
+
+}  // namespace ZorLog
+
+/** Logs one information-level message; its arguments are not evaluated when the log is silent. */
+#define LOG_INFO(...)                                           \
+    do {                                                        \
+        if (ZorLog::IsSiteEnabled()) {                          \
+            ZorLog::WriteSite(__FILE__, __LINE__, __VA_ARGS__); \
+        }                                                       \
+    } while (false)

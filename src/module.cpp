@@ -1,0 +1,27 @@
+#include "module.h"
+
+#include <shlwapi.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+HINSTANCE s_instance = nullptr;
+
+}  // namespace
+
+void SetModuleInstance(HINSTANCE instance) { s_instance = instance; }
+
+HINSTANCE ModuleInstance() { return s_instance; }
+
+void GetModuleFolder(HMODULE module, ModulePath& path) {
+    std::fill(std::begin(path), std::end(path), L'\0');
+    GetModuleFileNameW(module, path, MAX_PATH);
+    PathRemoveFileSpecW(path);
+}
+
+void GetPathBesideModule(HMODULE module, const wchar_t* relative, ModulePath& path) {
+    GetModuleFolder(module, path);
+    PathAppendW(path, relative);
+}

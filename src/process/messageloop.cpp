@@ -1,0 +1,36 @@
+#include "process/messageloop.h"
+
+namespace {
+
+// WM_SYSTIMER, the caret's blinking; Windows' headers do not name it.
+constexpr UINT kCaretTimerMessage = 0x118;
+
+}  // namespace
+
+bool BeginsIdleTime(UINT message) {
+    return message != WM_MOUSEMOVE && message != WM_NCMOUSEMOVE && message != WM_PAINT &&
+           message != kCaretTimerMessage;
+}
+
+void RunMessageLoop() {
+    bool idle = true;
+    for (;;) {
+        MSG message{};
+        // There is nothing to do in idle time, so one look at the empty queue ends it.
+        if (idle && !PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE)) {
+            idle = false;
+        }
+        const BOOL got = GetMessageW(&message, nullptr, 0, 0);
+        if (got == -1) {
+            continue;
+        }
+        if (got == 0) {
+            return;
+        }
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+        if (BeginsIdleTime(message.message)) {
+            idle = true;
+        }
+    }
+}

@@ -1,0 +1,183 @@
+#include "process/msgloopprocess.h"
+
+#include <process.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "log/logsite.h"
+#include "process/srwlockguard.h"
+#include "zorvane/wire.h"
+
+namespace {
+
+constexpr UINT kSendTimeoutMs = 1000;
+
+// At most 31 characters and a NUL; what stands behind the NUL is left as it is.
+void CopyEntry(const std::wstring& entry, wchar_t* field) {
+    const size_t length = std::min<size_t>(entry.size(), kWireTextLength - 1);
+    std::copy_n(entry.begin(), length, field);
+    field[length] = L'\0';
+}
+
+}  // namespace
+
+CMsgLoopProcess::CMsgLoopProcess() : m_quitEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+
+void CMsgLoopProcess::Init(const wchar_t* commandLine, std::function<void()> work) {
+    if (!commandLine) {
+        return;
+    }
+    LOG_INFO(L"cmd:%s", commandLine);
+    m_args.SetCommandLine(commandLine);
+    m_args.Parse();
+    std::wstring stub;
+    m_args.GetValue(L"--wnd", stub);
+    m_args.GetValue(L"--entry", m_entry);
+    // Window handles have 32 significant bits and are sign-extended.
+    m_stub = reinterpret_cast<HWND>(INT_PTR{_wtoi(stub.c_str())});
+    m_work = std::move(work);
+}
+
+bool CMsgLoopProcess::SendCopyData(const COPYDATASTRUCT* data) {
+    if (!IsStubAlive()) {
+        LOG_INFO(L"Send msg to stub wnd failed, msg=%d", static_cast<int>(data->dwData));
+        return false;
+    }
+    return SendMessageTimeoutW(m_stub, WM_COPYDATA, reinterpret_cast<WPARAM>(Window()),
+                               reinterpret_cast<LPARAM>(data), SMTO_BLOCK, kSendTimeoutMs,
+                               nullptr) > 0;
+}
+
+const wchar_t* CMsgLoopProcess::GetEntry() { return m_entry.c_str(); }
+
+void CMsgLoopProcess::Run() { RunLoop(); }
+
+BOOL CMsgLoopProcess::Quit() {
+    if (m_quitEvent) {
+        SetEvent(m_quitEvent);
+    }
+    return PostMessageW(Window(), WM_CLOSE, 0, 0);
+}
+
+bool CMsgLoopProcess::WaitQuit(DWORD timeoutMs) {
+    return m_quitEvent && WaitForSingleObject(m_quitEvent, timeoutMs) == WAIT_OBJECT_0;
+}
+
+void CMsgLoopProcess::SendData(wchar_t* buffer, DWORD size) {
+    if (!buffer || size == 0) {
+        return;
+    }
+    CopyEntry(m_entry, buffer);
+    const COPYDATASTRUCT data{kCopyDataTaskData, size, buffer};
+    SendCopyData(&data);
+}
+
+BOOL CMsgLoopProcess::ProcessWindowMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
+                                           LRESULT& result) {
+    if (CMsgLoopThread::ProcessWindowMessage(window, message, wParam, lParam, result)) {
+        return TRUE;
+    }
+    const CHandledScope scope(m_handled);
+    switch (message) {
+        case WM_CREATE:
+            result = OnCreate();
+            break;
+        case WM_TIMER:
+            OnTimer(wParam);
+            result = 0;
+            break;
+        case WM_COPYDATA:
+            result = OnCopyData(reinterpret_cast<const COPYDATASTRUCT*>(lParam));
+            break;
+        default:
+            m_handled = FALSE;
+            break;
+    }
+    return m_handled;
+}
+
+LRESULT CMsgLoopProcess::OnCreate() {
+    if (!StartWorkThread()) {
+        PostMessageW(Window(), WM_CLOSE, 0, 0);
+        LOG_INFO(L"OnCreate failed, process quit.");
+        return 0;
+    }
+    SendHello();
+    KillTimer(Window(), kStubCheckTimerId);
+    SetTimer(Window(), kStubCheckTimerId, kStubCheckPeriodMs, nullptr);
+    return 0;
+}
+
+bool CMsgLoopProcess::StartWorkThread() {
+    // Held until the handle is stored: a short work function must find the handle that it closes.
+    const CSrwLockGuard starting(m_workThreadLock);
+    m_workThread =
+        reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, WorkThreadEntry, this, 0, nullptr));
+    return m_workThread != nullptr;
+}
+
+void CMsgLoopProcess::SendHello() {
+    HelloPayload hello{};
+    CopyEntry(m_entry, hello.entry);
+    hello.hostWnd = reinterpret_cast<uintptr_t>(Window());
+    const COPYDATASTRUCT data{kCopyDataHello, sizeof(hello), &hello};
+    SendCopyData(&data);
+}
+
+bool CMsgLoopProcess::IsStubAlive() const { return m_stub && IsWindow(m_stub); }
+
+void CMsgLoopProcess::OnTimer(UINT_PTR timerId) {
+    if (timerId != kStubCheckTimerId || IsStubAlive()) {
+        return;
+    }
+    KillTimer(Window(), kStubCheckTimerId);
+    PostMessageW(Window(), WM_CLOSE, 0, 0);
+    LOG_INFO(L"Stub do NOT exists, process quit.");
+}
+
+BOOL CMsgLoopProcess::OnCopyData(const COPYDATASTRUCT* data) {
+    if (data && data->dwData == kCopyDataStop) {
+        LOG_INFO(L"OnCopyData StopLoop");
+        Quit();
+    }
+    return TRUE;
+}
+
+void CMsgLoopProcess::OnClose() {
+    LOG_INFO(L"CMsgLoopProcess OnClose.");
+    if (m_quitEvent) {
+        SetEvent(m_quitEvent);
+    }
+    HANDLE workThread = nullptr;
+    {
+        const CSrwLockGuard taking(m_workThreadLock);
+        workThread = std::exchange(m_workThread, nullptr);
+    }
+    if (workThread) {
+        WaitForSingleObject(workThread, INFINITE);
+        CloseHandle(workThread);
+    }
+    CloseHandle(m_quitEvent);
+    m_quitEvent = nullptr;
+    CMsgLoopThread::OnClose();
+}
+
+unsigned __stdcall CMsgLoopProcess::WorkThreadEntry(void* parameter) {
+    if (parameter) {
+        static_cast<CMsgLoopProcess*>(parameter)->WorkThreadFun();
+    }
+    return 0;
+}
+
+void CMsgLoopProcess::WorkThreadFun() {
+    if (m_work) {
+        m_work();
+    }
+    const CSrwLockGuard ending(m_workThreadLock);
+    if (const HANDLE ownHandle = std::exchange(m_workThread, nullptr)) {
+        CloseHandle(ownHandle);
+    }
+    LOG_INFO(L"WorkThreadFun process quit.");
+    PostMessageW(Window(), WM_CLOSE, 0, 0);
+}

@@ -1,0 +1,119 @@
+#include "process/window.h"
+
+#include <stdio.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "module.h"
+#include "process/srwlockguard.h"
+
+namespace {
+
+// A window that is being created; its first message finds its object by the thread.
+struct Creation {
+    DWORD threadId;
+    CWindowBase* object;
+};
+
+SRWLOCK s_creationsLock{};
+std::vector<Creation> s_creations;
+
+void AddCreation(CWindowBase* object) {
+    const CSrwLockGuard guard(s_creationsLock);
+    s_creations.push_back({GetCurrentThreadId(), object});
+}
+
+// The newest creation of this thread; null when there is none (left).
+CWindowBase* TakeCreation() {
+    const CSrwLockGuard guard(s_creationsLock);
+    const auto found = std::find_if(
+        s_creations.rbegin(), s_creations.rend(),
+        [](const Creation& creation) { return creation.threadId == GetCurrentThreadId(); });
+    if (found == s_creations.rend()) {
+        return nullptr;
+    }
+    CWindowBase* object = found->object;
+    s_creations.erase(std::next(found).base());
+    return object;
+}
+
+}  // namespace
+
+CWindowClass::~CWindowClass() {
+    if (m_atom) {
+        UnregisterClassW(MAKEINTATOM(m_atom), ModuleInstance());
+    }
+}
+
+ATOM CWindowClass::Register() {
+    const CSrwLockGuard guard(m_lock);
+    if (m_atom) {
+        return m_atom;
+    }
+    wchar_t name[5 + 2 * sizeof(void*)] = {};
+    _snwprintf(name, ARRAYSIZE(name) - 1, L"ATL:%p", static_cast<void*>(this));
+    WNDCLASSEXW description{};
+    description.cbSize = sizeof(description);
+    description.style = CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS;
+    description.lpfnWndProc = CWindowBase::StartWindowProc;
+    description.hInstance = ModuleInstance();
+    description.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    description.hbrBackground = reinterpret_cast<HBRUSH>(ULONG_PTR{COLOR_WINDOW + 1});
+    description.lpszClassName = name;
+    m_atom = RegisterClassExW(&description);
+    return m_atom;
+}
+
+CWindowBase::~CWindowBase() {
+    if (m_window) {
+        SetWindowLongPtrW(m_window, GWLP_USERDATA, 0);
+    }
+}
+
+WNDPROC CWindowBase::GetWindowProc() { return WindowProc; }
+
+void CWindowBase::OnFinalMessage(HWND) {}
+
+HWND CWindowBase::CreateHidden(ATOM windowClass) {
+    AddCreation(this);
+    const HWND window = CreateWindowExW(WS_EX_TOOLWINDOW, MAKEINTATOM(windowClass), nullptr,
+                                        WS_POPUP, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT,
+                                        CW_USEDEFAULT, nullptr, nullptr, ModuleInstance(), nullptr);
+    if (!window) {
+        const DWORD error = GetLastError();
+        TakeCreation();
+        SetLastError(error);
+    }
+    return window;
+}
+
+LRESULT CALLBACK CWindowBase::StartWindowProc(HWND window, UINT message, WPARAM wParam,
+                                              LPARAM lParam) {
+    CWindowBase* self = TakeCreation();
+    if (!self) {
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+    self->m_window = window;
+    const WNDPROC procedure = self->GetWindowProc();
+    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+    SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
+    return procedure(window, message, wParam, lParam);
+}
+
+LRESULT CALLBACK CWindowBase::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    auto* self = reinterpret_cast<CWindowBase*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (!self) {
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+    LRESULT result = 0;
+    if (!self->ProcessWindowMessage(window, message, wParam, lParam, result)) {
+        result = DefWindowProcW(window, message, wParam, lParam);
+    }
+    if (message == WM_NCDESTROY) {
+        SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+        self->m_window = nullptr;
+        self->OnFinalMessage(window);
+    }
+    return result;
+}

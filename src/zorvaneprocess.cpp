@@ -1,0 +1,105 @@
+#include "zorvaneprocess.h"
+
+#include "amdsdk/amdsdktask.h"
+#include "log/logger.h"
+#include "log/logsite.h"
+#include "nvmlinfo/nvmlinfotask.h"
+#include "settings.h"
+
+namespace {
+
+constexpr DWORD kCyclePauseMs = 1000;
+
+// A process that runs for long logs only its start.
+constexpr unsigned kFullyLoggedCycles = 5;
+
+}  // namespace
+
+int CZorvaneProcess::Init() {
+    LOG_INFO(L"CZorvaneProcess::Init");
+    AddNvmlTask();
+    if (IsAmdTaskSwitchedOn()) {
+        AddAmdTask();
+    } else {
+        LOG_INFO(L"sdk_flag is off...");
+    }
+    return 1;
+}
+
+void CZorvaneProcess::AddNvmlTask() {
+    const auto task = std::make_shared<CNvmlInfoTask>();
+    if (task->Init() == 0) {
+        task->Uninit();
+        LOG_INFO(L"add NvmlInfoTask failed");
+        return;
+    }
+    m_tasks.push_back(task);
+    LOG_INFO(L"add NvmlInfoTask");
+}
+
+void CZorvaneProcess::AddAmdTask() {
+    const auto task = std::make_shared<CAMDSDKTask>(&GetPlatform());
+    if (task->Init() == 0) {
+        task->Uninit();
+        LOG_INFO(L"add AmdSdkTask failed");
+        SwitchAmdTaskOff();
+        return;
+    }
+    m_tasks.push_back(task);
+    LOG_INFO(L"add AmdSdkTask");
+}
+
+int CZorvaneProcess::IsSupported() {
+    int supported = 0;
+    for (const std::shared_ptr<IZorvaneTask>& task : m_tasks) {
+        supported |= task->IsSupported();
+    }
+    return supported;
+}
+
+int CZorvaneProcess::Execute(std::shared_ptr<IProcess> process) {
+    if (!process) {
+        return 0;
+    }
+    IZorvaneTask& self = *this;
+    self.Init();
+    if (process->WaitQuit(0)) {
+        return 0;
+    }
+    unsigned cycles = 0;
+    for (;;) {
+        RunCycle(process);
+        ++cycles;
+        if (cycles > kFullyLoggedCycles) {
+            ZorLog::SetLogLevel(ZorLog::kLevelOff);
+        }
+        if (m_tasks.empty() || process->WaitQuit(kCyclePauseMs)) {
+            break;
+        }
+    }
+    self.Uninit();
+    return 1;
+}
+
+void CZorvaneProcess::RunCycle(const std::shared_ptr<IProcess>& process) {
+    for (size_t position = 0; position < m_tasks.size();) {
+        const std::shared_ptr<IZorvaneTask> task = m_tasks[position];
+        if (!task || task->Execute(process) != 0) {
+            ++position;
+            continue;
+        }
+        task->Uninit();
+        m_tasks.erase(m_tasks.begin() + static_cast<std::ptrdiff_t>(position));
+        LOG_INFO(L"task erro. size:%d", static_cast<int>(m_tasks.size()));
+    }
+}
+
+void CZorvaneProcess::Uninit() {
+    LOG_INFO(L"ZorvaneProcess Uninit. size:%d", static_cast<int>(m_tasks.size()));
+    for (const std::shared_ptr<IZorvaneTask>& task : m_tasks) {
+        if (task) {
+            task->Uninit();
+        }
+    }
+    m_tasks.clear();
+}

@@ -110,7 +110,12 @@ void StopDevices() {
 }
 
 Cpu& CurrentCpu() {
-    static Cpu s_none{.platformInit = false, .device = false};
+    static Cpu s_none = [] {
+        Cpu none;
+        none.platformInit = false;
+        none.device = false;
+        return none;
+    }();
     Scenario* scenario = CurrentScenario();
     return scenario && scenario->cpu ? *scenario->cpu : s_none;
 }

@@ -129,8 +129,9 @@ void SendZeros(const std::wstring& step) {
 }
 
 void Crash() {
-    volatile int* nowhere = reinterpret_cast<volatile int*>(std::uintptr_t{8});
-    *nowhere = 1;
+    // An address that the compiler does not see through.
+    volatile std::uintptr_t nowhere = 8;
+    *reinterpret_cast<volatile int*>(nowhere) = 1;
 }
 
 void Do(const std::wstring& step) {

@@ -23,7 +23,7 @@ target_compile_definitions(zorvane_options INTERFACE
 target_compile_options(zorvane_options INTERFACE
   -g -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-qual
   -Wformat=2 -Wundef -Wvla
-  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual -Wextra-semi -Wnull-dereference
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual -Wextra-semi
     -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wsuggest-override
     -Wzero-as-null-pointer-constant>
   -ffunction-sections -fdata-sections)

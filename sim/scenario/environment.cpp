@@ -12,12 +12,24 @@ ULONGLONG Ticks(const FILETIME& time) {
     return (ULONGLONG{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
+ULONGLONG ProcessCreationTicks() {
+    FILETIME created{};
+    FILETIME exited{};
+    FILETIME kernel{};
+    FILETIME user{};
+    GetProcessTimes(GetCurrentProcess(), &created, &exited, &kernel, &user);
+    return Ticks(created);
+}
+
 }  // namespace
 
 std::wstring EnvironmentVariable(const wchar_t* name) {
-    std::array<wchar_t, 32767> value{};
-    const DWORD length = GetEnvironmentVariableW(name, value.data(), value.size());
-    return std::wstring(value.data(), length < value.size() ? length : 0);
+    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+    const DWORD length =
+        GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size()));
+    // Longer now than it was just then: set on another thread.
+    value.resize(length < value.size() ? length : 0);
+    return value;
 }
 
 std::filesystem::path ModuleFolder() {
@@ -31,15 +43,11 @@ std::filesystem::path ModuleFolder() {
 }
 
 double SecondsSinceProcessStart() {
-    FILETIME created{};
-    FILETIME exited{};
-    FILETIME kernel{};
-    FILETIME user{};
+    static const ULONGLONG s_created = ProcessCreationTicks();
     FILETIME now{};
-    GetProcessTimes(GetCurrentProcess(), &created, &exited, &kernel, &user);
     GetSystemTimePreciseAsFileTime(&now);
     // A clock that was set back must not give a negative time.
-    const ULONGLONG elapsed = Ticks(now) > Ticks(created) ? Ticks(now) - Ticks(created) : 0;
+    const ULONGLONG elapsed = Ticks(now) > s_created ? Ticks(now) - s_created : 0;
     return static_cast<double>(elapsed) / kFileTimeTicksPerSecond;
 }
 

@@ -18,7 +18,7 @@ TEST_F(CCallLogTest, WithoutTheEnvironmentNothingIsWritten) {
 TEST_F(CCallLogTest, LinesAreAppendedToWhatIsThere) {
     LogCall("first");
     LogCall("second");
-    EXPECT_EQ(ReadFile(CallLogFile()), "first\nsecond\n");
+    EXPECT_EQ(ReadFileBytes(CallLogFile()), "first\nsecond\n");
 }
 
 TEST_F(CCallLogTest, LinesOfSeveralThreadsAreWholeAndNoneIsLost) {

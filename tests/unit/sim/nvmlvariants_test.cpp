@@ -98,14 +98,12 @@ using CNvmlCrashDeathTest = CSimTest;
 TEST_F(CNvmlCrashDeathTest, CrashesVariantCrashesAtItsFortyFirstReading) {
     SetScenario(R"({"gpus": [{"name": "a", "fanSpeed": 1}]})");
     EXPECT_EXIT(ReadFanAndEnd("crashes", 40), testing::ExitedWithCode(0), "");
-    SetScenario(R"({"gpus": [{"name": "a", "fanSpeed": 1}]})");
     EXPECT_EXIT(ReadFanAndEnd("crashes", 41), testing::ExitedWithCode(kAccessViolation), "");
 }
 
 TEST_F(CNvmlCrashDeathTest, ScenarioSetsTheReadingAfterWhichAnyVariantCrashes) {
     SetScenario(R"({"crashAfterReadings": 2, "gpus": [{"name": "a", "fanSpeed": 1}]})");
     EXPECT_EXIT(ReadFanAndEnd("", 2), testing::ExitedWithCode(0), "");
-    SetScenario(R"({"crashAfterReadings": 2, "gpus": [{"name": "a", "fanSpeed": 1}]})");
     EXPECT_EXIT(ReadFanAndEnd("", 3), testing::ExitedWithCode(kAccessViolation), "");
 }
 

@@ -27,7 +27,7 @@ class CErrorFile {
     CErrorFile(const CErrorFile&) = delete;
     CErrorFile& operator=(const CErrorFile&) = delete;
 
-    std::string Text() const { return ReadFile(m_path); }
+    std::string Text() const { return ReadFileBytes(m_path); }
 
   private:
     std::filesystem::path m_path;

@@ -1,6 +1,5 @@
 #include "simfixture.h"
 
-#include <fstream>
 #include <sstream>
 
 namespace {
@@ -27,17 +26,7 @@ bool IsWine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
-std::string ReadFile(const std::filesystem::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
-CSimTest::CSimTest()
-    : m_folder(std::filesystem::temp_directory_path() /
-               (L"zorvane-sim-" + std::to_wstring(GetCurrentProcessId()))) {
-    std::filesystem::remove_all(m_folder);
-    std::filesystem::create_directories(m_folder);
+CSimTest::CSimTest() {
     SetEnvironmentVariableW(L"ZORVANE_SIM_SCENARIO", ScenarioFile().c_str());
     SetEnvironmentVariableW(L"ZORVANE_SIM_CALL_LOG", CallLogFile().c_str());
 }
@@ -45,16 +34,12 @@ CSimTest::CSimTest()
 CSimTest::~CSimTest() {
     SetEnvironmentVariableW(L"ZORVANE_SIM_SCENARIO", nullptr);
     SetEnvironmentVariableW(L"ZORVANE_SIM_CALL_LOG", nullptr);
-    std::error_code ignored;
-    std::filesystem::remove_all(m_folder, ignored);
 }
 
-void CSimTest::SetScenario(const std::string& json) const {
-    std::ofstream(ScenarioFile(), std::ios::binary) << json;
-}
+void CSimTest::SetScenario(const std::string& json) const { WriteFileBytes(ScenarioFile(), json); }
 
 std::vector<std::string> CSimTest::Calls() const {
-    std::istringstream text(ReadFile(CallLogFile()));
+    std::istringstream text(ReadFileBytes(CallLogFile()));
     std::vector<std::string> lines;
     for (std::string line; std::getline(text, line);) {
         lines.push_back(line);

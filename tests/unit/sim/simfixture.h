@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "support/tempfolder.h"
+
 /** The folder into which the build puts the simulated machine. */
 std::filesystem::path SimFolder();
 
@@ -17,8 +19,6 @@ std::filesystem::path NvmlPath(const std::string& variant = "");
 
 /** True under Wine, whose service manager a test may use. */
 bool IsWine();
-
-std::string ReadFile(const std::filesystem::path& path);
 
 /** A library that is loaded for the life of the object, so that each test meets a fresh one. */
 class CLoadedLibrary {
@@ -37,7 +37,7 @@ class CLoadedLibrary {
 
     bool Has(const char* name) const { return GetProcAddress(m_module, name) != nullptr; }
 
-    /** Calls the export that has the type of `Function`. */
+    /** The export of that name as a `Function`; null when there is none. */
     template <class Function>
     Function* Get(const char* name) const {
         return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
@@ -59,10 +59,10 @@ class CSimTest : public testing::Test {
     /** The calls logged so far, a line each. */
     std::vector<std::string> Calls() const;
 
-    const std::filesystem::path& Folder() const { return m_folder; }
-    std::filesystem::path ScenarioFile() const { return m_folder / L"test.json"; }
-    std::filesystem::path CallLogFile() const { return m_folder / L"calls.log"; }
+    std::filesystem::path Folder() const { return m_folder.Path(); }
+    std::filesystem::path ScenarioFile() const { return Folder() / L"test.json"; }
+    std::filesystem::path CallLogFile() const { return Folder() / L"calls.log"; }
 
   private:
-    std::filesystem::path m_folder;
+    CTempFolder m_folder;
 };

@@ -161,7 +161,7 @@ TEST_F(CSimHostTest, WholeMachineReportsGpusAndCpuTemperatureFromTheUnmodifiedLi
     const CSimHost host(stub.Argument() + L" --entry=sim", ErrorFile());
     stub.WaitForTexts(2, host.Process());
     stub.StopWorker(host.Process());
-    EXPECT_EQ(host.ExitCode(), 0U) << ReadFile(ErrorFile());
+    EXPECT_EQ(host.ExitCode(), 0U) << ReadFileBytes(ErrorFile());
 
     ASSERT_GE(stub.Texts().size(), 2U);
     EXPECT_EQ(stub.Texts()[0], "{\"CpuTemp\":45}");
@@ -179,7 +179,7 @@ TEST_F(CSimHostTest, BadScenarioIsOneLineAndExitCodeSix) {
     const CSimHost host(L"--wnd=0", ErrorFile());
     EXPECT_EQ(host.ExitCode(), 6U);
     EXPECT_THAT(
-        ReadFile(ErrorFile()),
+        ReadFileBytes(ErrorFile()),
         testing::MatchesRegex("zorvanesimhost: scenario .*test.json: /cpu/signature: .*\r\n"));
 }
 
@@ -187,7 +187,7 @@ TEST_F(CSimHostTest, LibraryOfAnotherBuildIsRefusedWithExitCodeSeven) {
     SetScenario(R"({"cpu": {}})");
     const std::filesystem::path copy = Folder() / "Zorvane.dll";
     std::filesystem::copy_file(SimFolder().parent_path() / "bin" / "Zorvane.dll", copy);
-    const std::string bytes = ReadFile(copy);
+    const std::string bytes = ReadFileBytes(copy);
     IMAGE_DOS_HEADER dos;
     std::memcpy(&dos, bytes.data(), sizeof(dos));
     std::fstream file(copy, std::ios::binary | std::ios::in | std::ios::out);
@@ -198,7 +198,7 @@ TEST_F(CSimHostTest, LibraryOfAnotherBuildIsRefusedWithExitCodeSeven) {
 
     const CSimHost host(L"--wnd=0 --library=\"" + copy.native() + L"\"", ErrorFile());
     EXPECT_EQ(host.ExitCode(), 7U);
-    EXPECT_THAT(ReadFile(ErrorFile()),
+    EXPECT_THAT(ReadFileBytes(ErrorFile()),
                 testing::HasSubstr("this is not the library that this program was built for"));
 }
 

@@ -1,0 +1,34 @@
+# GoogleTest comes as source from the build machine's packages: it has to be built for Windows too.
+set(gtest_disable_pthreads ON CACHE BOOL "" FORCE)
+set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+set(ZORVANE_GOOGLETEST_DIR "/usr/src/googletest" CACHE PATH "GoogleTest's sources")
+add_subdirectory("${ZORVANE_GOOGLETEST_DIR}" "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
+include(GoogleTest)
+
+set(ZORVANE_TEST_DIR "${CMAKE_BINARY_DIR}/tests")
+set(ZORVANE_TEST_RESULTS_DIR "${CMAKE_BINARY_DIR}/test-results")
+file(MAKE_DIRECTORY "${ZORVANE_TEST_RESULTS_DIR}")
+
+# zorvane_test_program(target [ISOLATED] SOURCES source... [LIBRARIES library...])
+# One CTest entry for the program; with ISOLATED one per test, each in a process of its own, for
+# tests of what a process remembers for good. Results land as XML in ZORVANE_TEST_RESULTS_DIR, which is
+# the current folder: GoogleTest under Wine takes no path of the build machine.
+function(zorvane_test_program target)
+  cmake_parse_arguments(arg "ISOLATED" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 300)
+  endif()
+  add_executable(${target} ${arg_SOURCES})
+  target_link_libraries(${target} PRIVATE test_support ${arg_LIBRARIES})
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${ZORVANE_TEST_DIR}")
+  if(arg_ISOLATED)
+    gtest_discover_tests(${target} TEST_PREFIX "${target}." DISCOVERY_MODE PRE_TEST
+      DISCOVERY_TIMEOUT 120 WORKING_DIRECTORY "${ZORVANE_TEST_RESULTS_DIR}" XML_OUTPUT_DIR ./
+      PROPERTIES TIMEOUT ${arg_TIMEOUT})
+  else()
+    add_test(NAME ${target}
+      COMMAND ${target} "--gtest_output=xml:${target}.xml"
+      WORKING_DIRECTORY "${ZORVANE_TEST_RESULTS_DIR}")
+    set_tests_properties(${target} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+  endif()
+endfunction()

@@ -1,0 +1,107 @@
+#include "support/fakeplatform.h"
+
+#include <array>
+#include <stdexcept>
+
+// The objects are made from numbered slots, not from the declared classes, so that a declaration at
+// a wrong slot is called where nothing is.
+
+namespace {
+
+struct Object {
+    void** slots;
+};
+
+template <size_t kCount>
+struct Slots {
+    Slots() { entries.fill(reinterpret_cast<void*>(&Unexpected)); }
+
+    template <typename Function>
+    void Set(size_t slot, Function* function) {
+        entries.at(slot) = reinterpret_cast<void*>(function);
+    }
+
+    static void Unexpected() { throw std::logic_error("a slot was called that is not in use"); }
+
+    std::array<void*, kCount> entries;
+};
+
+FakePlatform s_fake;
+
+Slots<74> s_deviceSlots;
+Slots<4> s_managerSlots;
+Slots<3> s_platformSlots;
+
+Object s_cpu{s_deviceSlots.entries.data()};
+Object s_second{s_deviceSlots.entries.data()};
+Object s_manager{s_managerSlots.entries.data()};
+Object s_platform{s_platformSlots.entries.data()};
+
+const wchar_t* GetName(Object* self) {
+    s_fake.calls.push_back("GetName");
+    return self == &s_cpu ? s_fake.cpuName : s_fake.secondName;
+}
+
+template <typename Value>
+int32_t Answer(const char* call, const std::function<int32_t(Value*)>& reading, Value* value) {
+    constexpr int32_t kUnsupportedFunction = 4;
+    s_fake.calls.push_back(call);
+    return reading ? reading(value) : kUnsupportedFunction;
+}
+
+int32_t GetTemperatureOffset(Object*, int32_t* offset) {
+    return Answer("GetTemperatureOffset", s_fake.temperatureOffset, offset);
+}
+
+int32_t GetCurrentTemperature(Object*, double* temperature) {
+    return Answer("GetCurrentTemperature", s_fake.currentTemperature, temperature);
+}
+
+int32_t GetPMTableData(Object*, PMTableData* data) {
+    return Answer("GetPMTableData", s_fake.pmTable, data);
+}
+
+Object* GetDevice(Object*, int32_t type, int32_t index) {
+    s_fake.calls.push_back("GetDevice(" + std::to_string(type) + ", " + std::to_string(index) +
+                           ")");
+    if (type == 0 && index == 0) {
+        return s_fake.cpuName ? &s_cpu : nullptr;
+    }
+    return type == 1 && index == 0 && s_fake.secondName ? &s_second : nullptr;
+}
+
+bool Init(Object*, void* first, void* second) {
+    s_fake.calls.push_back("Init");
+    return s_fake.init && s_fake.init(first, second);
+}
+
+void UnInit(Object*) { s_fake.calls.push_back("UnInit"); }
+
+Object* GetDeviceManager(Object*) {
+    s_fake.calls.push_back("GetDeviceManager");
+    return &s_manager;
+}
+
+void FillSlots() {
+    s_platformSlots.Set(0, &Init);
+    s_platformSlots.Set(1, &UnInit);
+    s_platformSlots.Set(2, &GetDeviceManager);
+    s_managerSlots.Set(3, &GetDevice);
+    s_deviceSlots.Set(2, &GetName);
+    s_deviceSlots.Set(27, &GetTemperatureOffset);
+    s_deviceSlots.Set(42, &GetCurrentTemperature);
+    s_deviceSlots.Set(73, &GetPMTableData);
+}
+
+}  // namespace
+
+FakePlatform& FakePlatform::Instance() { return s_fake; }
+
+void FakePlatform::Reset() { *this = FakePlatform(); }
+
+IPlatform& GetPlatform() {
+    FillSlots();
+    s_fake.calls.push_back("GetPlatform");
+    void* object = &s_platform;
+    return *static_cast<IPlatform*>(object);
+}

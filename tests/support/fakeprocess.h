@@ -1,0 +1,34 @@
+/** A host for tasks under test. */
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "process/iprocess.h"
+
+/** Keeps what tasks hand over and answers WaitQuit as told. Used on one thread. */
+class CFakeProcess : public IProcess {
+  public:
+    struct Message {
+        ULONG_PTR code;
+        std::string payload;
+    };
+
+    bool SendCopyData(const COPYDATASTRUCT* data) override;
+    const wchar_t* GetEntry() override;
+    void Run() override;
+    BOOL Quit() override;
+    bool WaitQuit(DWORD timeoutMs) override;
+    /** Keeps the record under the code of task data; writes no entry name. */
+    void SendData(wchar_t* buffer, DWORD size) override;
+
+    /** What was sent, in order. */
+    std::vector<Message> messages;
+    /** The time-outs that WaitQuit was called with, in order. */
+    std::vector<DWORD> waits;
+    /** What WaitQuit answers; false when empty. */
+    std::function<bool(DWORD timeoutMs)> onWaitQuit;
+    /** What SendCopyData answers. */
+    bool sendResult = true;
+};

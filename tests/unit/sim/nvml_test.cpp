@@ -232,7 +232,7 @@ TEST_F(CNvmlTest, UnterminatedTextsFillTheWholeBufferAndNothingBehindIt) {
     EXPECT_EQ(nvml.nvmlDeviceGetName(nvml.Device(0), text.data(), 8), kNvmlSuccess);
     EXPECT_EQ(std::string(text.data(), 9), "abcabcab?");
     EXPECT_EQ(nvml.nvmlSystemGetDriverVersion(text.data(), 3), kNvmlSuccess);
-    EXPECT_EQ(std::string(text.data(), 4), "121c");
+    EXPECT_EQ(std::string(text.data(), 4), "121a");
     NvmlPciInfo pci{};
     EXPECT_EQ(nvml.nvmlDeviceGetPciInfo_v3(nvml.Device(0), &pci), kNvmlSuccess);
     EXPECT_EQ(std::memchr(pci.busId, 0, sizeof(pci.busId)), nullptr);

@@ -15,7 +15,7 @@ class Drivers : public testing::Test {
   protected:
     // Runs a worker on a variant of the driver until `count` records have come.
     std::vector<NvmlGpuRecord> RunWorker(const std::wstring& variant, size_t count,
-                                   const char* scenario = kTwoGpus) {
+                                         const char* scenario = kTwoGpus) {
         m_machine = std::make_unique<CSimulatedMachine>(MachineParts{
             .scenario = scenario, .nvml = variant, .settings = "[cpu_kernel]\r\nsdk_flag=0\r\n"});
         const auto worker = m_machine->StartWorker(m_stub.WindowWord());
@@ -125,8 +125,8 @@ TEST_F(Drivers, WithGarbageInTextsAndCodesCannotHarmTheWorker) {
 }
 
 TEST_F(Drivers, ThatCountFourBillionGpusLeaveTheWorkerStoppable) {
-    const std::vector<NvmlGpuRecord> records =
-        RunWorker(L"", 5, R"({"deviceCount": 4294967295, "gpus": [{"name": "only one", "bus": 1}]})");
+    const std::vector<NvmlGpuRecord> records = RunWorker(
+        L"", 5, R"({"deviceCount": 4294967295, "gpus": [{"name": "only one", "bus": 1}]})");
     ASSERT_GE(records.size(), 5u);
     EXPECT_STREQ(records[0].name, L"only one");
     EXPECT_EQ(records[4].gpuIndex, 4u);

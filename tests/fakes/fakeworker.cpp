@@ -189,7 +189,9 @@ HWND MakeWindow() {
 }  // namespace
 
 int main() {
-    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    // A crash ends the process with the exception's code; no debugger is started, as Wine would.
+    SetUnhandledExceptionFilter(
+        [](EXCEPTION_POINTERS*) -> LONG { return EXCEPTION_EXECUTE_HANDLER; });
     std::vector<std::wstring> steps;
     int count = 0;
     LPWSTR* words = CommandLineToArgvW(GetCommandLineW(), &count);

@@ -9,6 +9,7 @@
 #include "mutexholder.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
+#include "virtualslot.h"
 
 namespace {
 
@@ -35,6 +36,12 @@ std::string Narrow(const std::wstring& text) {
 }
 
 }  // namespace
+
+TEST(AppenderSlots, AreAppendFlushAndReset) {
+    EXPECT_EQ(VirtualSlot(&ZorLog::LogAppender::Append), 0u);
+    EXPECT_EQ(VirtualSlot(&ZorLog::LogAppender::Flush), 1u);
+    EXPECT_EQ(VirtualSlot(&ZorLog::LogAppender::Reset), 2u);
+}
 
 TEST_F(Appender, WhenItIsTheFirstDeletesTheFileMakesTheMutexAndTriesIt) {
     Texts calls;

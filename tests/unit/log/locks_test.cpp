@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "support/importpatch.h"
+#include "virtualslot.h"
 
 namespace {
 
@@ -101,6 +102,11 @@ TEST(CriticalSection, IsSetUpEnteredLeftAndDeletedByTheCallsOfWindowsItself) {
     const std::vector<std::string> expected = {"initialize", "enter", "leave", "delete"};
     EXPECT_EQ(calls.names, expected);
     EXPECT_EQ(calls.sections, std::vector(4, calls.sections.front()));
+}
+
+TEST(CriticalSection, HasLockThenUnlockThenTheDestructor) {
+    EXPECT_EQ(VirtualSlot(&ILocker::Lock), 0u);
+    EXPECT_EQ(VirtualSlot(&ILocker::Unlock), 1u);
 }
 
 TEST(CriticalSection, HasNoDataButTheSection) {

@@ -1,6 +1,8 @@
 #include "log/logger.h"
 
 #include <gtest/gtest.h>
+#include <shlwapi.h>
+#include <sys/timeb.h>
 
 #include <filesystem>
 
@@ -66,6 +68,25 @@ TEST_F(LoggerTest, WritesTheStartMarkerOnlyWithTheFirstMessage) {
     EXPECT_FALSE(std::filesystem::exists(m_path));
     m_logger.Write(L"message");
     EXPECT_EQ(Lines(), Texts({"-------log start", "message"}));
+}
+
+TEST_F(LoggerTest, InitOpensTheLogThenLooksForTheMarkerFileThenQueuesTheStart) {
+    Texts calls;
+    PATCH_IMPORT(open, OpenMutexW, [&](auto... arguments) {
+        calls.push_back("open");
+        return decltype(open)::Original(arguments...);
+    });
+    PATCH_IMPORT(exists, PathFileExistsW, [&](LPCWSTR path) {
+        EXPECT_EQ(path, m_path + L".on");
+        calls.push_back("marker file");
+        return decltype(exists)::Original(path);
+    });
+    PATCH_IMPORT(clock, _ftime64_s, [&](__timeb64* now) {
+        calls.push_back("start");
+        return decltype(clock)::Original(now);
+    });
+    Init();
+    EXPECT_EQ(calls, Texts({"open", "marker file", "start"}));
 }
 
 TEST_F(LoggerTest, InitAgainKeepsTheAppenderSetsTheThresholdAndQueuesAnotherStart) {

@@ -4,6 +4,7 @@
 #include <future>
 #include <set>
 
+#include "log/locks.h"
 #include "log/logger.h"
 #include "log/logsite.h"
 #include "logfile.h"
@@ -32,12 +33,13 @@ class ProcessLogger : public testing::Test {
     const std::wstring m_path = m_folder.PathOf(L"test.log");
 };
 
-// What the global lock, the only one that GetLogger and ShutdownLogger take, was entered for.
+// How often the global logger lock is taken while `act` runs.
 template <typename Act>
 int LocksTaken(Act act) {
+    const auto* const lock = reinterpret_cast<const char*>(&_BaseModule::g_loggerLock);
     int taken = 0;
     PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
-        ++taken;
+        taken += reinterpret_cast<char*>(section) == lock + sizeof(void*) ? 1 : 0;
         decltype(enter)::Original(section);
     });
     act();

@@ -1,4 +1,4 @@
-/** Events as JSON. README.md in this folder has the schema. */
+/** Events as JSON. docs/zorvanemon.md has the schema. */
 #pragma once
 
 #include <string>

@@ -92,9 +92,9 @@ void Declare(CLI::App& app, Raw& raw) {
     app.add_option("--entry", raw.entry, "The worker's name, shown at most 31 characters long")
         ->type_name("NAME")
         ->capture_default_str();
-    app.add_option("--format", raw.format, "table, or json: one object a line")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({"table", "json"}))
+    app.add_option("--format", raw.format, "A table, or one JSON object a line")
+        ->type_name("table|json")
+        ->check(CLI::IsMember({"table", "json"}).description(""))
         ->capture_default_str();
     app.add_option("--count", raw.count, "End after N complete rounds of readings")
         ->type_name("N")

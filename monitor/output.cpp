@@ -1,5 +1,7 @@
 #include "monitor/output.h"
 
+#include <algorithm>
+
 #include "client/text.h"
 
 namespace zorvane {
@@ -37,15 +39,7 @@ std::optional<CallError> WriteText(HANDLE handle, std::string_view text) {
 
 }  // namespace
 
-COutput::COutput(HANDLE handle) : m_handle(handle) {
-    constexpr DWORD kSequences = ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING;
-    m_isTerminal =
-        GetConsoleMode(m_handle, &m_oldMode) && SetConsoleMode(m_handle, m_oldMode | kSequences);
-}
-
-COutput::~COutput() {
-    if (m_isTerminal) SetConsoleMode(m_handle, m_oldMode);
-}
+COutput::COutput(HANDLE handle) : m_handle(handle), m_isTerminal(IsConsole(handle)) {}
 
 void COutput::Write(std::string_view text) {
     if (!m_failure) m_failure = WriteText(m_handle, text);
@@ -57,6 +51,15 @@ TerminalSize COutput::Size() const {
     const SMALL_RECT& window = info.srWindow;
     return {static_cast<std::size_t>(window.Right - window.Left + 1),
             static_cast<std::size_t>(window.Bottom - window.Top + 1)};
+}
+
+// The console's own functions rather than escape sequences: they work in every console of Windows,
+// and in Wine's, which takes the mode for sequences and then loses count of its lines.
+void COutput::MoveUp(std::size_t lines) const {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!GetConsoleScreenBufferInfo(m_handle, &info)) return;
+    const int row = info.dwCursorPosition.Y - static_cast<int>(lines);
+    SetConsoleCursorPosition(m_handle, {0, static_cast<SHORT>(std::max(row, 0))});
 }
 
 bool COutput::IsReaderGone() const {

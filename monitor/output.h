@@ -26,18 +26,16 @@ class COutput {
     /** `handle` stays the caller's and open; it may be invalid, which shows with the first write.
      */
     explicit COutput(HANDLE handle);
-    /** Gives a terminal back the mode that it had. */
-    ~COutput();
-    COutput(const COutput&) = delete;
-    COutput& operator=(const COutput&) = delete;
 
     void Write(std::string_view text);
 
-    /** Whether this is a terminal that understands virtual terminal sequences. */
+    /** Whether this is a console. The next two are for one. */
     bool IsTerminal() const { return m_isTerminal; }
 
-    /** Meaningful for a terminal. */
     TerminalSize Size() const;
+
+    /** Puts the cursor to the begin of the line that is `lines` higher. */
+    void MoveUp(std::size_t lines) const;
 
     /** Why nothing is written any more. */
     const std::optional<CallError>& Failure() const { return m_failure; }
@@ -47,8 +45,7 @@ class COutput {
 
   private:
     HANDLE m_handle;
-    DWORD m_oldMode = 0;
-    bool m_isTerminal = false;
+    bool m_isTerminal;
     std::optional<CallError> m_failure;
 };
 

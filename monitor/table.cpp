@@ -86,7 +86,7 @@ constexpr Column kColumns[] = {
      [](const std::string&, const GpuRow& row) { return Clock(row, kClockMemory); }},
     {"Video", "MHz", false, 5,
      [](const std::string&, const GpuRow& row) { return Clock(row, kClockVideo); }},
-    {"Total", "MiB", false, 3, [](const std::string&, const GpuRow& row) { return TotalMiB(row); }},
+    {"VRAM", "MiB", false, 3, [](const std::string&, const GpuRow& row) { return TotalMiB(row); }},
 };
 
 /** Characters of UTF-8 text: every byte but those that continue a character. */
@@ -181,6 +181,11 @@ std::string CpuLine(const CMachineModel& model) {
 }
 
 }  // namespace
+
+std::string Padded(const std::string& text, std::size_t width) {
+    const std::size_t length = Length(text);
+    return length < width ? text + std::string(width - length, ' ') : text;
+}
 
 std::vector<std::string> RenderTable(const CMachineModel& model, std::string_view clock,
                                      std::size_t width) {

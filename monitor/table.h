@@ -21,4 +21,7 @@ constexpr std::size_t kAnyWidth = static_cast<std::size_t>(-1);
 std::vector<std::string> RenderTable(const CMachineModel& model, std::string_view clock,
                                      std::size_t width);
 
+/** The text with blanks behind it, `width` characters long at least. */
+std::string Padded(const std::string& text, std::size_t width);
+
 }  // namespace zorvane

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <variant>
 
 #include "monitor/clock.h"
@@ -40,22 +41,25 @@ void CLiveTableView::ShowEvent(const Event& event) {
 void CLiveTableView::ShowChange(const CMachineModel& model) {
     const TerminalSize size = m_output.Size();
     // A line as wide as the terminal would wrap, and a table as high would scroll its top away.
-    std::vector<std::string> lines = RenderTable(model, LocalClock(), size.columns - 1);
+    const std::size_t width = size.columns - 1;
+    std::vector<std::string> lines = RenderTable(model, LocalClock(), width);
     if (lines.size() >= size.rows) lines.resize(size.rows - 1);
+    // What is left of a higher table is blanked.
+    lines.resize(std::max(lines.size(), m_drawn));
     m_table.clear();
-    for (const std::string& line : lines) m_table += line + "\x1b[K\r\n";
-    m_output.Write(BackToTop() + m_table + "\x1b[J");
+    for (const std::string& line : lines) m_table += Padded(line, width) + "\n";
+    m_output.MoveUp(m_drawn);
+    m_output.Write(m_table);
     m_drawn = lines.size();
 }
 
 void CLiveTableView::ShowNote(const std::string& text) {
-    m_output.Write(BackToTop() + "\x1b[J");
+    m_output.MoveUp(m_drawn);
+    const std::string blanks = Padded("", m_output.Size().columns - 1) + "\n";
+    for (std::size_t i = 0; i < m_drawn; ++i) m_output.Write(blanks);
+    m_output.MoveUp(m_drawn);
     WriteNote(text);
     m_output.Write(m_table);
-}
-
-std::string CLiveTableView::BackToTop() const {
-    return m_drawn > 0 ? fmt::format("\x1b[{}A\r", m_drawn) : "";
 }
 
 }  // namespace zorvane

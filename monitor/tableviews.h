@@ -33,8 +33,6 @@ class CLiveTableView : public IView {
     void ShowNote(const std::string& text) override;
 
   private:
-    std::string BackToTop() const;
-
     COutput& m_output;
     /** Lines of the table above the cursor. */
     std::size_t m_drawn = 0;

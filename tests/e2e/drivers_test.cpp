@@ -14,8 +14,8 @@ namespace {
 class Drivers : public testing::Test {
   protected:
     // Runs a worker on a variant of the driver until `count` records have come.
-    std::vector<NvmlGpuRecord> Run(const std::wstring& variant, size_t count,
-                                   const char* scenario = kTwoGpus) {
+    std::vector<NvmlGpuRecord> RunWorker(const std::wstring& variant, size_t count,
+                                         const char* scenario = kTwoGpus) {
         m_machine = std::make_unique<CSimulatedMachine>(MachineParts{
             .scenario = scenario, .nvml = variant, .settings = "[cpu_kernel]\r\nsdk_flag=0\r\n"});
         const auto worker = m_machine->StartWorker(m_stub.WindowWord());
@@ -47,7 +47,7 @@ class Drivers : public testing::Test {
 }  // namespace
 
 TEST_F(Drivers, WithOnlyTheOldNamesAreReadThroughThem) {
-    const std::vector<NvmlGpuRecord> records = Run(L"old-names", 4);
+    const std::vector<NvmlGpuRecord> records = RunWorker(L"old-names", 4);
     ASSERT_GE(records.size(), 4u);
     EXPECT_STREQ(records[0].name, L"NVIDIA GeForce RTX 4090");
     EXPECT_EQ(records[0].pciBus, 1u);
@@ -57,7 +57,7 @@ TEST_F(Drivers, WithOnlyTheOldNamesAreReadThroughThem) {
 }
 
 TEST_F(Drivers, WithTheSecondPciInformationLeaveWhatItDoesNotKnowEmpty) {
-    const std::vector<NvmlGpuRecord> records = Run(L"pci-v2", 2);
+    const std::vector<NvmlGpuRecord> records = RunWorker(L"pci-v2", 2);
     ASSERT_GE(records.size(), 2u);
     EXPECT_THAT(m_machine->Calls(), Contains(StartsWith("nvmlDeviceGetPciInfo_v2(")));
     EXPECT_EQ(records[1].pciBus, 10u);
@@ -65,7 +65,7 @@ TEST_F(Drivers, WithTheSecondPciInformationLeaveWhatItDoesNotKnowEmpty) {
 }
 
 TEST_F(Drivers, WithoutAFanFunctionReportNoFan) {
-    const std::vector<NvmlGpuRecord> records = Run(L"no-fan", 4);
+    const std::vector<NvmlGpuRecord> records = RunWorker(L"no-fan", 4);
     ASSERT_GE(records.size(), 4u);
     for (const NvmlGpuRecord& record : records) {
         EXPECT_EQ(record.fanSpeedPercent, ZORVANE_FAN_SPEED_UNKNOWN);
@@ -73,7 +73,7 @@ TEST_F(Drivers, WithoutAFanFunctionReportNoFan) {
 }
 
 TEST_F(Drivers, ThatCanOnlyCountGiveEmptyRecords) {
-    const std::vector<NvmlGpuRecord> records = Run(L"minimal", 4);
+    const std::vector<NvmlGpuRecord> records = RunWorker(L"minimal", 4);
     ASSERT_GE(records.size(), 4u);
     EXPECT_EQ(records[0].gpuCount, 2u);
     EXPECT_STREQ(records[0].name, L"");
@@ -111,7 +111,7 @@ TEST_F(Drivers, ThatKnowNoGpuAreNotUsed) {
 TEST_F(Drivers, WithGarbageInTextsAndCodesCannotHarmTheWorker) {
     const std::string scenario = ReadFileBytes(BuildFolder(L"sim\\scenarios") + L"\\garbage.json");
     ASSERT_FALSE(scenario.empty());
-    const std::vector<NvmlGpuRecord> records = Run(L"", 8, scenario.c_str());
+    const std::vector<NvmlGpuRecord> records = RunWorker(L"", 8, scenario.c_str());
     ASSERT_GE(records.size(), 8u);
     for (const NvmlGpuRecord& record : records) {
         EXPECT_EQ(record.name[kWireTextLength - 1], L'\0');
@@ -125,8 +125,8 @@ TEST_F(Drivers, WithGarbageInTextsAndCodesCannotHarmTheWorker) {
 }
 
 TEST_F(Drivers, ThatCountFourBillionGpusLeaveTheWorkerStoppable) {
-    const std::vector<NvmlGpuRecord> records =
-        Run(L"", 5, R"({"deviceCount": 4294967295, "gpus": [{"name": "only one", "bus": 1}]})");
+    const std::vector<NvmlGpuRecord> records = RunWorker(
+        L"", 5, R"({"deviceCount": 4294967295, "gpus": [{"name": "only one", "bus": 1}]})");
     ASSERT_GE(records.size(), 5u);
     EXPECT_STREQ(records[0].name, L"only one");
     EXPECT_EQ(records[4].gpuIndex, 4u);

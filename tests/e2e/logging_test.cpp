@@ -19,7 +19,7 @@ namespace {
 const MachineParts kParts{.scenario = kTwoGpus, .settings = "[cpu_kernel]\r\nsdk_flag=0\r\n"};
 
 // Runs a worker for `cycles` cycles.
-void Run(const CSimulatedMachine& machine, size_t cycles) {
+void RunWorker(const CSimulatedMachine& machine, size_t cycles) {
     CRecordingStub stub;
     const auto worker = machine.StartWorker(stub.WindowWord());
     ASSERT_TRUE(stub.WaitForMessages(kCopyDataTaskData, 2 + 2 * cycles)) << worker->Errors();
@@ -37,7 +37,7 @@ size_t CountContaining(const std::vector<std::string>& lines, const std::string&
 
 TEST(WorkerLog, HasWholeLinesOfOneForm) {
     const CSimulatedMachine machine(kParts);
-    Run(machine, 1);
+    RunWorker(machine, 1);
     const std::string bytes = ReadFileBytes(machine.LogPath());
     ASSERT_TRUE(bytes.ends_with("\r\n"));
     const std::regex form(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \[ *\d+\]\[ *\d+\]\[E\])"
@@ -49,7 +49,7 @@ TEST(WorkerLog, HasWholeLinesOfOneForm) {
 
 TEST(WorkerLog, GoesQuietAfterFiveCyclesButForItsMarker) {
     const CSimulatedMachine machine(kParts);
-    Run(machine, 8);
+    RunWorker(machine, 8);
     const std::vector<std::string> lines = machine.LogLines();
     EXPECT_EQ(CountContaining(lines, "NVML gpu count:2"), 6u);
     EXPECT_GE(CountContaining(lines, "-------log off"), 2u);
@@ -60,7 +60,7 @@ TEST(WorkerLog, GoesQuietAfterFiveCyclesButForItsMarker) {
 TEST(WorkerLog, GoesOnWhileItsMarkerFileIsThere) {
     const CSimulatedMachine machine(kParts);
     WriteFileBytes(machine.LogPath() + L".on", "");
-    Run(machine, 7);
+    RunWorker(machine, 7);
     const std::vector<std::string> lines = machine.LogLines();
     EXPECT_GE(CountContaining(lines, "NVML gpu count:2"), 7u);
     EXPECT_THAT(lines, Each(Not(HasSubstr("-------log off"))));
@@ -87,8 +87,8 @@ TEST(WorkerLog, IsSharedByWorkersThatRunAtOnce) {
 
 TEST(WorkerLog, BeginsAnewWhenNoWorkerUsesIt) {
     const CSimulatedMachine machine(kParts);
-    Run(machine, 1);
-    Run(machine, 1);
+    RunWorker(machine, 1);
+    RunWorker(machine, 1);
     EXPECT_EQ(CountContaining(machine.LogMessages(), "CZorvaneProcess::Init"), 1u);
 }
 

@@ -25,7 +25,7 @@ std::vector<std::pair<uint32_t, uint32_t>> KindsAndIndices(
 class Readings : public testing::Test {
   protected:
     // Runs a worker until it has sent `count` records, then ends it in order.
-    std::vector<NvmlGpuRecord> Run(const CSimulatedMachine& machine, size_t count) {
+    std::vector<NvmlGpuRecord> RunWorker(const CSimulatedMachine& machine, size_t count) {
         const auto worker = machine.StartWorker(m_stub.WindowWord() + L" --entry=e2e");
         EXPECT_TRUE(m_stub.WaitForMessages(kCopyDataTaskData, count)) << worker->Errors();
         m_stub.SendToWorker(kCopyDataStop);
@@ -42,7 +42,7 @@ class Readings : public testing::Test {
 
 TEST_F(Readings, BeginWithOneHelloThatNamesTheWorkersWindow) {
     const CSimulatedMachine machine({.scenario = kTwoGpus, .settings = kSwitchedOff});
-    Run(machine, 1);
+    RunWorker(machine, 1);
     const std::vector<StubMessage> messages = m_stub.Messages();
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(CountMessages(messages, kCopyDataHello), 1u);
@@ -60,14 +60,14 @@ TEST_F(Readings, BeginWithOneHelloThatNamesTheWorkersWindow) {
 TEST_F(Readings, SendStaticRecordsOnceAndDynamicOnesEveryCycle) {
     const CSimulatedMachine machine({.scenario = kTwoGpus, .settings = kSwitchedOff});
     using Pair = std::pair<uint32_t, uint32_t>;
-    EXPECT_THAT(KindsAndIndices(Run(machine, 8)),
+    EXPECT_THAT(KindsAndIndices(RunWorker(machine, 8)),
                 ElementsAre(Pair(1, 0), Pair(1, 1), Pair(2, 0), Pair(2, 1), Pair(2, 0), Pair(2, 1),
                             Pair(2, 0), Pair(2, 1)));
 }
 
 TEST_F(Readings, CarryTheValuesOfTheLibraryInAStaticRecord) {
     const CSimulatedMachine machine({.scenario = kTwoGpus, .settings = kSwitchedOff});
-    const std::vector<NvmlGpuRecord> records = Run(machine, 2);
+    const std::vector<NvmlGpuRecord> records = RunWorker(machine, 2);
     ASSERT_EQ(records.size(), 2u);
     const NvmlGpuRecord& first = records[0];
     EXPECT_STREQ(first.entry, L"e2e");
@@ -92,7 +92,7 @@ TEST_F(Readings, CarryTheValuesOfTheLibraryInAStaticRecord) {
 
 TEST_F(Readings, CarryNewValuesInEachDynamicRecord) {
     const CSimulatedMachine machine({.scenario = kTwoGpus, .settings = kSwitchedOff});
-    const std::vector<NvmlGpuRecord> records = Run(machine, 5);
+    const std::vector<NvmlGpuRecord> records = RunWorker(machine, 5);
     ASSERT_EQ(records.size(), 5u);
     for (const size_t position : {size_t{2}, size_t{4}}) {
         const auto step = static_cast<uint32_t>(position / 2);
@@ -127,7 +127,7 @@ TEST_F(Readings, CutALongEntryNameAt31Characters) {
 
 TEST_F(Readings, AskTheLibraryInTheOrderOfTheRecords) {
     const CSimulatedMachine machine({.scenario = kTwoGpus, .settings = kSwitchedOff});
-    Run(machine, 2);
+    RunWorker(machine, 2);
     std::vector<std::string> functions;
     for (const std::string& call : machine.Calls()) {
         functions.push_back(call.substr(0, call.find('(')));

@@ -60,7 +60,7 @@ class Temperature : public testing::Test {
     }
 
     // Runs a worker until `count` temperatures have come, then ends it in order.
-    void Run(const MachineParts& parts, size_t count, const std::wstring& words = L"") {
+    void RunWorker(const MachineParts& parts, size_t count, const std::wstring& words = L"") {
         m_machine = std::make_unique<CSimulatedMachine>(parts);
         const auto worker = m_machine->StartWorker(m_stub.WindowWord() + L" " + words);
         EXPECT_TRUE(m_stub.WaitForMessages(kCopyDataStop, count)) << worker->Errors();
@@ -85,7 +85,7 @@ class Temperature : public testing::Test {
 }  // namespace
 
 TEST_F(Temperature, ArrivesAsTextWithItsEnd) {
-    Run({.scenario = Scenario(kTwoReadings)}, 2);
+    RunWorker({.scenario = Scenario(kTwoReadings)}, 2);
     const std::vector<std::string> texts = CpuTexts(m_stub.Messages());
     ASSERT_GE(texts.size(), 2u);
     EXPECT_EQ(texts[0], std::string("{\"CpuTemp\":45}", 15));
@@ -94,7 +94,7 @@ TEST_F(Temperature, ArrivesAsTextWithItsEnd) {
 }
 
 TEST_F(Temperature, ComesBehindTheGpusOfItsCycle) {
-    Run({.scenario = Scenario(kTwoReadings, R"("gpus": [{"name": "one", "bus": 1}])")}, 1);
+    RunWorker({.scenario = Scenario(kTwoReadings, R"("gpus": [{"name": "one", "bus": 1}])")}, 1);
     std::vector<ULONG_PTR> codes;
     for (const StubMessage& message : m_stub.Messages()) {
         if (message.code != kCopyDataHello) {
@@ -108,7 +108,7 @@ TEST_F(Temperature, ComesBehindTheGpusOfItsCycle) {
 
 TEST_F(Temperature, InstallsTheDriverServiceAndDeletesItAtTheEnd) {
     ASSERT_EQ(ServiceState(), std::nullopt);
-    Run({.scenario = Scenario(kTwoReadings)}, 1);
+    RunWorker({.scenario = Scenario(kTwoReadings)}, 1);
     EXPECT_EQ(m_stateWhileRunning, DWORD{SERVICE_RUNNING});
     EXPECT_EQ(ServiceState(), std::nullopt);
     const std::vector<std::string> messages = m_machine->LogMessages();
@@ -118,20 +118,20 @@ TEST_F(Temperature, InstallsTheDriverServiceAndDeletesItAtTheEnd) {
 }
 
 TEST_F(Temperature, KeepsTheDriverServiceForTheWordSkipDeleteInAnyLetterCase) {
-    Run({.scenario = Scenario(kTwoReadings)}, 1, L"xSKIP_Deletex");
+    RunWorker({.scenario = Scenario(kTwoReadings)}, 1, L"xSKIP_Deletex");
     EXPECT_EQ(ServiceState(), DWORD{SERVICE_RUNNING});
 }
 
 TEST_F(Temperature, UsesADriverServiceThatRuns) {
-    Run({.scenario = Scenario(kTwoReadings)}, 1, L"skip_delete");
-    Run({.scenario = Scenario(kTwoReadings)}, 2);
+    RunWorker({.scenario = Scenario(kTwoReadings)}, 1, L"skip_delete");
+    RunWorker({.scenario = Scenario(kTwoReadings)}, 2);
     const std::vector<std::string> messages = m_machine->LogMessages();
     EXPECT_THAT(messages, Not(Contains(HasSubstr("QueryDrvService failed"))));
     EXPECT_EQ(ServiceState(), std::nullopt);
 }
 
 TEST_F(Temperature, CallsTheVendorLibraryInOrder) {
-    Run({.scenario = Scenario(kTwoReadings)}, 1);
+    RunWorker({.scenario = Scenario(kTwoReadings)}, 1);
     std::vector<std::string> functions;
     for (const std::string& call : m_machine->Calls()) {
         if (!call.starts_with("nvml")) {
@@ -148,7 +148,7 @@ TEST_F(Temperature, CallsTheVendorLibraryInOrder) {
 }
 
 TEST_F(Temperature, OutsideTheRangeIsSentAndSwitchesTheTaskOffForLaterRuns) {
-    Run({.scenario = Scenario(R"("pmTable": {"temperature": 121})")}, 2);
+    RunWorker({.scenario = Scenario(R"("pmTable": {"temperature": 121})")}, 2);
     EXPECT_EQ(CpuTexts(m_stub.Messages()).front(), std::string("{\"CpuTemp\":121}", 16));
     EXPECT_THAT(Settings(), HasSubstr(kSwitchedOff));
 }

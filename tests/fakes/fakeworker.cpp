@@ -129,8 +129,9 @@ void SendZeros(const std::wstring& step) {
 }
 
 void Crash() {
-    volatile int* nowhere = reinterpret_cast<volatile int*>(std::uintptr_t{8});
-    *nowhere = 1;
+    // An address that the compiler does not see through.
+    volatile std::uintptr_t nowhere = 8;
+    *reinterpret_cast<volatile int*>(nowhere) = 1;
 }
 
 void Do(const std::wstring& step) {
@@ -188,7 +189,9 @@ HWND MakeWindow() {
 }  // namespace
 
 int main() {
-    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    // A crash ends the process with the exception's code; no debugger is started, as Wine would.
+    SetUnhandledExceptionFilter(
+        [](EXCEPTION_POINTERS*) -> LONG { return EXCEPTION_EXECUTE_HANDLER; });
     std::vector<std::wstring> steps;
     int count = 0;
     LPWSTR* words = CommandLineToArgvW(GetCommandLineW(), &count);

@@ -150,13 +150,10 @@ BOOL CMsgLoopProcess::OnCopyData(const COPYDATASTRUCT* data) {
 
 void CMsgLoopProcess::OnClose() {
     LOG_INFO(L"CMsgLoopProcess OnClose.");
+    // Taken before the event wakes the work thread: what is awaited is the thread's own end.
+    const HANDLE workThread = TakeWorkThread();
     if (m_quitEvent) {
         SetEvent(m_quitEvent);
-    }
-    HANDLE workThread = nullptr;
-    {
-        const CSrwLockGuard taking(m_workThreadLock);
-        workThread = std::exchange(m_workThread, nullptr);
     }
     if (workThread) {
         WaitForSingleObject(workThread, INFINITE);
@@ -164,6 +161,11 @@ void CMsgLoopProcess::OnClose() {
     }
     CloseQuitEvent();
     CMsgLoopThread::OnClose();
+}
+
+HANDLE CMsgLoopProcess::TakeWorkThread() {
+    const CSrwLockGuard taking(m_workThreadLock);
+    return std::exchange(m_workThread, nullptr);
 }
 
 void CMsgLoopProcess::CloseQuitEvent() {

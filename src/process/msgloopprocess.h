@@ -47,6 +47,7 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
     bool StartWorkThread();
     void SendHello();
     bool IsStubAlive() const;
+    HANDLE TakeWorkThread();
     void CloseQuitEvent();
     static unsigned __stdcall WorkThreadEntry(void* parameter);
     void WorkThreadFun();

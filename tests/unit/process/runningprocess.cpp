@@ -16,16 +16,12 @@ BOOL CTestedProcess::ProcessWindowMessage(HWND window, UINT message, WPARAM wPar
     return handled;
 }
 
-CRunningProcess::CRunningProcess(const std::wstring& commandLine, std::function<void()> work) {
-    if (!work) {
-        work = [process = m_process.get()] { process->WaitQuit(INFINITE); };
-    }
-    m_thread = std::thread([this, commandLine, work]() mutable {
-        m_process->Init(commandLine.c_str(), std::move(work));
-        m_process->Run();
-        m_ended.Set();
-    });
-}
+CRunningProcess::CRunningProcess(const std::wstring& commandLine, Work work)
+    : m_thread([this, commandLine, work] {
+          m_process->Init(commandLine.c_str(), [this, work] { work(*m_process); });
+          m_process->Run();
+          m_ended.Set();
+      }) {}
 
 CRunningProcess::~CRunningProcess() {
     if (!m_ended.IsSet() && m_process->created.Wait()) {

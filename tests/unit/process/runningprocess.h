@@ -26,8 +26,10 @@ class CTestedProcess : public CMsgLoopProcess {
 /** Init and Run, as the export calls them, on a thread; the end asks it to quit and waits. */
 class CRunningProcess {
   public:
-    /** An empty work function stands for one that waits until the end is asked for. */
-    explicit CRunningProcess(const std::wstring& commandLine, std::function<void()> work = {});
+    using Work = std::function<void(CTestedProcess&)>;
+
+    /** `work` is the work function; by default it waits until the end is asked for. */
+    explicit CRunningProcess(const std::wstring& commandLine, Work work = WaitForQuit);
     ~CRunningProcess();
     CRunningProcess(const CRunningProcess&) = delete;
     CRunningProcess& operator=(const CRunningProcess&) = delete;
@@ -39,6 +41,8 @@ class CRunningProcess {
 
     /** Waits until Run has returned; false when it did not in time. */
     bool WaitForEnd() const { return m_ended.Wait(); }
+
+    static void WaitForQuit(CTestedProcess& process) { process.WaitQuit(INFINITE); }
 
   private:
     std::shared_ptr<CTestedProcess> m_process = std::make_shared<CTestedProcess>();

@@ -20,6 +20,8 @@
 #define ZORVANE_STATIC_ASSERT(condition) _Static_assert(condition, #condition)
 #endif
 
+// NOLINTBEGIN(modernize-use-using): this header is C, too.
+
 /** Codes of COPYDATASTRUCT.dwData. */
 enum {
     /** To the stub, once, when the worker's window is made: one HelloPayload. */
@@ -88,6 +90,8 @@ typedef struct NvmlGpuRecord {
     char pciBusId[kWireTextLength]; /**< "domain:bus:device.function"; tells GPUs apart */
     uint32_t reserved2;             /**< 0 */
 } NvmlGpuRecord;
+
+// NOLINTEND(modernize-use-using)
 
 ZORVANE_STATIC_ASSERT(sizeof(wchar_t) == 2);
 ZORVANE_STATIC_ASSERT(sizeof(HelloPayload) == 72);

@@ -33,6 +33,7 @@ std::string BlankFreeName(const wchar_t* name) {
     }
     // A name that fills the buffer leaves it without an end.
     char narrow[256] = {};
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): only the work thread converts names.
     static_cast<void>(wcstombs(narrow, name, sizeof(narrow)));
     std::string blankFree(narrow, strnlen(narrow, sizeof(narrow)));
     std::erase(blankFree, ' ');

@@ -184,7 +184,9 @@ const std::vector<EntryPoint>& EntryPoints() {
 
 HMODULE FakeModule() { return reinterpret_cast<HMODULE>(&s_fake); }
 
-bool IsNvmlPath(const wchar_t* path) { return std::wstring_view(path).ends_with(L"Nvml.dll"); }
+bool IsNvmlPath(const wchar_t* path) {
+    return path && std::wstring_view(path).ends_with(L"Nvml.dll");
+}
 
 FARPROC FindEntryPoint(const std::string& name) {
     s_fake->askedNames.push_back(name);

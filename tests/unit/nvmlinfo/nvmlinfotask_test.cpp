@@ -88,6 +88,7 @@ TEST_F(NvmlInfoTask, IsNotSupportedWhereTheFileIsMissing) {
 }
 
 TEST_F(NvmlInfoTask, ShutsNvmlDownWhenItIsDestroyedNotAtUninitAndUnloadsNothing) {
+    m_library.deviceCount = 1;
     {
         CNvmlInfoTask task;
         task.Init();

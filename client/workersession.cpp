@@ -126,9 +126,7 @@ void CWorkerSession::OnPayload(HWND sender, const Payload& payload) {
 
 void CWorkerSession::OnHello(const Hello& hello) {
     const auto window = reinterpret_cast<HWND>(static_cast<std::uintptr_t>(hello.workerWindow));
-    // A worker that has ended since then took its window along.
-    const bool isOwn = IsWindow(window) ? !IsForeign(window) : m_process.ExitCode().has_value();
-    if (!isOwn) {
+    if (window == nullptr || IsForeign(window)) {
         m_listener.OnPayloadError({PayloadFault::kForeignWindow,
                                    "hello names the window " + std::to_string(hello.workerWindow) +
                                        ", which is none of the worker's"});

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <sstream>
 
 #include "client/text.h"
@@ -127,7 +128,8 @@ Options Convert(const CLI::App& app, const Raw& raw, const std::wstring& default
     options.format = raw.format == "json" ? Format::kJson : Format::kTable;
     if (app.count("--count") > 0) options.count = raw.count;
     if (app.count("--duration") > 0) {
-        options.duration = std::chrono::milliseconds(static_cast<std::int64_t>(raw.seconds * 1000));
+        const double milliseconds = std::ceil(raw.seconds * 1000);
+        options.duration = std::chrono::milliseconds(static_cast<std::int64_t>(milliseconds));
     }
     options.restart = !raw.noRestart;
     return options;

@@ -216,7 +216,7 @@ TEST_F(WorkerSessionTest, StartsAgainFromWithinTheNewsOfTheEnd) {
     ASSERT_TRUE(PumpUntil([&] { return told.exits.size() == 2; }));
     EXPECT_EQ(told.hellos.size(), 2U);
     EXPECT_EQ(told.exits[1].code, 7U);
-    EXPECT_NE(told.exits[0].processId, told.exits[1].processId);
+    EXPECT_EQ(told.exits[0].kind, ExitKind::kCrash);
 }
 
 TEST_F(WorkerSessionTest, EndsTheWorkerWhenItIsDestroyed) {

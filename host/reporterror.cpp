@@ -1,5 +1,20 @@
 #include "reporterror.h"
 
+#include <array>
+
+namespace {
+
+// The file name of this executable without its ".exe": more than one host reports through this.
+std::wstring ProgramName() {
+    std::array<wchar_t, 32768> path{};
+    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    const std::wstring name = path.data();
+    const size_t begin = name.find_last_of(L'\\') + 1;
+    return name.substr(begin, name.rfind(L'.') - begin);
+}
+
+}  // namespace
+
 std::wstring DescribeError(DWORD code) {
     wchar_t text[512] = {};
     DWORD length = FormatMessageW(
@@ -12,7 +27,7 @@ std::wstring DescribeError(DWORD code) {
 }
 
 void ReportError(const std::wstring& message) {
-    const std::wstring line = L"zorvanehost: " + message + L"\r\n";
+    const std::wstring line = ProgramName() + L": " + message + L"\r\n";
     const HANDLE error = GetStdHandle(STD_ERROR_HANDLE);
     DWORD mode = 0;
     DWORD written = 0;

@@ -11,7 +11,7 @@
 
 CTempFolder::CTempFolder() {
     static std::atomic<int> s_count{0};
-    const std::wstring name = L"zorvane-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
+    const std::wstring name = L"zorvane test-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
                               std::to_wstring(GetTickCount64()) + L"-" + std::to_wstring(s_count++);
     m_path = (std::filesystem::temp_directory_path() / name).wstring();
     std::filesystem::create_directories(m_path);

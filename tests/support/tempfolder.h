@@ -3,7 +3,7 @@
 
 #include <string>
 
-/** Makes an empty folder of its own under the temporary folder and removes it with all it holds. */
+/** Makes an empty folder, with a blank in its path, and removes it with all it holds. */
 class CTempFolder {
   public:
     CTempFolder();

@@ -1,0 +1,37 @@
+#include "client/commandline.h"
+
+#include <cstdint>
+
+namespace zorvane {
+
+std::wstring QuoteWord(std::wstring_view word) {
+    if (!word.empty() && word.find_first_of(L" \t\n\v\"") == std::wstring_view::npos) {
+        return std::wstring(word);
+    }
+    // Backslashes are doubled only where a quotation mark follows, ours at the end included.
+    std::wstring quoted = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t c : word) {
+        if (c == L'"') quoted.append(backslashes + 1, L'\\');
+        backslashes = c == L'\\' ? backslashes + 1 : 0;
+        quoted += c;
+    }
+    quoted.append(backslashes, L'\\');
+    quoted += L'"';
+    return quoted;
+}
+
+std::wstring WindowText(HWND window) {
+    return std::to_wstring(static_cast<std::int32_t>(reinterpret_cast<std::intptr_t>(window)));
+}
+
+std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow) {
+    // The first word has rules of its own: no escapes, and a path holds no quotation mark.
+    std::wstring line = L"\"" + command.host + L"\" --wnd=" + WindowText(stubWindow) + L" " +
+                        QuoteWord(L"--entry=" + command.entry);
+    if (!command.library.empty()) line += L" " + QuoteWord(L"--library=" + command.library);
+    for (const std::wstring& word : command.words) line += L" " + QuoteWord(word);
+    return line;
+}
+
+}  // namespace zorvane

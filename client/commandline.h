@@ -1,0 +1,37 @@
+/** A worker's command line, quoted so that CommandLineToArgvW gives back exactly the same words. */
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "client/environment.h"
+
+namespace zorvane {
+
+/** What a stub decides about the worker that it starts. */
+struct WorkerCommand {
+    /** Path of the host program. It is not searched for along PATH. */
+    std::wstring host;
+    /** Path of the library; empty: the host takes the one beside itself. */
+    std::wstring library;
+    /** The worker's name. It comes back with every record, cut at 31 characters. */
+    std::wstring entry;
+    /** Further words of the command line. "skip_delete" keeps the AMD driver service at the end. */
+    std::vector<std::wstring> words;
+    /** What the worker's environment holds besides, or instead of, the stub's own. */
+    std::vector<EnvironmentChange> environment;
+};
+
+/** One word, quoted only if it must be. */
+std::wstring QuoteWord(std::wstring_view word);
+
+/** The value of --wnd: a window handle has 32 significant bits and travels as a signed decimal. */
+std::wstring WindowText(HWND window);
+
+/** The whole command line, the host's path as its first word. */
+std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow);
+
+}  // namespace zorvane

@@ -1,0 +1,206 @@
+#include "client/decode.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <span>
+#include <string_view>
+#include <type_traits>
+
+namespace zorvane {
+namespace {
+
+/** Longest CPU temperature text: eleven characters, an int with its sign, a brace and the NUL. */
+constexpr std::size_t kLongestCpuText = sizeof(R"({"CpuTemp":-2147483648})");
+
+PayloadError WrongSize(const char* what, std::uint32_t size, std::size_t expected) {
+    return {PayloadFault::kWrongSize, std::string(what) + " of " + std::to_string(size) +
+                                          " bytes, expected " + std::to_string(expected)};
+}
+
+/** A wire structure copied out of the payload, which may lie at any address. */
+template <typename T>
+std::optional<T> ReadWhole(const Payload& payload) {
+    static_assert(std::is_trivially_copyable_v<T>);
+    if (payload.size != sizeof(T) || payload.bytes.size() < sizeof(T)) return std::nullopt;
+    T value;
+    std::memcpy(&value, payload.bytes.data(), sizeof(T));
+    return value;
+}
+
+template <typename Char>
+bool IsTerminated(const Char (&field)[kWireTextLength]) {
+    return std::find(std::begin(field), std::end(field), Char{}) != std::end(field);
+}
+
+/** A text field that IsTerminated accepts; empty means not read. */
+std::optional<std::wstring> Text(const wchar_t (&field)[kWireTextLength]) {
+    if (field[0] == L'\0') return std::nullopt;
+    return std::wstring(field);
+}
+
+template <typename Number>
+std::optional<Number> UnlessEqual(Number value, Number notRead) {
+    if (value == notRead) return std::nullopt;
+    return value;
+}
+
+Clocks ReadClocks(const std::uint32_t (&clocks)[kClockTypeCount]) {
+    Clocks result;
+    std::transform(std::begin(clocks), std::end(clocks), result.begin(),
+                   [](std::uint32_t mhz) { return UnlessEqual(mhz, 0U); });
+    return result;
+}
+
+std::optional<PciLocation> ReadPci(const NvmlGpuRecord& record) {
+    const bool anyNumber =
+        (record.pciDomain | record.pciBus | record.pciDevice | record.pciDeviceId) != 0;
+    if (!anyNumber && record.pciBusId[0] == '\0') return std::nullopt;
+    return PciLocation{record.pciDomain, record.pciBus, record.pciDevice, record.pciDeviceId,
+                       record.pciBusId};
+}
+
+GpuReading ReadReading(const NvmlGpuRecord& record) {
+    GpuReading reading;
+    reading.entry = record.entry;
+    reading.index = record.gpuIndex;
+    reading.count = record.gpuCount;
+    reading.name = Text(record.name);
+    reading.gpuUtilizationPercent = record.gpuUtilizationPercent;
+    reading.memoryUtilizationPercent = record.memoryUtilizationPercent;
+    reading.temperatureCelsius = UnlessEqual(record.temperatureCelsius, 0U);
+    reading.fanSpeedPercent = UnlessEqual(record.fanSpeedPercent, ZORVANE_FAN_SPEED_UNKNOWN);
+    reading.clocksMHz = ReadClocks(record.clockMHz);
+    reading.pci = ReadPci(record);
+    return reading;
+}
+
+GpuStatic ReadStatic(const NvmlGpuRecord& record) {
+    GpuStatic fixed;
+    fixed.first = ReadReading(record);
+    fixed.totalMemoryKiB = UnlessEqual(record.totalMemoryKiB, std::uint64_t{0});
+    fixed.serial = Text(record.serial);
+    fixed.vbiosVersion = Text(record.vbiosVersion);
+    fixed.driverVersion = Text(record.driverVersion);
+    fixed.maxClocksMHz = ReadClocks(record.maxClockMHz);
+    return fixed;
+}
+
+/** The name of the first text field without a terminator; null when all have one. */
+const char* FirstUnterminated(const NvmlGpuRecord& record) {
+    if (!IsTerminated(record.entry)) return "entry";
+    if (!IsTerminated(record.name)) return "name";
+    if (!IsTerminated(record.serial)) return "serial";
+    if (!IsTerminated(record.vbiosVersion)) return "vbiosVersion";
+    if (!IsTerminated(record.driverVersion)) return "driverVersion";
+    if (!IsTerminated(record.pciBusId)) return "pciBusId";
+    return nullptr;
+}
+
+Decoded DecodeHello(const Payload& payload) {
+    const auto hello = ReadWhole<HelloPayload>(payload);
+    if (!hello) return WrongSize("hello", payload.size, sizeof(HelloPayload));
+    if (!IsTerminated(hello->entry)) {
+        return PayloadError{PayloadFault::kNotTerminated, "hello: entry has no terminating NUL"};
+    }
+    return Hello{hello->entry, hello->hostWnd};
+}
+
+Decoded DecodeGpu(const Payload& payload) {
+    const auto record = ReadWhole<NvmlGpuRecord>(payload);
+    if (!record) return WrongSize("GPU record", payload.size, sizeof(NvmlGpuRecord));
+    if (const char* field = FirstUnterminated(*record)) {
+        return PayloadError{PayloadFault::kNotTerminated,
+                            std::string("GPU record: ") + field + " has no terminating NUL"};
+    }
+    if (record->gpuIndex >= record->gpuCount) {
+        return PayloadError{PayloadFault::kBadRecord,
+                            "GPU record: index " + std::to_string(record->gpuIndex) + " of " +
+                                std::to_string(record->gpuCount) + " GPUs"};
+    }
+    if (record->kind == kGpuRecordStatic) return ReadStatic(*record);
+    if (record->kind == kGpuRecordDynamic) return ReadReading(*record);
+    return PayloadError{PayloadFault::kBadRecord,
+                        "GPU record: unknown kind " + std::to_string(record->kind)};
+}
+
+/** n of exactly {"CpuTemp":n}, n being a JSON whole number that fits an int. */
+std::optional<int> ParseCpuText(std::string_view text) {
+    constexpr std::string_view kPrefix = R"({"CpuTemp":)";
+    if (!text.starts_with(kPrefix) || !text.ends_with('}')) return std::nullopt;
+    const std::string_view number = text.substr(kPrefix.size(), text.size() - kPrefix.size() - 1);
+    const std::string_view digits = number.substr(number.starts_with('-') ? 1 : 0);
+    if (digits.size() > 1 && digits.front() == '0') return std::nullopt;
+    int value = 0;
+    const char* end = number.data() + number.size();
+    const auto [stop, error] = std::from_chars(number.data(), end, value);
+    if (error != std::errc{} || stop != end) return std::nullopt;
+    return value;
+}
+
+/** The text with everything but printable ASCII replaced, so that it can be shown anywhere. */
+std::string Shown(std::string_view text) {
+    std::string shown(text);
+    std::replace_if(
+        shown.begin(), shown.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return shown;
+}
+
+Decoded DecodeCpu(const Payload& payload) {
+    if (payload.size > kLongestCpuText || payload.bytes.size() < payload.size) {
+        return PayloadError{PayloadFault::kWrongSize,
+                            "CPU temperature text of " + std::to_string(payload.size) +
+                                " bytes, expected at most " + std::to_string(kLongestCpuText)};
+    }
+    std::string text(payload.size, '\0');
+    std::transform(payload.bytes.begin(), payload.bytes.begin() + payload.size, text.begin(),
+                   [](std::byte byte) { return static_cast<char>(byte); });
+    if (text.empty() || text.back() != '\0') {
+        return PayloadError{PayloadFault::kNotTerminated, "CPU temperature text of " +
+                                                              std::to_string(payload.size) +
+                                                              " bytes has no terminating NUL"};
+    }
+    text.pop_back();
+    if (const auto celsius = ParseCpuText(text)) return CpuTemperature{*celsius};
+    return PayloadError{PayloadFault::kBadText,
+                        "CPU temperature text is not {\"CpuTemp\":n}: " + Shown(text)};
+}
+
+}  // namespace
+
+const char* FaultName(PayloadFault fault) {
+    switch (fault) {
+        case PayloadFault::kUnknownCode:
+            return "unknown_code";
+        case PayloadFault::kWrongSize:
+            return "wrong_size";
+        case PayloadFault::kNotTerminated:
+            return "not_terminated";
+        case PayloadFault::kBadRecord:
+            return "bad_record";
+        case PayloadFault::kBadText:
+            return "bad_text";
+        case PayloadFault::kForeignSender:
+            return "foreign_sender";
+        case PayloadFault::kForeignWindow:
+            return "foreign_window";
+    }
+    return "unknown";
+}
+
+Decoded Decode(const Payload& payload) {
+    switch (payload.code) {
+        case kCopyDataHello:
+            return DecodeHello(payload);
+        case kCopyDataTaskData:
+            return DecodeGpu(payload);
+        case kCopyDataStop:
+            return DecodeCpu(payload);
+        default:
+            return PayloadError{PayloadFault::kUnknownCode,
+                                "unknown code " + std::to_string(payload.code) + " with " +
+                                    std::to_string(payload.size) + " bytes"};
+    }
+}
+
+}  // namespace zorvane

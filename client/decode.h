@@ -1,0 +1,121 @@
+/**
+ * Turns what a worker sends into typed values. Pure: nothing here talks to Windows, and no byte
+ * behind a payload is ever read.
+ *
+ * A record marks a reading that failed with a default value. Here such a reading is std::nullopt:
+ *
+ *   field                     means "not read"
+ *   fan speed                 0xFFFFFFFF
+ *   temperature               0
+ *   total memory              0
+ *   a clock                   0; a series of clocks ends at its first failure, so each clock counts
+ *                             for itself
+ *   name, serial, versions    the empty text
+ *   PCI location              all of its numbers 0 and no bus id
+ *
+ * The two utilisations stay plain numbers: an idle GPU honestly reports 0, and a record whose
+ * utilisation could not be read looks the same.
+ */
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "zorvane/wire.h"
+
+namespace zorvane {
+
+/** What arrived with one WM_COPYDATA. */
+struct Payload {
+    /** COPYDATASTRUCT.dwData, whole. */
+    std::uint64_t code = 0;
+    /** COPYDATASTRUCT.cbData: the size in bytes that was sent. */
+    std::uint32_t size = 0;
+    /** The bytes; fewer than `size` where a receiver did not keep an oversized payload. */
+    std::vector<std::byte> bytes;
+};
+
+/** The worker has made its window. */
+struct Hello {
+    std::wstring entry;
+    /** Value of the handle of the window that takes kCopyDataStop. */
+    std::uint64_t workerWindow = 0;
+};
+
+struct PciLocation {
+    std::uint32_t domain = 0;
+    std::uint32_t bus = 0;
+    std::uint32_t device = 0;
+    /** Device id in the high, vendor id in the low 16 bits. */
+    std::uint32_t deviceId = 0;
+    /** Tells GPUs apart, across boots too; the index does not. */
+    std::string busId;
+};
+
+/** MHz, indexed by kClockGraphics and its neighbours. */
+using Clocks = std::array<std::optional<std::uint32_t>, kClockTypeCount>;
+
+/** One GPU's readings of one cycle. */
+struct GpuReading {
+    std::wstring entry;
+    std::uint32_t index = 0;
+    std::uint32_t count = 0;
+    std::optional<std::wstring> name;
+    std::uint32_t gpuUtilizationPercent = 0;
+    std::uint32_t memoryUtilizationPercent = 0;
+    std::optional<std::uint32_t> temperatureCelsius;
+    /** The intended speed; may be over 100. */
+    std::optional<std::uint32_t> fanSpeedPercent;
+    Clocks clocksMHz;
+    std::optional<PciLocation> pci;
+};
+
+/** What of one GPU does not change; sent once per worker. */
+struct GpuStatic {
+    /** Readings taken with it. */
+    GpuReading first;
+    std::optional<std::uint64_t> totalMemoryKiB;
+    std::optional<std::wstring> serial;
+    std::optional<std::wstring> vbiosVersion;
+    std::optional<std::wstring> driverVersion;
+    Clocks maxClocksMHz;
+};
+
+struct CpuTemperature {
+    int celsius = 0;
+};
+
+/** Why a payload was not taken, or is doubted. */
+enum class PayloadFault {
+    kUnknownCode,
+    kWrongSize,
+    kNotTerminated,
+    kBadRecord,
+    kBadText,
+    /** Sent from a window of a process that is not the worker's. Its payload is taken all the same.
+     */
+    kForeignSender,
+    /** A hello that names a window that is not the worker's. */
+    kForeignWindow,
+};
+
+/** The fault as a short word in lower case, for filters and logs: "wrong_size". */
+const char* FaultName(PayloadFault fault);
+
+struct PayloadError {
+    PayloadFault fault = PayloadFault::kUnknownCode;
+    /** What is wrong and where, in ASCII. */
+    std::string text;
+};
+
+using Decoded = std::variant<Hello, GpuStatic, GpuReading, CpuTemperature, PayloadError>;
+
+/** Decodes one payload. Any thread. */
+Decoded Decode(const Payload& payload);
+
+}  // namespace zorvane

@@ -1,0 +1,52 @@
+#include "client/environment.h"
+
+#include <windows.h>
+
+#include <map>
+#include <memory>
+#include <string_view>
+
+namespace zorvane {
+namespace {
+
+struct CLessIgnoringCase {
+    bool operator()(const std::wstring& left, const std::wstring& right) const {
+        return CompareStringOrdinal(left.c_str(), static_cast<int>(left.size()), right.c_str(),
+                                    static_cast<int>(right.size()), TRUE) == CSTR_LESS_THAN;
+    }
+};
+
+struct CStringsFreer {
+    void operator()(wchar_t* block) const { FreeEnvironmentStringsW(block); }
+};
+
+}  // namespace
+
+std::vector<wchar_t> ChangeEnvironment(const wchar_t* block,
+                                       const std::vector<EnvironmentChange>& changes) {
+    std::map<std::wstring, std::wstring, CLessIgnoringCase> variables;
+    for (std::wstring_view text(block); !text.empty(); text = text.data() + text.size() + 1) {
+        // The current folders of the drives are variables too, of names like "=C:".
+        const std::size_t equals = text.find(L'=', 1);
+        if (equals == std::wstring_view::npos) continue;
+        variables.emplace(text.substr(0, equals), text.substr(equals + 1));
+    }
+    for (const auto& [name, value] : changes) variables[name] = value;
+
+    std::vector<wchar_t> result;
+    for (const auto& [name, value] : variables) {
+        const std::wstring text = name + L'=' + value;
+        result.insert(result.end(), text.begin(), text.end());
+        result.push_back(L'\0');
+    }
+    if (result.empty()) result.push_back(L'\0');
+    result.push_back(L'\0');
+    return result;
+}
+
+std::vector<wchar_t> ChangedOwnEnvironment(const std::vector<EnvironmentChange>& changes) {
+    const std::unique_ptr<wchar_t, CStringsFreer> block(GetEnvironmentStringsW());
+    return ChangeEnvironment(block ? block.get() : L"", changes);
+}
+
+}  // namespace zorvane

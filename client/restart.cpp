@@ -1,0 +1,18 @@
+#include "client/restart.h"
+
+#include <algorithm>
+
+namespace zorvane {
+
+unsigned NextAttempt(unsigned last, std::chrono::milliseconds lived) {
+    return lived >= kHealthyRun ? 1 : last + 1;
+}
+
+std::chrono::milliseconds RestartPause(unsigned attempt) {
+    // Beyond six doublings the longest pause holds anyway; the limit keeps the shift defined.
+    const unsigned doublings = std::min(attempt > 0 ? attempt - 1 : 0, 6U);
+    return std::min<std::chrono::milliseconds>(std::chrono::seconds(1U << doublings),
+                                               kLongestRestartPause);
+}
+
+}  // namespace zorvane

@@ -1,0 +1,65 @@
+/** The process that a worker runs in. */
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+
+#include "client/callerror.h"
+#include "client/commandline.h"
+#include "client/handle.h"
+
+namespace zorvane {
+
+/**
+ * One worker process, in a job of its own: it ends with this object, and so with the stub, even
+ * with a stub that crashes. A worker that is ended like that leaves the AMD driver service
+ * installed; the next one that ends in order removes it. One thread.
+ */
+class CWorkerProcess {
+  public:
+    /** The exit code of a worker that Terminate has ended. */
+    static constexpr DWORD kTerminatedCode = ERROR_PROCESS_ABORTED;
+
+    CWorkerProcess() = default;
+    ~CWorkerProcess() { Close(); }
+    CWorkerProcess(const CWorkerProcess&) = delete;
+    CWorkerProcess& operator=(const CWorkerProcess&) = delete;
+
+    /**
+     * Starts the host for `stubWindow` and has `endMessage` posted to `endWindow` once, when the
+     * process has ended. A worker is no part of the stub's console group: Ctrl+C reaches the stub
+     * alone, which can then ask for an orderly end. The error if there is one; then no process is
+     * left.
+     */
+    [[nodiscard]] std::optional<CallError> Start(const WorkerCommand& command, HWND stubWindow,
+                                                 HWND endWindow, UINT endMessage);
+
+    /** Ends the process by force if it still runs. The error if there is one. */
+    std::optional<CallError> Terminate();
+
+    /** Forgets the process; ends it by force if it still runs. */
+    void Close();
+
+    /** 0 when no process was started. */
+    DWORD Id() const { return m_id; }
+
+    /** Empty while the process runs, and when none was started. */
+    std::optional<DWORD> ExitCode() const;
+
+  private:
+    struct EndNotice {
+        HWND window = nullptr;
+        UINT message = 0;
+    };
+
+    static void CALLBACK OnEnd(void* notice, BOOLEAN) noexcept;
+
+    DWORD m_id = 0;
+    CUniqueHandle m_job;
+    CUniqueHandle m_process;
+    HANDLE m_wait = nullptr;
+    EndNotice m_notice;
+};
+
+}  // namespace zorvane

@@ -1,0 +1,163 @@
+#include "client/workersession.h"
+
+#include <algorithm>
+#include <type_traits>
+#include <variant>
+
+namespace zorvane {
+namespace {
+
+constexpr UINT kProcessEndMessage = WM_APP;
+constexpr UINT_PTR kGraceTimerId = 1;
+constexpr UINT kSendTimeoutMs = 1000;
+
+std::optional<CallError> SendStopMessage(HWND stub, HWND worker) {
+    COPYDATASTRUCT data{kCopyDataStop, 0, nullptr};
+    // Not SMTO_BLOCK: the worker may be sending to this thread at the same moment.
+    if (SendMessageTimeoutW(worker, WM_COPYDATA, reinterpret_cast<WPARAM>(stub),
+                            reinterpret_cast<LPARAM>(&data), SMTO_NORMAL | SMTO_ABORTIFHUNG,
+                            kSendTimeoutMs, nullptr) != 0) {
+        return std::nullopt;
+    }
+    return LastCallError("SendMessageTimeoutW");
+}
+
+}  // namespace
+
+std::string DescribeExit(const WorkerExit& exit) {
+    return exit.forced ? "was ended by force" : DescribeExit(exit.code, exit.greeted);
+}
+
+CWorkerSession::CWorkerSession(IWorkerListener& listener, const StopTimes& times)
+    : m_listener(listener), m_times(times) {}
+
+std::optional<CallError> CWorkerSession::Start(const WorkerCommand& command) {
+    m_step = StopStep::kNone;
+    m_workerWindow = nullptr;
+    m_startTick = GetTickCount64();
+    if (auto error = MakeControlWindow()) return error;
+    if (auto error = m_stub.Create(
+            [this](HWND sender, const Payload& payload) { OnPayload(sender, payload); })) {
+        return error;
+    }
+    return m_process.Start(command, m_stub.Handle(), m_control.Handle(), kProcessEndMessage);
+}
+
+/** Once: a session that is started again is in this window's handler when that happens. */
+std::optional<CallError> CWorkerSession::MakeControlWindow() {
+    if (m_control.Handle() != nullptr) return std::nullopt;
+    return m_control.Create(
+        [this](UINT message, WPARAM wParam, LPARAM) { return OnControlMessage(message, wParam); });
+}
+
+void CWorkerSession::Stop() {
+    if (IsRunning()) Press(m_step == StopStep::kNone ? "stop was asked for" : "asked again");
+}
+
+void CWorkerSession::Press(const std::string& reason) {
+    switch (m_step) {
+        case StopStep::kNone:
+            m_step = StopStep::kAsked;
+            m_listener.OnStopStep(m_step, reason);
+            WaitBeforeNextStep(m_times.afterAsking);
+            if (m_workerWindow != nullptr) SendStop();
+            return;
+        case StopStep::kAsked:
+            m_step = StopStep::kWindowTaken;
+            m_listener.OnStopStep(m_step, reason);
+            m_stub.Destroy();
+            WaitBeforeNextStep(m_times.afterTakingWindow);
+            return;
+        case StopStep::kWindowTaken:
+            m_step = StopStep::kForced;
+            m_listener.OnStopStep(m_step, reason);
+            KillTimer(m_control.Handle(), kGraceTimerId);
+            if (const auto error = m_process.Terminate()) {
+                m_listener.OnStopStep(m_step, Describe(*error));
+            }
+            return;
+        case StopStep::kForced:
+            return;
+    }
+}
+
+void CWorkerSession::SendStop() {
+    const auto error = SendStopMessage(m_stub.Handle(), m_workerWindow);
+    // A message that timed out may still arrive; any other failure is final.
+    if (error && error->code != ERROR_TIMEOUT) Press(Describe(*error));
+}
+
+void CWorkerSession::WaitBeforeNextStep(std::chrono::milliseconds grace) {
+    SetTimer(m_control.Handle(), kGraceTimerId, static_cast<UINT>(grace.count()), nullptr);
+}
+
+std::optional<LRESULT> CWorkerSession::OnControlMessage(UINT message, WPARAM wParam) {
+    if (message == kProcessEndMessage) {
+        OnProcessEnd();
+        return 0;
+    }
+    if (message == WM_TIMER && wParam == kGraceTimerId) {
+        KillTimer(m_control.Handle(), kGraceTimerId);
+        const auto grace =
+            m_step == StopStep::kAsked ? m_times.afterAsking : m_times.afterTakingWindow;
+        Press("no end within " + std::to_string(grace.count()) + " ms");
+        return 0;
+    }
+    return std::nullopt;
+}
+
+void CWorkerSession::OnPayload(HWND sender, const Payload& payload) {
+    if (IsForeign(sender)) {
+        m_listener.OnPayloadError({PayloadFault::kForeignSender,
+                                   "code " + std::to_string(payload.code) +
+                                       " came from a window of another process than the worker's"});
+    }
+    std::visit(
+        [this](const auto& value) {
+            using Value = std::decay_t<decltype(value)>;
+            if constexpr (std::is_same_v<Value, Hello>) OnHello(value);
+            if constexpr (std::is_same_v<Value, GpuStatic>) m_listener.OnGpuStatic(value);
+            if constexpr (std::is_same_v<Value, GpuReading>) m_listener.OnGpuReading(value);
+            if constexpr (std::is_same_v<Value, CpuTemperature>) m_listener.OnCpuTemperature(value);
+            if constexpr (std::is_same_v<Value, PayloadError>) m_listener.OnPayloadError(value);
+        },
+        Decode(payload));
+}
+
+void CWorkerSession::OnHello(const Hello& hello) {
+    const auto window = reinterpret_cast<HWND>(static_cast<std::uintptr_t>(hello.workerWindow));
+    if (window == nullptr || IsForeign(window)) {
+        m_listener.OnPayloadError({PayloadFault::kForeignWindow,
+                                   "hello names the window " + std::to_string(hello.workerWindow) +
+                                       ", which is none of the worker's"});
+        return;
+    }
+    m_workerWindow = window;
+    m_listener.OnHello(hello);
+    if (m_step == StopStep::kAsked) SendStop();
+}
+
+void CWorkerSession::OnProcessEnd() {
+    const std::optional<DWORD> code = m_process.ExitCode();
+    if (!code) return;
+    m_stub.Deliver();
+    WorkerExit exit;
+    exit.processId = m_process.Id();
+    exit.code = *code;
+    exit.greeted = m_workerWindow != nullptr;
+    exit.kind = ClassifyExit(exit.code, exit.greeted);
+    exit.forced = m_step == StopStep::kForced && exit.code == CWorkerProcess::kTerminatedCode;
+    exit.lived = std::chrono::milliseconds(GetTickCount64() - m_startTick);
+    KillTimer(m_control.Handle(), kGraceTimerId);
+    m_stub.Destroy();
+    m_process.Close();
+    m_listener.OnExit(exit);
+}
+
+/** A window that is gone, or no window at all, could have been the worker's. */
+bool CWorkerSession::IsForeign(HWND window) const {
+    DWORD owner = 0;
+    return GetWindowThreadProcessId(window, &owner) != 0 && owner != m_process.Id();
+}
+
+}  // namespace zorvane

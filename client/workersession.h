@@ -1,0 +1,136 @@
+/**
+ * One worker and the stub window that it reports to, from start to end. All that a stub needs:
+ *
+ *   class CMyStub : public zorvane::IWorkerListener { ... };
+ *   CMyStub stub;
+ *   zorvane::CWorkerSession session(stub);
+ *   if (auto error = session.Start({.host = path, .entry = L"mystub"})) ...
+ *   // run the message loop; session.Stop() to end; OnExit comes last
+ */
+#pragma once
+
+#include <windows.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "client/callerror.h"
+#include "client/commandline.h"
+#include "client/decode.h"
+#include "client/exitcode.h"
+#include "client/messagewindow.h"
+#include "client/stubwindow.h"
+#include "client/workerprocess.h"
+
+namespace zorvane {
+
+/** How far the end of a worker has been pressed for; each step follows when the one before failed.
+ */
+enum class StopStep {
+    kNone,
+    /** The stop message was sent, or will be as soon as the hello has named the window for it. */
+    kAsked,
+    /**
+     * The stub window was destroyed. The worker looks for it every five seconds. This reaches also
+     * a worker that runs elevated when the stub does not: Windows keeps the stop message from it.
+     */
+    kWindowTaken,
+    /** The process was ended by force. The AMD driver service may be left behind. */
+    kForced,
+};
+
+/** How long a worker may take to end after each step before the next is taken. */
+struct StopTimes {
+    std::chrono::milliseconds afterAsking = std::chrono::seconds(5);
+    /** The worker's own check takes up to five seconds, its orderly end comes on top. */
+    std::chrono::milliseconds afterTakingWindow = std::chrono::seconds(10);
+};
+
+/** How a worker ended. */
+struct WorkerExit {
+    DWORD processId = 0;
+    DWORD code = 0;
+    ExitKind kind = ExitKind::kOrderly;
+    /** Whether the worker's hello had come. */
+    bool greeted = false;
+    /** Ended by the session, by force. */
+    bool forced = false;
+    std::chrono::milliseconds lived{};
+};
+
+/** The end in words, fit to follow "the worker ": "ended in order (0)". */
+std::string DescribeExit(const WorkerExit& exit);
+
+/**
+ * What a session tells. Every call comes from the session's message loop, none from inside a
+ * handler of WM_COPYDATA: a listener may take its time. It must not throw, nor destroy the session.
+ */
+class IWorkerListener {
+  public:
+    virtual ~IWorkerListener() = default;
+
+    /** The worker is up. Its window is its own, or gone already with a worker that ended at once.
+     */
+    virtual void OnHello(const Hello& hello) = 0;
+    virtual void OnGpuStatic(const GpuStatic& fixed) = 0;
+    virtual void OnGpuReading(const GpuReading& reading) = 0;
+    virtual void OnCpuTemperature(const CpuTemperature& temperature) = 0;
+    /** Something arrived that was skipped, or is doubted (PayloadFault::kForeignSender). */
+    virtual void OnPayloadError(const PayloadError& error) = 0;
+    /** Stop took a step; `reason` says in words why it came to it. */
+    virtual void OnStopStep(StopStep step, const std::string& reason) = 0;
+    /** The worker has ended; everything that it sent has been told. May start the session again. */
+    virtual void OnExit(const WorkerExit& exit) = 0;
+};
+
+/**
+ * Made, used and destroyed on one thread, which runs a message loop. Destroyed with a worker
+ * running it ends the worker by force.
+ */
+class CWorkerSession {
+  public:
+    /** `listener` outlives the session. */
+    explicit CWorkerSession(IWorkerListener& listener, const StopTimes& times = {});
+
+    CWorkerSession(const CWorkerSession&) = delete;
+    CWorkerSession& operator=(const CWorkerSession&) = delete;
+
+    /** Starts a worker; the session has none when this is called. The error if there is one. */
+    [[nodiscard]] std::optional<CallError> Start(const WorkerCommand& command);
+
+    /**
+     * Asks the worker to end and returns; OnExit tells when it has. What does not help in time is
+     * followed by the next StopStep. Called again it takes the next step at once. Without a worker
+     * nothing happens.
+     */
+    void Stop();
+
+    bool IsRunning() const { return m_process.Id() != 0; }
+
+    /** 0 when no worker runs. */
+    DWORD WorkerId() const { return m_process.Id(); }
+
+  private:
+    std::optional<CallError> MakeControlWindow();
+    std::optional<LRESULT> OnControlMessage(UINT message, WPARAM wParam);
+    void OnPayload(HWND sender, const Payload& payload);
+    void OnHello(const Hello& hello);
+    void OnProcessEnd();
+    void Press(const std::string& reason);
+    void SendStop();
+    void WaitBeforeNextStep(std::chrono::milliseconds grace);
+    bool IsForeign(HWND window) const;
+
+    IWorkerListener& m_listener;
+    const StopTimes m_times;
+    /** Takes the timer and the notice of the process's end; outlives the stub window. */
+    CMessageWindow m_control;
+    CStubWindow m_stub;
+    CWorkerProcess m_process;
+    HWND m_workerWindow = nullptr;
+    StopStep m_step = StopStep::kNone;
+    ULONGLONG m_startTick = 0;
+};
+
+}  // namespace zorvane

@@ -1,0 +1,76 @@
+#include "monitor/output.h"
+
+#include <algorithm>
+
+#include "client/text.h"
+
+namespace zorvane {
+namespace {
+
+bool IsConsole(HANDLE handle) {
+    DWORD mode = 0;
+    return GetConsoleMode(handle, &mode) != 0;
+}
+
+std::optional<CallError> WriteConsoleText(HANDLE handle, std::string_view text) {
+    const std::wstring wide = ToWide(text);
+    DWORD written = 0;
+    if (WriteConsoleW(handle, wide.data(), static_cast<DWORD>(wide.size()), &written, nullptr)) {
+        return std::nullopt;
+    }
+    return LastCallError("WriteConsoleW");
+}
+
+std::optional<CallError> WriteBytes(HANDLE handle, std::string_view text) {
+    while (!text.empty()) {
+        DWORD written = 0;
+        if (!WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr)) {
+            return LastCallError("WriteFile");
+        }
+        text.remove_prefix(written);
+    }
+    return std::nullopt;
+}
+
+/** A console takes UTF-16, whatever its code page; everything else takes the bytes. */
+std::optional<CallError> WriteText(HANDLE handle, std::string_view text) {
+    return IsConsole(handle) ? WriteConsoleText(handle, text) : WriteBytes(handle, text);
+}
+
+}  // namespace
+
+COutput::COutput(HANDLE handle) : m_handle(handle), m_isTerminal(IsConsole(handle)) {}
+
+void COutput::Write(std::string_view text) {
+    if (!m_failure) m_failure = WriteText(m_handle, text);
+}
+
+TerminalSize COutput::Size() const {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!GetConsoleScreenBufferInfo(m_handle, &info)) return {};
+    const SMALL_RECT& window = info.srWindow;
+    return {static_cast<std::size_t>(window.Right - window.Left + 1),
+            static_cast<std::size_t>(window.Bottom - window.Top + 1)};
+}
+
+// The console's own functions rather than escape sequences: they work in every console of Windows,
+// and in Wine's, which takes the mode for sequences and then loses count of its lines.
+void COutput::MoveUp(std::size_t lines) const {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!GetConsoleScreenBufferInfo(m_handle, &info)) return;
+    const int row = info.dwCursorPosition.Y - static_cast<int>(lines);
+    SetConsoleCursorPosition(m_handle, {0, static_cast<SHORT>(std::max(row, 0))});
+}
+
+bool COutput::IsReaderGone() const {
+    if (!m_failure) return false;
+    const DWORD code = m_failure->code;
+    return code == ERROR_BROKEN_PIPE || code == ERROR_NO_DATA || code == ERROR_PIPE_NOT_CONNECTED;
+}
+
+void WriteNote(std::string_view text) {
+    // There is nobody to tell that standard error cannot be written.
+    WriteText(GetStdHandle(STD_ERROR_HANDLE), "zorvanemon: " + std::string(text) + "\n");
+}
+
+}  // namespace zorvane

@@ -1,0 +1,55 @@
+/** Standard output, wherever it goes. */
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "client/callerror.h"
+
+namespace zorvane {
+
+struct TerminalSize {
+    std::size_t columns = 80;
+    std::size_t rows = 25;
+};
+
+/**
+ * Writes UTF-8 at once, without a buffer: a reader at the other end of a pipe sees each line when
+ * it happens. After a failure nothing more is written.
+ */
+class COutput {
+  public:
+    /** `handle` stays the caller's and open; it may be invalid, which shows with the first write.
+     */
+    explicit COutput(HANDLE handle);
+
+    void Write(std::string_view text);
+
+    /** Whether this is a console. The next two are for one. */
+    bool IsTerminal() const { return m_isTerminal; }
+
+    TerminalSize Size() const;
+
+    /** Puts the cursor to the begin of the line that is `lines` higher. */
+    void MoveUp(std::size_t lines) const;
+
+    /** Why nothing is written any more. */
+    const std::optional<CallError>& Failure() const { return m_failure; }
+
+    /** Whether the failure is that nobody reads any more, which is a way to end like any other. */
+    bool IsReaderGone() const;
+
+  private:
+    HANDLE m_handle;
+    bool m_isTerminal;
+    std::optional<CallError> m_failure;
+};
+
+/** One line to standard error, with the program's name in front. */
+void WriteNote(std::string_view text);
+
+}  // namespace zorvane

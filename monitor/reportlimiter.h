@@ -1,0 +1,30 @@
+/** Keeps a failure that repeats itself from filling the output. */
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace zorvane {
+
+class CReportLimiter {
+  public:
+    static constexpr std::chrono::milliseconds kPause = std::chrono::minutes(1);
+
+    /**
+     * Whether a failure of this cause is to be told now: the first, and then one a minute at most.
+     * If so, gives how many were left out since the last one told. `now` never runs backwards.
+     */
+    std::optional<unsigned> Admit(const std::string& cause, std::chrono::milliseconds now);
+
+  private:
+    struct Cause {
+        std::chrono::milliseconds lastTold{};
+        unsigned leftOut = 0;
+    };
+
+    std::map<std::string, Cause> m_causes;
+};
+
+}  // namespace zorvane

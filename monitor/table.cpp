@@ -1,0 +1,199 @@
+#include "monitor/table.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <numeric>
+
+#include "client/text.h"
+
+namespace zorvane {
+namespace {
+
+constexpr char kNotRead[] = "n/a";
+constexpr std::size_t kGap = 2;
+
+using Cell = std::string (*)(const std::string& source, const GpuRow& row);
+
+struct Column {
+    const char* heading;
+    const char* unit;
+    bool isText;
+    /** Columns of the highest rank go first when the table is too wide; those of rank 0 stay. */
+    int rank;
+    Cell cell;
+};
+
+template <typename T>
+std::string OrNotRead(const std::optional<T>& value) {
+    return value ? fmt::format("{}", *value) : kNotRead;
+}
+
+std::string Clock(const GpuRow& row, int type) {
+    return row.latest ? OrNotRead(row.latest->clocksMHz[static_cast<std::size_t>(type)]) : kNotRead;
+}
+
+/** A name from outside, as one line of text that cannot steer a terminal. */
+std::string Harmless(std::wstring text) {
+    std::replace_if(
+        text.begin(), text.end(),
+        [](wchar_t c) { return c < L' ' || (c >= L'\x7F' && c < L'\xA0'); }, L'?');
+    return ToUtf8(text);
+}
+
+std::string Name(const GpuRow& row) {
+    if (row.latest && row.latest->name) return Harmless(*row.latest->name);
+    if (row.fixed && row.fixed->first.name) return Harmless(*row.fixed->first.name);
+    return kNotRead;
+}
+
+std::string BusId(const std::string& source, const GpuRow& row) {
+    const bool isLatest = row.latest && row.latest->pci;
+    const bool isFixed = row.fixed && row.fixed->first.pci;
+    return isLatest || isFixed || !source.starts_with("gpu ") ? Harmless(ToWide(source)) : kNotRead;
+}
+
+std::string TotalMiB(const GpuRow& row) {
+    if (!row.fixed || !row.fixed->totalMemoryKiB) return kNotRead;
+    return fmt::format("{}", *row.fixed->totalMemoryKiB / 1024);
+}
+
+constexpr Column kColumns[] = {
+    {"PCI bus id", "", true, 0,
+     [](const std::string& source, const GpuRow& row) { return BusId(source, row); }},
+    {"Name", "", true, 0, [](const std::string&, const GpuRow& row) { return Name(row); }},
+    {"GPU", "%", false, 0,
+     [](const std::string&, const GpuRow& row) {
+         return row.latest ? fmt::format("{}", row.latest->gpuUtilizationPercent) : kNotRead;
+     }},
+    {"Mem", "%", false, 0,
+     [](const std::string&, const GpuRow& row) {
+         return row.latest ? fmt::format("{}", row.latest->memoryUtilizationPercent) : kNotRead;
+     }},
+    {"Temp", "C", false, 0,
+     [](const std::string&, const GpuRow& row) {
+         return row.latest ? OrNotRead(row.latest->temperatureCelsius) : kNotRead;
+     }},
+    {"Fan", "%", false, 0,
+     [](const std::string&, const GpuRow& row) {
+         return row.latest ? OrNotRead(row.latest->fanSpeedPercent) : kNotRead;
+     }},
+    {"Graphics", "MHz", false, 1,
+     [](const std::string&, const GpuRow& row) { return Clock(row, kClockGraphics); }},
+    {"SM", "MHz", false, 4,
+     [](const std::string&, const GpuRow& row) { return Clock(row, kClockSm); }},
+    {"Memory", "MHz", false, 2,
+     [](const std::string&, const GpuRow& row) { return Clock(row, kClockMemory); }},
+    {"Video", "MHz", false, 5,
+     [](const std::string&, const GpuRow& row) { return Clock(row, kClockVideo); }},
+    {"VRAM", "MiB", false, 3, [](const std::string&, const GpuRow& row) { return TotalMiB(row); }},
+};
+
+/** Characters of UTF-8 text: every byte but those that continue a character. */
+std::size_t Length(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+std::string Cut(const std::string& text, std::size_t width) {
+    std::size_t characters = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if ((text[i] & 0xC0) != 0x80 && characters++ == width) return text.substr(0, i);
+    }
+    return text;
+}
+
+/** One column with the text of all its lines. */
+struct FilledColumn {
+    const Column* column = nullptr;
+    std::vector<std::string> texts;
+    std::size_t width = 0;
+};
+
+FilledColumn Fill(const Column& column, const CMachineModel& model) {
+    FilledColumn filled{&column, {column.heading, column.unit}, 0};
+    for (const auto& [source, row] : model.Gpus()) filled.texts.push_back(column.cell(source, row));
+    for (const std::string& text : filled.texts)
+        filled.width = std::max(filled.width, Length(text));
+    return filled;
+}
+
+std::size_t TotalWidth(const std::vector<FilledColumn>& columns) {
+    return std::accumulate(columns.begin(), columns.end(), std::size_t{0},
+                           [](std::size_t sum, const FilledColumn& filled) {
+                               return sum + filled.width + kGap;
+                           }) -
+           kGap;
+}
+
+/** Leaves columns out until the rest fits or only those of rank 0 are left. */
+void Fit(std::vector<FilledColumn>& columns, std::size_t width) {
+    while (TotalWidth(columns) > width) {
+        const auto last = std::max_element(columns.begin(), columns.end(),
+                                           [](const FilledColumn& left, const FilledColumn& right) {
+                                               return left.column->rank < right.column->rank;
+                                           });
+        if (last->column->rank == 0) return;
+        columns.erase(last);
+    }
+}
+
+std::string Line(const std::vector<FilledColumn>& columns, std::size_t number) {
+    std::string line;
+    for (const FilledColumn& filled : columns) {
+        const std::string& text = filled.texts[number];
+        const std::string padding(filled.width - Length(text), ' ');
+        if (!line.empty()) line.append(kGap, ' ');
+        line += filled.column->isText ? text + padding : padding + text;
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line;
+}
+
+std::string DriverVersion(const CMachineModel& model) {
+    for (const auto& [source, row] : model.Gpus()) {
+        if (row.fixed && row.fixed->driverVersion) return Harmless(*row.fixed->driverVersion);
+    }
+    return kNotRead;
+}
+
+std::string WorkerLine(const CMachineModel& model, std::string_view clock) {
+    const auto& hello = model.WorkerHello();
+    const std::string name =
+        hello ? fmt::format("\"{}\"", Harmless(hello->entry)) : "(no hello yet)";
+    return fmt::format("{}  worker {} {}  NVIDIA driver {}", clock, model.WorkerId(), name,
+                       DriverVersion(model));
+}
+
+std::vector<std::string> GpuLines(const CMachineModel& model, std::size_t width) {
+    if (model.Gpus().empty()) return {"No NVIDIA GPU has been reported."};
+    std::vector<FilledColumn> columns;
+    for (const Column& column : kColumns) columns.push_back(Fill(column, model));
+    Fit(columns, width);
+    std::vector<std::string> lines;
+    for (std::size_t i = 0; i < model.Gpus().size() + 2; ++i) lines.push_back(Line(columns, i));
+    return lines;
+}
+
+std::string CpuLine(const CMachineModel& model) {
+    return model.Cpu() ? fmt::format("CPU temperature: {} C", model.Cpu()->celsius)
+                       : fmt::format("CPU temperature: {}", kNotRead);
+}
+
+}  // namespace
+
+std::string Padded(const std::string& text, std::size_t width) {
+    const std::size_t length = Length(text);
+    return length < width ? text + std::string(width - length, ' ') : text;
+}
+
+std::vector<std::string> RenderTable(const CMachineModel& model, std::string_view clock,
+                                     std::size_t width) {
+    std::vector<std::string> lines = GpuLines(model, width);
+    lines.insert(lines.begin(), WorkerLine(model, clock));
+    lines.push_back(CpuLine(model));
+    for (std::string& line : lines) line = Cut(line, width);
+    return lines;
+}
+
+}  // namespace zorvane

@@ -1,0 +1,15 @@
+/** The devices of the simulated Platform.dll. */
+#pragma once
+
+#include "platform/vendorobject.h"
+#include "scenario/scenario.h"
+
+/** The scenario's processor; one without devices, on which Init fails, when it has none. */
+Cpu& CurrentCpu();
+
+/** The library answers only between these two; before and after, calls fail with status -1. */
+void StartDevices();
+void StopDevices();
+
+/** The device of a type and index, null when the scenario has none there. */
+VendorObject* FindDevice(int32_t type, int32_t index);

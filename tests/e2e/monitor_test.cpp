@@ -1,0 +1,102 @@
+// zorvanemon with the shipped library.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "e2e/records.h"
+#include "e2e/simulatedmachine.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+class Monitor : public testing::Test {
+  protected:
+    // Runs zorvanemon on a machine to its end; its exit code.
+    std::optional<DWORD> RunMonitor(const MachineParts& parts, const std::wstring& words) {
+        m_machine = std::make_unique<CSimulatedMachine>(parts);
+        m_monitor = std::make_unique<CChildProcess>(
+            BuildFolder(L"bin") + L"\\zorvanemon.exe",
+            L"--host \"" + m_machine->Host() + L"\" " + words, m_machine->Environment());
+        return m_monitor->Wait();
+    }
+
+    std::vector<nlohmann::json> Lines() const {
+        std::vector<nlohmann::json> lines;
+        std::istringstream text(m_monitor->Output());
+        for (std::string line; std::getline(text, line);) {
+            lines.push_back(nlohmann::json::parse(line));
+        }
+        return lines;
+    }
+
+    std::vector<std::string> Types() const {
+        std::vector<std::string> types;
+        for (const nlohmann::json& line : Lines()) {
+            types.push_back(line["type"]);
+        }
+        return types;
+    }
+
+    static MachineParts TwoGpusOnly() {
+        return {.scenario = kTwoGpus, .settings = "[cpu_kernel]\r\nsdk_flag=0\r\n"};
+    }
+
+    std::unique_ptr<CSimulatedMachine> m_machine;
+    std::unique_ptr<CChildProcess> m_monitor;
+};
+
+}  // namespace
+
+TEST_F(Monitor, ShowsWholeRoundsAndEndsTheWorkerInOrder) {
+    ASSERT_EQ(RunMonitor(TwoGpusOnly(), L"--format json --count 2"), 0u) << m_monitor->Errors();
+    EXPECT_THAT(Types(), ElementsAre("hello", "gpu_static", "gpu_static", "gpu", "gpu", "gpu",
+                                     "gpu", "worker_exit"));
+    EXPECT_THAT(m_machine->LogMessages(),
+                testing::Contains("[msgloopprocess] OnCopyData StopLoop"));
+    EXPECT_EQ(Lines().back()["exit_code"], 0);
+}
+
+TEST_F(Monitor, GivesTheReadingsOfTheLibrary) {
+    ASSERT_EQ(RunMonitor(TwoGpusOnly(), L"--format json --count 1"), 0u) << m_monitor->Errors();
+    const std::vector<nlohmann::json> lines = Lines();
+    ASSERT_EQ(lines.size(), 6u);
+    EXPECT_EQ(lines[1]["serial"], "1320523000001");
+    EXPECT_EQ(lines[1]["memory_total_kib"], 24564 * 1024);
+    EXPECT_EQ(lines[3]["temperature_celsius"], 42);
+    EXPECT_EQ(lines[3]["fan_speed_percent"], 52);
+    EXPECT_EQ(lines[3]["clocks_mhz"]["graphics"], 1002);
+    EXPECT_EQ(lines[4]["name"], "Tesla T4");
+    EXPECT_TRUE(lines[4]["fan_speed_percent"].is_null());
+}
+
+TEST_F(Monitor, ShowsATableWhenNotAskedForJson) {
+    ASSERT_EQ(RunMonitor(TwoGpusOnly(), L"--count 1"), 0u) << m_monitor->Errors();
+    EXPECT_THAT(m_monitor->Output(), HasSubstr("NVIDIA GeForce RTX 4090"));
+    EXPECT_THAT(m_monitor->Output(), HasSubstr("n/a"));
+    EXPECT_THAT(m_monitor->Output(), testing::Not(HasSubstr("4294967295")));
+}
+
+TEST_F(Monitor, SaysThatThereWasNothingToRead) {
+    MachineParts parts = TwoGpusOnly();
+    parts.nvml = L"none";
+    EXPECT_EQ(RunMonitor(parts, L"--count 1"), 4u);
+    EXPECT_THAT(m_monitor->Errors(), HasSubstr("Qorvella_HardwareDll.log"));
+}
+
+TEST_F(Monitor, PassesOnWhatTheHostSaysOfAMissingLibrary) {
+    EXPECT_EQ(RunMonitor(TwoGpusOnly(), L"--count 1 --library Z:\\missing\\Zorvane.dll"), 3u);
+    EXPECT_THAT(m_monitor->Errors(), HasSubstr("missing\\Zorvane.dll"));
+}
+
+TEST_F(Monitor, SaysThatTheWorkerCrashed) {
+    MachineParts parts = TwoGpusOnly();
+    parts.nvml = L"crashes";
+    EXPECT_THAT(RunMonitor(parts, L"--count 1000 --no-restart --format json"),
+                testing::AnyOf(4u, 6u));
+    EXPECT_EQ(Lines().back()["exit_code"], 0xC0000005u);
+    EXPECT_EQ(Lines().back()["crashed"], true);
+}

@@ -1,0 +1,83 @@
+#include "e2e/simulatedmachine.h"
+
+#include <windows.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "support/logfile.h"
+
+namespace {
+
+std::filesystem::path BuildRoot() {
+    std::vector<wchar_t> path(32768);
+    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    return std::filesystem::path(path.data()).parent_path().parent_path();
+}
+
+void Copy(const std::filesystem::path& from, const std::filesystem::path& to) {
+    std::filesystem::copy_file(from, to / from.filename());
+}
+
+std::wstring ProgramFiles(const std::wstring& nvml) {
+    const std::filesystem::path sim = BuildRoot() / L"sim";
+    if (nvml == L"none") {
+        return (sim / L"no such folder").wstring();
+    }
+    return nvml.empty() ? (sim / L"ProgramFiles").wstring() : (sim / L"variants" / nvml).wstring();
+}
+
+}  // namespace
+
+std::wstring BuildFolder(const std::wstring& name) { return (BuildRoot() / name).wstring(); }
+
+CSimulatedMachine::CSimulatedMachine(const MachineParts& parts)
+    : m_host(
+          m_folder.PathOf(parts.simulatedProcessor ? L"zorvanesimhost.exe" : L"zorvanehost.exe")),
+      m_programFiles(ProgramFiles(parts.nvml)) {
+    const std::filesystem::path folder = m_folder.Path();
+    const std::filesystem::path sim = BuildFolder(L"sim");
+    const std::filesystem::path bin = BuildFolder(L"bin");
+    std::filesystem::create_directory(folder / L"Log");
+    Copy(bin / L"Zorvane.dll", folder);
+    Copy((parts.simulatedProcessor ? sim : bin) / std::filesystem::path(m_host).filename(), folder);
+    Copy((parts.standIn ? std::filesystem::path(BuildFolder(L"platform-standin")) : sim) /
+             L"Platform.dll",
+         folder);
+    Copy(sim / L"AMDRyzenMasterDriver.sys", folder);
+    WriteFileBytes(m_folder.PathOf(L"scenario.json"), parts.scenario);
+    if (!parts.settings.empty()) {
+        WriteFileBytes(SettingsPath(), parts.settings);
+    }
+}
+
+std::unique_ptr<CChildProcess> CSimulatedMachine::StartWorker(const std::wstring& words) const {
+    return std::make_unique<CChildProcess>(m_host, words, Environment());
+}
+
+std::vector<zorvane::EnvironmentChange> CSimulatedMachine::Environment() const {
+    return {{L"ProgramW6432", m_programFiles},
+            {L"ZORVANE_SIM_SCENARIO", m_folder.PathOf(L"scenario.json")},
+            {L"ZORVANE_SIM_CALL_LOG", m_folder.PathOf(L"calls.log")}};
+}
+
+std::vector<std::string> CSimulatedMachine::LogMessages() const {
+    return SiteMessages(SplitLines(ReadFileBytes(LogPath())));
+}
+
+std::vector<std::string> CSimulatedMachine::LogLines() const {
+    std::vector<std::string> lines = SplitLines(ReadFileBytes(LogPath()));
+    for (std::string& line : lines) {
+        line.erase(0, line.find("[E]"));
+    }
+    return lines;
+}
+
+std::vector<std::string> CSimulatedMachine::Calls() const {
+    std::vector<std::string> calls;
+    std::istringstream text(ReadFileBytes(m_folder.PathOf(L"calls.log")));
+    for (std::string line; std::getline(text, line);) {
+        calls.push_back(line);
+    }
+    return calls;
+}

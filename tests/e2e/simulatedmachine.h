@@ -1,0 +1,55 @@
+/** The shipped library on a simulated machine, in a folder of its own. */
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/childprocess.h"
+#include "support/tempfolder.h"
+
+/** The folder of the build's shipped files ("bin"), or of another of its outputs. */
+std::wstring BuildFolder(const std::wstring& name);
+
+/** What is put together for a test. */
+struct MachineParts {
+    /** JSON text of the scenario. */
+    std::string scenario = "{}";
+    /** A variant of the simulated NVML; empty: the current one; "none": no NVML at all. */
+    std::wstring nvml = L"";
+    /** Whether the processor is simulated; else the machine's own answers. */
+    bool simulatedProcessor = true;
+    /** The stand-in instead of the simulated vendor library. */
+    bool standIn = false;
+    /** Content of Qorvella.set; none when empty. */
+    std::string settings = "";
+};
+
+/** Workers started here find nothing of the real machine. The path has a blank in it. */
+class CSimulatedMachine {
+  public:
+    explicit CSimulatedMachine(const MachineParts& parts);
+
+    /** Starts a worker with these words on its command line. */
+    std::unique_ptr<CChildProcess> StartWorker(const std::wstring& words) const;
+
+    /** What a worker is started with. */
+    std::wstring Host() const { return m_host; }
+    std::vector<zorvane::EnvironmentChange> Environment() const;
+
+    std::wstring LogPath() const { return m_folder.PathOf(L"Log\\Qorvella_HardwareDll.log"); }
+    std::wstring SettingsPath() const { return m_folder.PathOf(L"Qorvella.set"); }
+    std::wstring DriverPath() const { return m_folder.PathOf(L"AMDRyzenMasterDriver.sys"); }
+
+    /** The log sites' messages, "[source] text", of all workers so far. */
+    std::vector<std::string> LogMessages() const;
+    /** All lines of the log without stamps: "[E]..." onwards. */
+    std::vector<std::string> LogLines() const;
+    /** Lines of the vendor libraries' call log. */
+    std::vector<std::string> Calls() const;
+
+  private:
+    CTempFolder m_folder;
+    std::wstring m_host;
+    std::wstring m_programFiles;
+};

@@ -1,0 +1,39 @@
+/** A program that a test runs. */
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+
+#include "client/environment.h"
+#include "support/tempfolder.h"
+
+/** Runs one program, in a job that ends with this object, and keeps what it prints. */
+class CChildProcess {
+  public:
+    /** Starts at once; throws std::runtime_error when Windows cannot. */
+    CChildProcess(const std::wstring& program, const std::wstring& words,
+                  const std::vector<zorvane::EnvironmentChange>& environment = {});
+    ~CChildProcess();
+    CChildProcess(const CChildProcess&) = delete;
+    CChildProcess& operator=(const CChildProcess&) = delete;
+
+    DWORD Id() const { return m_id; }
+
+    /** The exit code; empty when it has not ended within `timeoutMs`. */
+    std::optional<DWORD> Wait(DWORD timeoutMs = 60000) const;
+
+    /** What it has written so far. */
+    std::string Output() const { return ReadFileBytes(m_folder.PathOf(L"output")); }
+    std::string Errors() const { return ReadFileBytes(m_folder.PathOf(L"errors")); }
+
+    /** Ends it by force. */
+    void Kill() const;
+
+  private:
+    CTempFolder m_folder;
+    HANDLE m_job = nullptr;
+    HANDLE m_process = nullptr;
+    DWORD m_id = 0;
+};

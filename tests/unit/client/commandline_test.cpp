@@ -1,0 +1,77 @@
+#include "client/commandline.h"
+
+#include <gtest/gtest.h>
+#include <shellapi.h>
+
+#include <random>
+
+namespace zorvane {
+namespace {
+
+std::vector<std::wstring> Split(const std::wstring& line) {
+    int count = 0;
+    LPWSTR* words = CommandLineToArgvW(line.c_str(), &count);
+    const std::vector<std::wstring> result(words, words + count);
+    LocalFree(words);
+    return result;
+}
+
+TEST(CommandLineTest, LeavesAPlainWordAlone) {
+    EXPECT_EQ(QuoteWord(L"--entry=Temp"), L"--entry=Temp");
+    EXPECT_EQ(QuoteWord(L"C:\\a\\"), L"C:\\a\\");
+}
+
+TEST(CommandLineTest, QuotesTheEmptyWordAndWordsWithBlanks) {
+    EXPECT_EQ(QuoteWord(L""), L"\"\"");
+    EXPECT_EQ(QuoteWord(L"a b"), L"\"a b\"");
+}
+
+TEST(CommandLineTest, DoublesBackslashesOnlyBeforeAQuotationMark) {
+    EXPECT_EQ(QuoteWord(L"a b\\c"), L"\"a b\\c\"");
+    EXPECT_EQ(QuoteWord(L"a b\\"), L"\"a b\\\\\"");
+    EXPECT_EQ(QuoteWord(L"a\\\"b"), L"\"a\\\\\\\"b\"");
+}
+
+TEST(CommandLineTest, GivesBackExactlyTheWordsOfAnyCommand) {
+    std::mt19937 random(20241121);
+    const std::wstring alphabet = L"a =\\\"\t\u00E4%";
+    const auto anyWord = [&] {
+        std::wstring word;
+        for (auto length = random() % 8; length > 0; --length) {
+            word += alphabet[random() % alphabet.size()];
+        }
+        return word;
+    };
+    for (int i = 0; i < 3000; ++i) {
+        WorkerCommand command;
+        command.host = L"C:\\Program Files\\z\\zorvanehost.exe";
+        command.entry = anyWord();
+        command.library = L"C:\\" + anyWord();
+        command.words = {anyWord(), anyWord()};
+        const std::wstring line = BuildCommandLine(command, nullptr);
+        const std::vector<std::wstring> expected{command.host,
+                                                 L"--wnd=0",
+                                                 L"--entry=" + command.entry,
+                                                 L"--library=" + command.library,
+                                                 command.words[0],
+                                                 command.words[1]};
+        ASSERT_EQ(Split(line), expected);
+    }
+}
+
+TEST(CommandLineTest, LeavesTheLibraryOutWhenTheHostIsToTakeItsOwn) {
+    WorkerCommand command;
+    command.host = L"h.exe";
+    command.entry = L"e";
+    EXPECT_EQ(BuildCommandLine(command, nullptr), L"\"h.exe\" --wnd=0 --entry=e");
+}
+
+TEST(CommandLineTest, WritesAWindowHandleAsASignedDecimalOf32Bits) {
+    const auto window = [](std::uintptr_t value) { return reinterpret_cast<HWND>(value); };
+    EXPECT_EQ(WindowText(window(132456)), L"132456");
+    EXPECT_EQ(WindowText(window(0xFFFFFFFF80000001)), L"-2147483647");
+    EXPECT_EQ(WindowText(window(0x80000001)), L"-2147483647");
+}
+
+}  // namespace
+}  // namespace zorvane

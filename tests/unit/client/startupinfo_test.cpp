@@ -1,0 +1,44 @@
+#include "client/startupinfo.h"
+
+#include <gtest/gtest.h>
+
+#include "support/importpatch.h"
+
+namespace zorvane {
+namespace {
+
+TEST(StartupInfoTest, HandsOnStandardErrorAndNothingElse) {
+    CStartupInfo info;
+    ASSERT_FALSE(info.Prepare());
+    ASSERT_TRUE(info.Inherits());
+    EXPECT_EQ(info.Get()->hStdInput, nullptr);
+    EXPECT_EQ(info.Get()->hStdOutput, nullptr);
+    DWORD flags = 0;
+    ASSERT_TRUE(GetHandleInformation(info.Get()->hStdError, &flags));
+    EXPECT_EQ(flags & HANDLE_FLAG_INHERIT, static_cast<DWORD>(HANDLE_FLAG_INHERIT));
+}
+
+TEST(StartupInfoTest, InheritsNothingWhenThereIsNoStandardError) {
+    PATCH_IMPORT(noError, GetStdHandle, [](DWORD) -> HANDLE { return nullptr; });
+    CStartupInfo info;
+    ASSERT_FALSE(info.Prepare());
+    EXPECT_FALSE(info.Inherits());
+    EXPECT_EQ(info.Get()->hStdError, nullptr);
+}
+
+TEST(StartupInfoTest, NamesTheCallThatFails) {
+    PATCH_IMPORT(failing, UpdateProcThreadAttribute,
+                 [](LPPROC_THREAD_ATTRIBUTE_LIST, DWORD, DWORD_PTR, PVOID, SIZE_T, PVOID,
+                    PSIZE_T) -> WINBOOL {
+                     SetLastError(ERROR_NOT_SUPPORTED);
+                     return FALSE;
+                 });
+    CStartupInfo info;
+    const auto error = info.Prepare();
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->call, "UpdateProcThreadAttribute");
+    EXPECT_EQ(error->code, static_cast<DWORD>(ERROR_NOT_SUPPORTED));
+}
+
+}  // namespace
+}  // namespace zorvane

@@ -1,0 +1,149 @@
+#include "client/stubwindow.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "support/importpatch.h"
+#include "unit/client/fakeworker.h"
+
+namespace zorvane {
+namespace {
+
+LRESULT SendCopyData(HWND to, WPARAM sender, ULONG_PTR code, const std::vector<char>& bytes) {
+    std::vector<char> copy = bytes;
+    COPYDATASTRUCT data{code, static_cast<DWORD>(copy.size()), copy.data()};
+    return SendMessageW(to, WM_COPYDATA, sender, reinterpret_cast<LPARAM>(&data));
+}
+
+class StubWindowTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        const auto error = m_stub.Create([this](HWND sender, const Payload& payload) {
+            m_senders.push_back(sender);
+            m_payloads.push_back(payload);
+        });
+        ASSERT_FALSE(error) << Describe(*error);
+    }
+
+    /** Sends from another thread while this one runs its message loop; the window's answer. */
+    LRESULT SendFromOutside(ULONG_PTR code, const std::vector<char>& bytes, WPARAM sender = 0) {
+        std::atomic<bool> done{false};
+        LRESULT answer = -1;
+        const DWORD pumping = GetCurrentThreadId();
+        std::thread thread([&] {
+            answer = SendCopyData(m_stub.Handle(), sender, code, bytes);
+            done = true;
+            PostThreadMessageW(pumping, WM_NULL, 0, 0);
+        });
+        EXPECT_TRUE(PumpUntil([&] { return done.load(); }));
+        thread.join();
+        return answer;
+    }
+
+    CStubWindow m_stub;
+    std::vector<HWND> m_senders;
+    std::vector<Payload> m_payloads;
+};
+
+TEST_F(StubWindowTest, DeliversACopyOfThePayloadAndWhoSentIt) {
+    EXPECT_EQ(SendFromOutside(0x100000D11, {'a', 'b', '\0'}, 77), TRUE);
+    ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 1; }));
+    EXPECT_EQ(m_senders[0], reinterpret_cast<HWND>(WPARAM{77}));
+    EXPECT_EQ(m_payloads[0].code, 0x100000D11U);
+    EXPECT_EQ(m_payloads[0].size, 3U);
+    EXPECT_EQ(m_payloads[0].bytes,
+              (std::vector<std::byte>{std::byte{'a'}, std::byte{'b'}, std::byte{0}}));
+}
+
+TEST_F(StubWindowTest, AnswersBeforeAnybodyLooksAtThePayload) {
+    // Sent on the window's own thread, the message is answered inside SendMessage.
+    EXPECT_EQ(SendCopyData(m_stub.Handle(), 0, 1, {'a'}), TRUE);
+    EXPECT_TRUE(m_payloads.empty());
+    EXPECT_TRUE(PumpUntil([&] { return m_payloads.size() == 1; }));
+}
+
+TEST_F(StubWindowTest, KeepsTheOrderOfArrival) {
+    for (ULONG_PTR code = 1; code <= 5; ++code) SendCopyData(m_stub.Handle(), 0, code, {});
+    ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 5; }));
+    for (std::size_t i = 0; i < 5; ++i) EXPECT_EQ(m_payloads[i].code, i + 1);
+}
+
+TEST_F(StubWindowTest, KeepsTheBeginAndTheTrueSizeOfAnOversizedPayload) {
+    EXPECT_EQ(SendFromOutside(1, std::vector<char>(100000, 'x')), TRUE);
+    ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 1; }));
+    EXPECT_EQ(m_payloads[0].size, 100000U);
+    EXPECT_EQ(m_payloads[0].bytes.size(), CStubWindow::kKeptBytes);
+}
+
+TEST_F(StubWindowTest, TakesAPayloadOfNoBytes) {
+    EXPECT_EQ(SendFromOutside(1, {}), TRUE);
+    ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 1; }));
+    EXPECT_EQ(m_payloads[0].size, 0U);
+    EXPECT_TRUE(m_payloads[0].bytes.empty());
+}
+
+TEST_F(StubWindowTest, AnswersFalseWithoutDataAndWhenTheQueueIsFull) {
+    EXPECT_EQ(SendMessageW(m_stub.Handle(), WM_COPYDATA, 0, 0), FALSE);
+    for (std::size_t i = 0; i < CStubWindow::kLongestQueue; ++i) {
+        ASSERT_EQ(SendCopyData(m_stub.Handle(), 0, 1, {'a'}), TRUE);
+    }
+    EXPECT_EQ(SendCopyData(m_stub.Handle(), 0, 1, {'a'}), FALSE);
+    m_stub.Deliver();
+    EXPECT_EQ(m_payloads.size(), CStubWindow::kLongestQueue);
+    EXPECT_EQ(SendCopyData(m_stub.Handle(), 0, 1, {'a'}), TRUE);
+}
+
+TEST_F(StubWindowTest, DropsWhatWaitsWhenItIsDestroyed) {
+    SendCopyData(m_stub.Handle(), 0, 1, {'a'});
+    const HWND window = m_stub.Handle();
+    m_stub.Destroy();
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(m_stub.Handle(), nullptr);
+    m_stub.Deliver();
+    EXPECT_TRUE(m_payloads.empty());
+}
+
+TEST(StubWindowOwnerTest, MayBeDestroyedByWhoeverTakesAPayload) {
+    CStubWindow stub;
+    int delivered = 0;
+    ASSERT_FALSE(stub.Create([&](HWND, const Payload&) {
+        ++delivered;
+        stub.Destroy();
+    }));
+    SendCopyData(stub.Handle(), 0, 1, {});
+    SendCopyData(stub.Handle(), 0, 2, {});
+    EXPECT_TRUE(PumpUntil([&] { return delivered == 1; }));
+    EXPECT_EQ(stub.Handle(), nullptr);
+}
+
+TEST(StubWindowOwnerTest, LetsTheMessageInFromProcessesOfLowerIntegrity) {
+    HWND window = nullptr;
+    PATCH_IMPORT(filter, ChangeWindowMessageFilterEx,
+                 [&](HWND handle, UINT message, DWORD action, PCHANGEFILTERSTRUCT) -> WINBOOL {
+                     if (message == WM_COPYDATA && action == MSGFLT_ALLOW) window = handle;
+                     return TRUE;
+                 });
+    CStubWindow stub;
+    ASSERT_FALSE(stub.Create([](HWND, const Payload&) {}));
+    EXPECT_NE(stub.Handle(), nullptr);
+    EXPECT_EQ(window, stub.Handle());
+}
+
+TEST(StubWindowOwnerTest, NamesTheCallWhenTheWindowCannotBeMade) {
+    PATCH_IMPORT(failing, CreateWindowExW,
+                 [](DWORD, LPCWSTR, LPCWSTR, DWORD, int, int, int, int, HWND, HMENU, HINSTANCE,
+                    LPVOID) -> HWND {
+                     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+                     return nullptr;
+                 });
+    CStubWindow stub;
+    const auto error = stub.Create([](HWND, const Payload&) {});
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->call, "CreateWindowExW");
+    EXPECT_EQ(error->code, static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
+}
+
+}  // namespace
+}  // namespace zorvane

@@ -1,0 +1,144 @@
+#include "client/workerprocess.h"
+
+#include <gtest/gtest.h>
+
+#include "client/messagewindow.h"
+#include "support/importpatch.h"
+#include "unit/client/fakeworker.h"
+
+namespace zorvane {
+namespace {
+
+constexpr UINT kEndMessage = WM_APP + 7;
+constexpr DWORD kTimeoutMs = 30000;
+
+class WorkerProcessTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_FALSE(m_window.Create([this](UINT message, WPARAM, LPARAM) {
+            if (message == kEndMessage) ++m_ends;
+            return std::optional<LRESULT>();
+        }));
+    }
+
+    std::optional<CallError> Start(const WorkerCommand& command) {
+        return m_process.Start(command, m_window.Handle(), m_window.Handle(), kEndMessage);
+    }
+
+    bool WaitForEnd() {
+        return PumpUntil([this] { return m_ends > 0; });
+    }
+
+    CMessageWindow m_window;
+    CWorkerProcess m_process;
+    int m_ends = 0;
+};
+
+TEST_F(WorkerProcessTest, TellsTheWindowOfTheEndAndKeepsTheExitCode) {
+    ASSERT_FALSE(Start(FakeWorker({L"exit:42"})));
+    EXPECT_NE(m_process.Id(), 0U);
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(m_process.ExitCode(), 42U);
+}
+
+TEST_F(WorkerProcessTest, GivesTheCodeOfACrash) {
+    ASSERT_FALSE(Start(FakeWorker({L"crash"})));
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(m_process.ExitCode(), static_cast<DWORD>(EXCEPTION_ACCESS_VIOLATION));
+}
+
+TEST_F(WorkerProcessTest, SetsVariablesForTheWorkerOnly) {
+    WorkerCommand command = FakeWorker({L"env:ZORVANE_TEST_CODE"});
+    command.environment = {{L"ZORVANE_TEST_CODE", L"23"}};
+    ASSERT_FALSE(Start(command));
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(m_process.ExitCode(), 23U);
+    EXPECT_EQ(GetEnvironmentVariableW(L"ZORVANE_TEST_CODE", nullptr, 0), 0U);
+}
+
+TEST_F(WorkerProcessTest, HasNoExitCodeWhileTheWorkerRuns) {
+    ASSERT_FALSE(Start(FakeWorker({L"deaf", L"blind"})));
+    EXPECT_EQ(m_process.ExitCode(), std::nullopt);
+    EXPECT_EQ(m_process.Terminate(), std::nullopt);
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_EQ(m_process.ExitCode(), CWorkerProcess::kTerminatedCode);
+}
+
+TEST_F(WorkerProcessTest, EndsTheWorkerWhenItIsClosed) {
+    ASSERT_FALSE(Start(FakeWorker({L"deaf", L"blind"})));
+    const CUniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, m_process.Id()));
+    ASSERT_TRUE(process);
+    m_process.Close();
+    EXPECT_EQ(WaitForSingleObject(process.get(), kTimeoutMs), WAIT_OBJECT_0);
+    EXPECT_EQ(m_process.Id(), 0U);
+}
+
+TEST_F(WorkerProcessTest, EndsTheWorkerWithTheLastHandleOfItsJob) {
+    HANDLE job = nullptr;
+    PATCH_IMPORT(assign, AssignProcessToJobObject, [&](HANDLE target, HANDLE process) -> WINBOOL {
+        job = target;
+        return decltype(assign)::Original(target, process);
+    });
+    // The process is not ended by hand: what is left is what a stub that crashes leaves behind.
+    PATCH_IMPORT(terminate, TerminateProcess, [](HANDLE, UINT) -> WINBOOL { return TRUE; });
+    ASSERT_FALSE(Start(FakeWorker({L"deaf", L"blind"})));
+    EXPECT_NE(job, nullptr);
+    const CUniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, m_process.Id()));
+    m_process.Close();
+    EXPECT_EQ(WaitForSingleObject(process.get(), kTimeoutMs), WAIT_OBJECT_0);
+}
+
+TEST_F(WorkerProcessTest, NamesTheHostThatIsMissing) {
+    WorkerCommand command = FakeWorker({});
+    command.host = BesideTest(L"missing host.exe");
+    const auto error = Start(command);
+    ASSERT_TRUE(error);
+    EXPECT_NE(error->call.find("missing host.exe"), std::string::npos) << error->call;
+    EXPECT_EQ(error->code, static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(m_process.Id(), 0U);
+}
+
+TEST_F(WorkerProcessTest, LeavesNoProcessWhenTheJobRefusesIt) {
+    DWORD id = 0;
+    PATCH_IMPORT(refusing, AssignProcessToJobObject, [&](HANDLE, HANDLE process) -> WINBOOL {
+        id = GetProcessId(process);
+        SetLastError(ERROR_ACCESS_DENIED);
+        return FALSE;
+    });
+    const auto error = Start(FakeWorker({}));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->call, "AssignProcessToJobObject");
+    EXPECT_EQ(m_process.Id(), 0U);
+    const CUniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, id));
+    EXPECT_TRUE(!process || WaitForSingleObject(process.get(), kTimeoutMs) == WAIT_OBJECT_0);
+}
+
+struct CreationCase {
+    UINT codePage;
+    bool hidesConsole;
+};
+
+class CreationFlagsTest : public WorkerProcessTest,
+                          public testing::WithParamInterface<CreationCase> {};
+
+TEST_P(CreationFlagsTest, KeepCtrlCFromTheWorkerAndOpenNoConsole) {
+    PATCH_IMPORT(console, GetConsoleCP, []() -> UINT { return GetParam().codePage; });
+    DWORD flags = 0;
+    PATCH_IMPORT(
+        create, CreateProcessW,
+        [&](LPCWSTR, LPWSTR, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, WINBOOL, DWORD given,
+            LPVOID, LPCWSTR, LPSTARTUPINFOW, LPPROCESS_INFORMATION) -> WINBOOL {
+            flags = given;
+            SetLastError(ERROR_ACCESS_DENIED);
+            return FALSE;
+        });
+    ASSERT_TRUE(Start(FakeWorker({})));
+    EXPECT_NE(flags & CREATE_NEW_PROCESS_GROUP, 0U);
+    EXPECT_EQ((flags & CREATE_NO_WINDOW) != 0, GetParam().hidesConsole);
+}
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutConsole, CreationFlagsTest,
+                         testing::Values(CreationCase{437, false}, CreationCase{0, true}));
+
+}  // namespace
+}  // namespace zorvane

@@ -1,0 +1,237 @@
+#include "client/workersession.h"
+
+#include <gtest/gtest.h>
+
+#include "support/importpatch.h"
+#include "unit/client/fakeworker.h"
+
+namespace zorvane {
+namespace {
+
+using namespace std::chrono_literals;
+using Steps = std::vector<StopStep>;
+
+/** Keeps what a session tells. */
+class CRecorder : public IWorkerListener {
+  public:
+    void OnHello(const Hello& hello) override { hellos.push_back(hello); }
+    void OnGpuStatic(const GpuStatic& fixed) override { statics.push_back(fixed); }
+    void OnGpuReading(const GpuReading& reading) override { readings.push_back(reading); }
+    void OnCpuTemperature(const CpuTemperature& value) override { cpus.push_back(value.celsius); }
+    void OnPayloadError(const PayloadError& error) override { faults.push_back(error.fault); }
+    void OnStopStep(StopStep step, const std::string& reason) override {
+        steps.push_back(step);
+        reasons.push_back(reason);
+    }
+    void OnExit(const WorkerExit& exit) override { exits.push_back(exit); }
+
+    std::vector<Hello> hellos;
+    std::vector<GpuStatic> statics;
+    std::vector<GpuReading> readings;
+    std::vector<int> cpus;
+    std::vector<PayloadFault> faults;
+    Steps steps;
+    std::vector<std::string> reasons;
+    std::vector<WorkerExit> exits;
+};
+
+class WorkerSessionTest : public testing::Test {
+  protected:
+    /** Grace times that no healthy worker needs. */
+    static constexpr StopTimes kPatient{60s, 60s};
+    static constexpr StopTimes kImpatient{50ms, 50ms};
+
+    void Start(const std::vector<std::wstring>& script, const StopTimes& times = kPatient) {
+        m_session = std::make_unique<CWorkerSession>(m_told, times);
+        const auto error = m_session->Start(FakeWorker(script));
+        ASSERT_FALSE(error) << Describe(*error);
+    }
+
+    bool WaitForHello() {
+        return PumpUntil([this] { return !m_told.hellos.empty(); });
+    }
+
+    bool WaitForExit(std::size_t count = 1) {
+        return PumpUntil([this, count] { return m_told.exits.size() == count; });
+    }
+
+    CRecorder m_told;
+    std::unique_ptr<CWorkerSession> m_session;
+};
+
+TEST_F(WorkerSessionTest, TellsEverythingThatAWorkerSendsBeforeItsEnd) {
+    Start({L"hello", L"static:0", L"gpu:1", L"cpu:{\"CpuTemp\":47}", L"exit:0"});
+    ASSERT_TRUE(WaitForExit());
+    ASSERT_EQ(m_told.hellos.size(), 1U);
+    EXPECT_EQ(m_told.hellos[0].entry, L"test worker");
+    ASSERT_EQ(m_told.statics.size(), 1U);
+    EXPECT_EQ(m_told.statics[0].driverVersion, L"535.98");
+    ASSERT_EQ(m_told.readings.size(), 1U);
+    EXPECT_EQ(m_told.readings[0].name, L"Fake GPU 1");
+    EXPECT_EQ(m_told.cpus, std::vector<int>{47});
+    EXPECT_TRUE(m_told.faults.empty());
+    EXPECT_EQ(m_told.exits[0].kind, ExitKind::kOrderly);
+    EXPECT_TRUE(m_told.exits[0].greeted);
+    EXPECT_FALSE(m_told.exits[0].forced);
+    EXPECT_FALSE(m_session->IsRunning());
+}
+
+TEST_F(WorkerSessionTest, SkipsBadPayloadsAndGoesOn) {
+    Start({L"hello", L"bytes:3344:447", L"bytes:3344:449", L"bytes:77:1", L"rawcpu:x", L"cpu:x",
+           L"bytes:3344:448", L"gpu:0", L"exit:0"});
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.faults,
+              (std::vector<PayloadFault>{PayloadFault::kWrongSize, PayloadFault::kWrongSize,
+                                         PayloadFault::kUnknownCode, PayloadFault::kNotTerminated,
+                                         PayloadFault::kBadText, PayloadFault::kBadRecord}));
+    EXPECT_EQ(m_told.readings.size(), 1U);
+}
+
+TEST_F(WorkerSessionTest, EndsAWorkerInOrderByTheStopMessage) {
+    Start({L"hello", L"blind"});
+    ASSERT_TRUE(WaitForHello());
+    m_session->Stop();
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.exits[0].code, 0U);
+    EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
+}
+
+TEST_F(WorkerSessionTest, SendsTheStopMessageThatWasAskedForBeforeTheHello) {
+    Start({L"blind", L"sleep:50", L"hello"});
+    m_session->Stop();
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.exits[0].code, 0U);
+    EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
+}
+
+TEST_F(WorkerSessionTest, TakesTheStubWindowFromAWorkerThatIgnoresTheStopMessage) {
+    Start({L"deaf", L"hello"}, {50ms, 60s});
+    ASSERT_TRUE(WaitForHello());
+    m_session->Stop();
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.exits[0].code, 0U);
+    EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken}));
+    EXPECT_EQ(m_told.reasons[1], "no end within 50 ms");
+}
+
+TEST_F(WorkerSessionTest, EndsAWorkerByForceThatIgnoresEverything) {
+    Start({L"deaf", L"blind", L"hello"}, kImpatient);
+    ASSERT_TRUE(WaitForHello());
+    m_session->Stop();
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_TRUE(m_told.exits[0].forced);
+    EXPECT_EQ(m_told.exits[0].code, CWorkerProcess::kTerminatedCode);
+    EXPECT_EQ(DescribeExit(m_told.exits[0]), "was ended by force");
+    EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken, StopStep::kForced}));
+}
+
+TEST_F(WorkerSessionTest, TakesTheNextStepAtOnceWhenAskedAgain) {
+    Start({L"deaf", L"blind", L"hello"});
+    ASSERT_TRUE(WaitForHello());
+    for (int i = 0; i < 4; ++i) m_session->Stop();
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_TRUE(m_told.exits[0].forced);
+    EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken, StopStep::kForced}));
+}
+
+TEST_F(WorkerSessionTest, TakesTheStubWindowAtOnceWhenTheStopMessageIsKeptFromTheWorker) {
+    Start({L"hello"});
+    ASSERT_TRUE(WaitForHello());
+    PATCH_IMPORT(denied, SendMessageTimeoutW,
+                 [](HWND, UINT, WPARAM, LPARAM, UINT, UINT, PDWORD_PTR) -> LRESULT {
+                     SetLastError(ERROR_ACCESS_DENIED);
+                     return 0;
+                 });
+    m_session->Stop();
+    EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken}));
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.exits[0].code, 0U);
+}
+
+TEST_F(WorkerSessionTest, WaitsOnWhenTheStopMessageTimesOut) {
+    Start({L"hello"});
+    ASSERT_TRUE(WaitForHello());
+    PATCH_IMPORT(late, SendMessageTimeoutW,
+                 [](HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags,
+                    UINT timeoutMs, PDWORD_PTR result) -> LRESULT {
+                     decltype(late)::Original(window, message, wParam, lParam, flags, timeoutMs,
+                                              result);
+                     SetLastError(ERROR_TIMEOUT);
+                     return 0;
+                 });
+    m_session->Stop();
+    EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
+}
+
+TEST_F(WorkerSessionTest, TellsThatAWorkerCrashed) {
+    Start({L"hello", L"gpu:0", L"crash"});
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.exits[0].kind, ExitKind::kCrash);
+    EXPECT_EQ(DescribeExit(m_told.exits[0]), "crashed: access violation (0xC0000005)");
+    EXPECT_EQ(m_told.readings.size(), 1U);
+}
+
+TEST_F(WorkerSessionTest, TellsAHostsFailureFromACrash) {
+    Start({L"exit:3"});
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.exits[0].kind, ExitKind::kHostFailure);
+    EXPECT_FALSE(m_told.exits[0].greeted);
+}
+
+TEST_F(WorkerSessionTest, RefusesAHelloThatNamesAWindowOfAnotherProcess) {
+    const std::wstring desktop =
+        std::to_wstring(reinterpret_cast<std::uintptr_t>(GetDesktopWindow()));
+    Start({L"hello:" + desktop, L"hello:0", L"gpu:0", L"sleep:60000"});
+    ASSERT_TRUE(PumpUntil([this] { return !m_told.readings.empty(); }));
+    EXPECT_TRUE(m_told.hellos.empty());
+    EXPECT_EQ(m_told.faults, (std::vector<PayloadFault>{PayloadFault::kForeignWindow,
+                                                        PayloadFault::kForeignWindow}));
+}
+
+TEST_F(WorkerSessionTest, TakesPayloadsOfAWrongSenderAndSaysSo) {
+    const std::wstring desktop =
+        std::to_wstring(reinterpret_cast<std::uintptr_t>(GetDesktopWindow()));
+    Start({L"hello", L"sender:0", L"gpu:0", L"sender:" + desktop, L"gpu:0", L"exit:0"});
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.readings.size(), 2U);
+    EXPECT_EQ(m_told.faults, std::vector<PayloadFault>{PayloadFault::kForeignSender});
+}
+
+TEST_F(WorkerSessionTest, StartsAgainFromWithinTheNewsOfTheEnd) {
+    class CRestarter : public CRecorder {
+      public:
+        void OnExit(const WorkerExit& exit) override {
+            CRecorder::OnExit(exit);
+            if (exits.size() > 1) return;
+            ASSERT_FALSE(session->Start(FakeWorker({L"hello", L"exit:7"})));
+        }
+        CWorkerSession* session = nullptr;
+    };
+    CRestarter told;
+    CWorkerSession session(told, kPatient);
+    told.session = &session;
+    ASSERT_FALSE(session.Start(FakeWorker({L"hello", L"crash"})));
+    ASSERT_TRUE(PumpUntil([&] { return told.exits.size() == 2; }));
+    EXPECT_EQ(told.hellos.size(), 2U);
+    EXPECT_EQ(told.exits[1].code, 7U);
+    EXPECT_EQ(told.exits[0].kind, ExitKind::kCrash);
+}
+
+TEST_F(WorkerSessionTest, EndsTheWorkerWhenItIsDestroyed) {
+    Start({L"deaf", L"blind", L"hello"});
+    ASSERT_TRUE(WaitForHello());
+    const CUniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, m_session->WorkerId()));
+    m_session.reset();
+    EXPECT_EQ(WaitForSingleObject(process.get(), 30000), WAIT_OBJECT_0);
+}
+
+TEST_F(WorkerSessionTest, StopsNothingWhenNoWorkerRuns) {
+    CWorkerSession session(m_told);
+    session.Stop();
+    EXPECT_TRUE(m_told.steps.empty());
+}
+
+}  // namespace
+}  // namespace zorvane

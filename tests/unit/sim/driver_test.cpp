@@ -1,0 +1,82 @@
+#include "simfixture.h"
+#include "simservice.h"
+
+namespace {
+
+// The real service manager with the simulated driver, which no test may install on real Windows.
+class CDriverTest : public CSimTest {
+  protected:
+    void SetUp() override {
+        if (!IsWine()) {
+            GTEST_SKIP() << "no test installs a driver on real Windows";
+        }
+        RemoveDriverService();
+    }
+    void TearDown() override {
+        if (IsWine()) {
+            RemoveDriverService();
+        }
+    }
+
+    static CServiceHandle Install() {
+        const std::filesystem::path file = SimFolder() / "AMDRyzenMasterDriver.sys";
+        return CServiceHandle(
+            CreateServiceW(OpenManager().get(), kServiceName, kServiceName, SERVICE_ALL_ACCESS,
+                           SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
+                           file.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr));
+    }
+};
+
+TEST_F(CDriverTest, DeviceOpensWhileTheServiceRuns) {
+    const CServiceHandle service = Install();
+    ASSERT_NE(service, nullptr) << GetLastError();
+    EXPECT_FALSE(DriverDeviceOpens());
+
+    ASSERT_TRUE(StartServiceW(service.get(), 0, nullptr)) << GetLastError();
+    EXPECT_EQ(DriverServiceState(), static_cast<DWORD>(SERVICE_RUNNING));
+    EXPECT_TRUE(DriverDeviceOpens());
+    EXPECT_TRUE(DriverDeviceOpens());
+
+    SERVICE_STATUS status{};
+    ASSERT_TRUE(ControlService(service.get(), SERVICE_CONTROL_STOP, &status)) << GetLastError();
+    EXPECT_TRUE(WaitForDriverServiceState(SERVICE_STOPPED));
+    EXPECT_FALSE(DriverDeviceOpens());
+    EXPECT_TRUE(DeleteService(service.get())) << GetLastError();
+}
+
+TEST_F(CDriverTest, DriverStartsAgainAfterItWasStopped) {
+    for (int round = 0; round < 2; ++round) {
+        const CServiceHandle service = Install();
+        ASSERT_NE(service, nullptr) << GetLastError();
+        ASSERT_TRUE(StartServiceW(service.get(), 0, nullptr)) << GetLastError();
+        EXPECT_TRUE(DriverDeviceOpens());
+        RemoveDriverService();
+        EXPECT_FALSE(DriverDeviceOpens());
+    }
+}
+
+TEST_F(CDriverTest, ControlCodesAreAnsweredWithSuccessAndNoData) {
+    const CServiceHandle service = Install();
+    ASSERT_TRUE(StartServiceW(service.get(), 0, nullptr)) << GetLastError();
+    const HANDLE device = CreateFileW(kDriverDevice, GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                      OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(device, INVALID_HANDLE_VALUE);
+    DWORD returned = 5;
+    EXPECT_TRUE(DeviceIoControl(device, 0x222000, nullptr, 0, nullptr, 0, &returned, nullptr));
+    EXPECT_EQ(returned, 0U);
+    CloseHandle(device);
+}
+
+TEST_F(CDriverTest, PlatformStartsOnceTheDriverRuns) {
+    SetScenario(R"({"cpu": {}})");
+    const CServiceHandle service = Install();
+    const CLoadedLibrary library(SimFolder() / "Platform.dll");
+    void* platform = library.Get<void*()>("?GetPlatform@@YAAEAVIPlatform@@XZ")();
+    const auto* slots = *static_cast<uint64_t (***)(void*, void*, void*)>(platform);
+    EXPECT_EQ(slots[0](platform, nullptr, nullptr) & 0xFF, 0U);
+    ASSERT_TRUE(StartServiceW(service.get(), 0, nullptr)) << GetLastError();
+    EXPECT_EQ(slots[0](platform, nullptr, nullptr) & 0xFF, 1U);
+    slots[1](platform, nullptr, nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "scenario/scenariofile.h"
+
+#include <gmock/gmock.h>
+
+#include "nvml.h"
+#include "scenario/environment.h"
+#include "scenario/jsonplace.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+// Sends this process's standard error into a file for the life of the object.
+class CErrorFile {
+  public:
+    explicit CErrorFile(const std::filesystem::path& path)
+        : m_path(path),
+          m_before(GetStdHandle(STD_ERROR_HANDLE)),
+          m_file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                             FILE_ATTRIBUTE_NORMAL, nullptr)) {
+        SetStdHandle(STD_ERROR_HANDLE, m_file);
+    }
+    ~CErrorFile() {
+        SetStdHandle(STD_ERROR_HANDLE, m_before);
+        CloseHandle(m_file);
+    }
+    CErrorFile(const CErrorFile&) = delete;
+    CErrorFile& operator=(const CErrorFile&) = delete;
+
+    std::string Text() const { return ReadFileBytes(m_path); }
+
+  private:
+    std::filesystem::path m_path;
+    HANDLE m_before;
+    HANDLE m_file;
+};
+
+using CScenarioFileTest = CSimTest;
+
+TEST_F(CScenarioFileTest, EnvironmentNamesTheScenario) {
+    EXPECT_EQ(ScenarioPath(), ScenarioFile());
+}
+
+TEST_F(CScenarioFileTest, WithoutTheEnvironmentItLiesBesideTheModule) {
+    SetEnvironmentVariableW(L"ZORVANE_SIM_SCENARIO", nullptr);
+    EXPECT_EQ(ScenarioPath(), ModuleFolder() / L"scenario.json");
+    const CNvml nvml;
+    EXPECT_EQ(nvml.nvmlInit_v2(), kNvmlSuccess);
+    uint32_t count = 0;
+    EXPECT_EQ(nvml.nvmlDeviceGetCount_v2(&count), kNvmlSuccess);
+    EXPECT_EQ(count, 2U);
+}
+
+TEST_F(CScenarioFileTest, MissingFileIsNamed) {
+    try {
+        LoadScenario(Folder() / "none.json");
+        FAIL() << "a missing file was read";
+    } catch (const CScenarioError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("none.json: the file cannot be opened"));
+    }
+}
+
+TEST_F(CScenarioFileTest, BadScenarioMakesInitFailAndIsReportedOnce) {
+    SetScenario(R"({"gpus": 5})");
+    const CErrorFile errors(Folder() / "errors.txt");
+    const CNvml nvml;
+    EXPECT_EQ(nvml.nvmlInit_v2(), kNvmlUnknown);
+    EXPECT_EQ(nvml.nvmlInit_v2(), kNvmlUnknown);
+    const std::string report =
+        "scenario " + ScenarioFile().string() + ": /gpus: expected a list, found 5";
+    EXPECT_EQ(errors.Text(), report + "\r\n");
+    EXPECT_THAT(Calls(), testing::ElementsAre("error: " + report, "nvmlInit_v2() = 999",
+                                              "nvmlInit_v2() = 999"));
+}
+
+TEST_F(CScenarioFileTest, BadScenarioMakesThePlatformFail) {
+    SetScenario("{");
+    const CErrorFile errors(Folder() / "errors.txt");
+    const CLoadedLibrary library(SimFolder() / "Platform.dll");
+    void* platform = library.Get<void*()>("?GetPlatform@@YAAEAVIPlatform@@XZ")();
+    const auto init = **static_cast<uint64_t (***)(void*, void*, void*)>(platform);
+    EXPECT_EQ(init(platform, nullptr, nullptr) & 0xFF, 0U);
+    EXPECT_THAT(errors.Text(), HasSubstr("line 1, column 2"));
+}
+
+}  // namespace

@@ -1,0 +1,48 @@
+#include "simfixture.h"
+
+#include <sstream>
+
+namespace {
+
+std::filesystem::path ProgramFolder() {
+    std::vector<wchar_t> path(32768);
+    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    return std::filesystem::path(path.data()).parent_path();
+}
+
+}  // namespace
+
+std::filesystem::path SimFolder() {
+    return (ProgramFolder() / ZORVANE_SIM_FOLDER_FROM_TEST).lexically_normal();
+}
+
+std::filesystem::path NvmlPath(const std::string& variant) {
+    const std::filesystem::path tree =
+        variant.empty() ? SimFolder() / "ProgramFiles" : SimFolder() / "variants" / variant;
+    return tree / "NVIDIA Corporation" / "NVSMI" / "Nvml.dll";
+}
+
+bool IsWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+CSimTest::CSimTest() {
+    SetEnvironmentVariableW(L"ZORVANE_SIM_SCENARIO", ScenarioFile().c_str());
+    SetEnvironmentVariableW(L"ZORVANE_SIM_CALL_LOG", CallLogFile().c_str());
+}
+
+CSimTest::~CSimTest() {
+    SetEnvironmentVariableW(L"ZORVANE_SIM_SCENARIO", nullptr);
+    SetEnvironmentVariableW(L"ZORVANE_SIM_CALL_LOG", nullptr);
+}
+
+void CSimTest::SetScenario(const std::string& json) const { WriteFileBytes(ScenarioFile(), json); }
+
+std::vector<std::string> CSimTest::Calls() const {
+    std::istringstream text(ReadFileBytes(CallLogFile()));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}

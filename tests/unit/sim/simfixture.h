@@ -1,0 +1,68 @@
+/** What the tests of the simulated machine share. */
+#pragma once
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/tempfolder.h"
+
+/** The folder into which the build puts the simulated machine. */
+std::filesystem::path SimFolder();
+
+/** The simulated Nvml.dll of one variant; "" is the current one. */
+std::filesystem::path NvmlPath(const std::string& variant = "");
+
+/** True under Wine, whose service manager a test may use. */
+bool IsWine();
+
+/** A library that is loaded for the life of the object, so that each test meets a fresh one. */
+class CLoadedLibrary {
+  public:
+    explicit CLoadedLibrary(const std::filesystem::path& path)
+        : m_module(LoadLibraryW(path.c_str())) {
+        EXPECT_NE(m_module, nullptr) << path << ": error " << GetLastError();
+    }
+    ~CLoadedLibrary() {
+        if (m_module) {
+            FreeLibrary(m_module);
+        }
+    }
+    CLoadedLibrary(const CLoadedLibrary&) = delete;
+    CLoadedLibrary& operator=(const CLoadedLibrary&) = delete;
+
+    bool Has(const char* name) const { return GetProcAddress(m_module, name) != nullptr; }
+
+    /** The export of that name as a `Function`; null when there is none. */
+    template <class Function>
+    Function* Get(const char* name) const {
+        return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+    }
+
+  private:
+    HMODULE m_module;
+};
+
+/** A test with a scenario and a call log of its own, both named in the environment. */
+class CSimTest : public testing::Test {
+  protected:
+    CSimTest();
+    ~CSimTest() override;
+
+    /** To be called before a library of the simulated machine makes its first call. */
+    void SetScenario(const std::string& json) const;
+
+    /** The calls logged so far, a line each. */
+    std::vector<std::string> Calls() const;
+
+    std::filesystem::path Folder() const { return m_folder.Path(); }
+    std::filesystem::path ScenarioFile() const { return Folder() / L"test.json"; }
+    std::filesystem::path CallLogFile() const { return Folder() / L"calls.log"; }
+
+  private:
+    CTempFolder m_folder;
+};

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/timeb.h>
 
+#include <algorithm>
+#include <atomic>
 #include <optional>
 #include <thread>
 
@@ -80,9 +83,19 @@ TEST_F(LoggerLock, IsTheFirstToBeEnteredAndTheLastToBeLeft) {
     EXPECT_EQ(std::count(written.begin(), written.end(), std::pair('+', m_lock)), 1);
 }
 
-TEST_F(LoggerLock, LetsManyThreadsLogWithoutLosingOrTearingALine) {
+TEST_F(LoggerLock, LetsOneOfManyThreadsInAtATimeAndNoLineIsLostOrTorn) {
     constexpr int kThreads = 8;
     constexpr int kLines = 150;
+    std::atomic<int> inside = 0;
+    std::atomic<bool> together = false;
+    PATCH_IMPORT(clock, _ftime64_s, [&](__timeb64* now) {
+        if (++inside > 1) {
+            together = true;
+        }
+        SwitchToThread();
+        --inside;
+        return decltype(clock)::Original(now);
+    });
     std::vector<std::thread> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([this, thread] {
@@ -97,6 +110,7 @@ TEST_F(LoggerLock, LetsManyThreadsLogWithoutLosingOrTearingALine) {
     for (std::thread& thread : threads) {
         thread.join();
     }
+    EXPECT_FALSE(together);
 
     std::vector<Texts> written(kThreads);
     for (const std::string& text : LogTexts(m_path)) {

@@ -34,10 +34,12 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* exception) {
 }
 
 std::vector<unsigned char*> ReadSites() {
-    wchar_t program[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    std::ifstream list(std::filesystem::path(program).concat(L".cpuid"));
-    auto* base = reinterpret_cast<unsigned char*>(GetModuleHandleW(nullptr));
+    const HMODULE program = GetModuleHandleW(nullptr);
+    wchar_t path[MAX_PATH] = {};
+    // With the handle itself: a test may have another path for the null handle.
+    GetModuleFileNameW(program, path, MAX_PATH);
+    std::ifstream list(std::filesystem::path(path).concat(L".cpuid"));
+    auto* base = reinterpret_cast<unsigned char*>(program);
     std::vector<unsigned char*> sites;
     for (std::string line; std::getline(list, line);) {
         sites.push_back(base + std::stoul(line, nullptr, 16));

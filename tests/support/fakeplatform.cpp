@@ -20,22 +20,27 @@ const wchar_t* GetName(SlotObject* self) {
     return self == &s_cpu ? s_fake.cpuName : s_fake.secondName;
 }
 
+// What stands in the register above a result is anything: here all bits are set.
+constexpr uint64_t kAboveStatus = 0xFFFFFFFF00000000;
+constexpr uint64_t kAboveBool = 0xFFFFFFFFFFFFFF00;
+
 template <typename Value>
-int32_t Answer(const char* call, const std::function<int32_t(Value*)>& reading, Value* value) {
+uint64_t Answer(const char* call, const std::function<int32_t(Value*)>& reading, Value* value) {
     constexpr int32_t kUnsupportedFunction = 4;
     s_fake.calls.push_back(call);
-    return reading ? reading(value) : kUnsupportedFunction;
+    const int32_t status = reading ? reading(value) : kUnsupportedFunction;
+    return kAboveStatus | static_cast<uint32_t>(status);
 }
 
-int32_t GetTemperatureOffset(SlotObject*, int32_t* offset) {
+uint64_t GetTemperatureOffset(SlotObject*, int32_t* offset) {
     return Answer("GetTemperatureOffset", s_fake.temperatureOffset, offset);
 }
 
-int32_t GetCurrentTemperature(SlotObject*, double* temperature) {
+uint64_t GetCurrentTemperature(SlotObject*, double* temperature) {
     return Answer("GetCurrentTemperature", s_fake.currentTemperature, temperature);
 }
 
-int32_t GetPMTableData(SlotObject*, PMTableData* data) {
+uint64_t GetPMTableData(SlotObject*, PMTableData* data) {
     return Answer("GetPMTableData", s_fake.pmTable, data);
 }
 
@@ -48,9 +53,10 @@ SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index) {
     return type == 1 && index == 0 && s_fake.secondName ? &s_second : nullptr;
 }
 
-bool Init(SlotObject*, void* first, void* second) {
+uint64_t Init(SlotObject*, void* first, void* second) {
     s_fake.calls.push_back("Init");
-    return s_fake.init && s_fake.init(first, second);
+    const bool result = s_fake.init && s_fake.init(first, second);
+    return kAboveBool | (result ? 1 : 0);
 }
 
 void UnInit(SlotObject*) { s_fake.calls.push_back("UnInit"); }

@@ -5,11 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "support/buildfolder.h"
 #include "support/childprocess.h"
 #include "support/tempfolder.h"
-
-/** The folder of the build's shipped files ("bin"), or of another of its outputs. */
-std::wstring BuildFolder(const std::wstring& name);
 
 /** What is put together for a test. */
 struct MachineParts {

@@ -10,7 +10,7 @@
 #include "mutexwaits.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
-#include "virtualslot.h"
+#include "support/virtualslot.h"
 
 namespace {
 

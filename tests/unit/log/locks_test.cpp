@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "support/importpatch.h"
-#include "virtualslot.h"
+#include "support/virtualslot.h"
 
 namespace {
 

@@ -72,16 +72,20 @@ unsigned char* FindCpuid(unsigned char* function, int depth) {
     return nullptr;
 }
 
-void Replace(void* function) {
-    unsigned char* site = FindCpuid(static_cast<unsigned char*>(function), 2);
+unsigned char* SiteIn(void* function) {
+    constexpr int kDepth = 3;
+    unsigned char* site = FindCpuid(static_cast<unsigned char*>(function), kDepth);
     if (!site) {
         throw std::runtime_error("the AMD task's CPUID instructions are not where they were");
     }
+    return site;
+}
+
+void Replace(unsigned char* site) {
     DWORD protection = 0;
     VirtualProtect(site, 1, PAGE_EXECUTE_READWRITE, &protection);
     *site = kBreakpoint;
     VirtualProtect(site, 1, protection, &protection);
-    s_sites.push_back(site);
 }
 
 }  // namespace
@@ -90,9 +94,13 @@ void UseFakeProcessor() {
     if (!s_sites.empty()) {
         return;
     }
-    AddVectoredExceptionHandler(1, &OnException);
     const CAMDSDKTask task(nullptr);
     void* const* slots = *reinterpret_cast<void* const* const*>(&task);
-    Replace(slots[0]);
-    Replace(reinterpret_cast<void*>(&IsSupportedProcessor));
+    // Both may be the same one.
+    unsigned char* const vendor = SiteIn(slots[0]);
+    unsigned char* const signature = SiteIn(reinterpret_cast<void*>(&IsSupportedProcessor));
+    s_sites = {vendor, signature};
+    AddVectoredExceptionHandler(1, &OnException);
+    Replace(vendor);
+    Replace(signature);
 }

@@ -1,7 +1,6 @@
 // A thousand workers, each stopped at another moment in another way.
 #include <gtest/gtest.h>
 
-#include <io.h>
 #include <process.h>
 #include <stdio.h>
 
@@ -13,6 +12,7 @@
 
 #include "log/logger.h"
 #include "log/logsite.h"
+#include "logfiles.h"
 #include "runningprocess.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
@@ -136,27 +136,6 @@ class CHandleWatch {
                                  Closing(handle);
                                  return Close::Original(handle);
                              }};
-};
-
-// Files that the log left open; the process-wide logger does not close its file when it goes.
-class CLogFiles {
-  public:
-    void CloseAll() {
-        for (const int file : m_open) {
-            _close(file);
-        }
-        m_open.clear();
-    }
-
-  private:
-    using Open = CImportPatch<decltype(_wsopen_s), -10>;
-
-    std::vector<int> m_open;
-    const Open m_patch{"_wsopen_s", [this](int* file, auto... arguments) {
-                           const errno_t error = Open::Original(file, arguments...);
-                           m_open.push_back(*file);
-                           return error;
-                       }};
 };
 
 struct Plan {

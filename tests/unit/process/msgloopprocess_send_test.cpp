@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "process/msgloopprocess.h"
-#include "stubwindow.h"
+#include "stubwords.h"
 #include "support/importpatch.h"
 #include "support/testlog.h"
 #include "testevent.h"
@@ -43,37 +43,28 @@ std::wstring EntryOf(const std::string& payload) {
 
 TEST(MsgLoopProcessSend, HandsTheDataToTheStub) {
     CTestLog log;
-    CStubWindow stub;
-    CSender sender(stub.CommandLine(L"e"));
+    CRecordingStub stub;
+    CSender sender(CommandLine(stub, L"e"));
     char text[] = "payload";
     const COPYDATASTRUCT data{4711, sizeof(text), text};
     EXPECT_TRUE(sender.SendCopyData(&data));
-    ASSERT_TRUE(stub.WaitFor(1));
+    ASSERT_TRUE(WaitForAny(stub, 1));
     const auto messages = stub.Messages();
     EXPECT_EQ(messages[0].code, 4711u);
     EXPECT_EQ(messages[0].payload, std::string(text, sizeof(text)));
 }
 
-TEST(MsgLoopProcessSend, CountsAsTakenWhateverTheStubAnswers) {
-    CTestLog log;
-    CStubWindow stub;
-    stub.onMessage = [](const CStubWindow::Message&) { return LRESULT{0}; };
-    CSender sender(stub.CommandLine(L"e"));
-    const COPYDATASTRUCT data{4711, 0, nullptr};
-    EXPECT_TRUE(sender.SendCopyData(&data));
-}
-
 TEST(MsgLoopProcessSend, BlocksForASecondAtMost) {
     CTestLog log;
-    CStubWindow stub;
-    CSender sender(stub.CommandLine(L"e"));
+    CRecordingStub stub;
+    CSender sender(CommandLine(stub, L"e"));
     const COPYDATASTRUCT data{4711, 0, nullptr};
     int sends = 0;
     PATCH_IMPORT(send, SendMessageTimeoutW,
                  [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags,
                      UINT timeout, DWORD_PTR* result) -> LRESULT {
                      ++sends;
-                     EXPECT_EQ(window, stub.Handle());
+                     EXPECT_EQ(window, stub.Window());
                      EXPECT_EQ(message, 74u);
                      EXPECT_EQ(wParam, 0u) << "no hidden window yet";
                      EXPECT_EQ(lParam, reinterpret_cast<LPARAM>(&data));
@@ -88,8 +79,8 @@ TEST(MsgLoopProcessSend, BlocksForASecondAtMost) {
 
 TEST(MsgLoopProcessSend, IsTakenOnlyWhenTheAnswerIsPositive) {
     CTestLog log;
-    CStubWindow stub;
-    CSender sender(stub.CommandLine(L"e"));
+    CRecordingStub stub;
+    CSender sender(CommandLine(stub, L"e"));
     const COPYDATASTRUCT data{4711, 0, nullptr};
     struct {
         LRESULT answer;
@@ -105,13 +96,9 @@ TEST(MsgLoopProcessSend, IsTakenOnlyWhenTheAnswerIsPositive) {
 
 TEST(MsgLoopProcessSend, IsNotLoggedWhenTheStubDoesNotAnswerInTime) {
     CTestLog log;
-    CStubWindow stub;
     CTestEvent goOn;
-    stub.onMessage = [&](const CStubWindow::Message&) {
-        EXPECT_TRUE(goOn.Wait());
-        return LRESULT{TRUE};
-    };
-    CSender sender(stub.CommandLine(L"e"));
+    CRecordingStub stub([&](const StubMessage&) { EXPECT_TRUE(goOn.Wait()); });
+    CSender sender(CommandLine(stub, L"e"));
     PATCH_IMPORT(send, SendMessageTimeoutW,
                  [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags, UINT,
                      DWORD_PTR* result) {
@@ -138,8 +125,8 @@ TEST(MsgLoopProcessSend, FailsWithALineWhenThereIsNoStub) {
 
 TEST(MsgLoopProcessSend, FailsWithALineWhenTheStubIsGone) {
     CTestLog log;
-    CStubWindow stub;
-    CSender sender(stub.CommandLine(L"e"));
+    CRecordingStub stub;
+    CSender sender(CommandLine(stub, L"e"));
     stub.Destroy();
     int sends = 0;
     PATCH_IMPORT(send, SendMessageTimeoutW, [&](auto...) -> LRESULT { return ++sends; });
@@ -154,17 +141,17 @@ TEST(MsgLoopProcessSend, CutsTheEntryNameInTaskDataAt31Characters) {
     CTestLog log;
     for (const size_t length :
          {size_t{0}, size_t{1}, size_t{30}, size_t{31}, size_t{32}, size_t{40}}) {
-        CStubWindow stub;
+        CRecordingStub stub;
         std::wstring entry(length, L'e');
         for (size_t index = 0; index < length; ++index) {
             entry[index] = static_cast<wchar_t>(L'A' + index);
         }
-        CSender sender(stub.CommandLine(entry));
+        CSender sender(CommandLine(stub, entry));
         wchar_t buffer[kWireTextLength + 3];
         std::fill(std::begin(buffer), std::end(buffer), L'#');
         sender.SendData(buffer, sizeof(buffer));
-        ASSERT_TRUE(stub.WaitFor(1));
-        const CStubWindow::Message message = stub.Messages()[0];
+        ASSERT_TRUE(WaitForAny(stub, 1));
+        const StubMessage message = stub.Messages()[0];
         EXPECT_EQ(message.code, 3344u);
         ASSERT_EQ(message.payload.size(), sizeof(buffer));
         EXPECT_EQ(EntryOf(message.payload), entry.substr(0, 31)) << length;
@@ -178,18 +165,18 @@ TEST(MsgLoopProcessSend, CutsTheEntryNameInTaskDataAt31Characters) {
 
 TEST(MsgLoopProcessSend, SendsAsManyBytesAsTheTaskSays) {
     CTestLog log;
-    CStubWindow stub;
-    CSender sender(stub.CommandLine(L"e"));
+    CRecordingStub stub;
+    CSender sender(CommandLine(stub, L"e"));
     wchar_t buffer[300] = {};
     sender.SendData(buffer, 448);
-    ASSERT_TRUE(stub.WaitFor(1));
+    ASSERT_TRUE(WaitForAny(stub, 1));
     EXPECT_THAT(stub.Messages()[0].payload, SizeIs(448));
 }
 
 TEST(MsgLoopProcessSend, SendsNoDataWithoutABufferOrASize) {
     CTestLog log;
-    CStubWindow stub;
-    CSender sender(stub.CommandLine(L"e"));
+    CRecordingStub stub;
+    CSender sender(CommandLine(stub, L"e"));
     wchar_t buffer[kWireTextLength] = {};
     sender.SendData(nullptr, 10);
     sender.SendData(buffer, 0);
@@ -200,7 +187,7 @@ TEST(MsgLoopProcessSend, SendsNoDataWithoutABufferOrASize) {
     EXPECT_THAT(MessagesAfterInit(log), SizeIs(0));
     const COPYDATASTRUCT data{4711, 0, nullptr};
     sender.SendCopyData(&data);
-    ASSERT_TRUE(stub.WaitFor(1));
+    ASSERT_TRUE(WaitForAny(stub, 1));
     EXPECT_EQ(stub.Messages()[0].code, 4711u) << "nothing came before";
 }
 

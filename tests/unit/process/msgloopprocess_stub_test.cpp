@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "runningprocess.h"
-#include "stubwindow.h"
+#include "stubwords.h"
 #include "support/importpatch.h"
 #include "support/testlog.h"
 #include "zorvane/wire.h"
@@ -40,11 +40,11 @@ LRESULT SendCode(HWND window, ULONG_PTR code, DWORD size = 0, void* payload = nu
 
 TEST(MsgLoopProcessHello, IsOnePayloadOf72BytesWithEntryAndWindow) {
     CTestLog log;
-    CStubWindow stub;
-    CRunningProcess process(stub.CommandLine(L"Temp"));
+    CRecordingStub stub;
+    CRunningProcess process(CommandLine(stub, L"Temp"));
     const HWND window = process.Window();
-    ASSERT_TRUE(stub.WaitFor(1));
-    const CStubWindow::Message hello = stub.Messages()[0];
+    ASSERT_TRUE(WaitForAny(stub, 1));
+    const StubMessage hello = stub.Messages()[0];
     EXPECT_EQ(hello.code, 3343u);
     EXPECT_EQ(hello.sender, window);
     std::string expected(72, '\0');
@@ -57,9 +57,9 @@ TEST(MsgLoopProcessHello, IsOnePayloadOf72BytesWithEntryAndWindow) {
 TEST(MsgLoopProcessHello, CutsTheEntryNameAt31Characters) {
     CTestLog log;
     for (const size_t length : {size_t{31}, size_t{32}, size_t{40}}) {
-        CStubWindow stub;
-        CRunningProcess process(stub.CommandLine(std::wstring(length, L'e')));
-        ASSERT_TRUE(stub.WaitFor(1));
+        CRecordingStub stub;
+        CRunningProcess process(CommandLine(stub, std::wstring(length, L'e')));
+        ASSERT_TRUE(WaitForAny(stub, 1));
         const std::string payload = stub.Messages()[0].payload;
         ASSERT_THAT(payload, SizeIs(72));
         wchar_t entry[32];
@@ -72,7 +72,7 @@ TEST(MsgLoopProcessHello, CutsTheEntryNameAt31Characters) {
 
 TEST(MsgLoopProcessHello, GoesOutOnceBetweenTheStartOfTheWorkAndTheTimer) {
     CTestLog log;
-    CStubWindow stub;
+    CRecordingStub stub;
     std::vector<std::string> calls;
     HWND window = nullptr;
     PATCH_IMPORT(begin, _beginthreadex,
@@ -106,7 +106,7 @@ TEST(MsgLoopProcessHello, GoesOutOnceBetweenTheStartOfTheWorkAndTheTimer) {
             return decltype(set)::Original(target, timerId, period, procedure);
         });
     const auto process = std::make_shared<CTestedProcess>();
-    process->Init(stub.CommandLine(L"e").c_str(), [&] { process->WaitQuit(INFINITE); });
+    process->Init(CommandLine(stub, L"e").c_str(), [&] { process->WaitQuit(INFINITE); });
     EXPECT_EQ(Ask(*process, WM_CREATE, 0, 0), 0);
     EXPECT_THAT(calls, ElementsAre("start", "send 3343", "kill 9601", "set 9601 5000"));
     process->OnClose();
@@ -114,10 +114,10 @@ TEST(MsgLoopProcessHello, GoesOutOnceBetweenTheStartOfTheWorkAndTheTimer) {
 
 TEST(MsgLoopProcessHello, DoesNotStopAProcessWhoseStubDoesNotAnswer) {
     CTestLog log;
-    CStubWindow stub;
+    CRecordingStub stub;
     PATCH_IMPORT(send, SendMessageTimeoutW, [](auto...) -> LRESULT { return 0; });
     CTestEvent worked;
-    CRunningProcess process(stub.CommandLine(L"e"), [&](CTestedProcess& host) {
+    CRunningProcess process(CommandLine(stub, L"e"), [&](CTestedProcess& host) {
         worked.Set();
         host.WaitQuit(INFINITE);
     });
@@ -142,13 +142,13 @@ TEST(MsgLoopProcessHello, FailsWithALineWithoutAStubAndTheWorkStartsAllTheSame) 
 
 TEST(MsgLoopProcessData, ReachesTheStubUnderTheEntryName) {
     CTestLog log;
-    CStubWindow stub;
+    CRecordingStub stub;
     const std::wstring entry(40, L'e');
-    CRunningProcess process(stub.CommandLine(entry), [](CTestedProcess& host) {
+    CRunningProcess process(CommandLine(stub, entry), [](CTestedProcess& host) {
         wchar_t record[224] = {};
         host.SendData(record, sizeof(record));
     });
-    ASSERT_TRUE(stub.WaitFor(2));
+    ASSERT_TRUE(WaitForAny(stub, 2));
     ASSERT_TRUE(process.WaitForEnd());
     const auto messages = stub.Messages();
     ASSERT_THAT(messages, SizeIs(2));
@@ -161,8 +161,8 @@ TEST(MsgLoopProcessData, ReachesTheStubUnderTheEntryName) {
 
 TEST(MsgLoopProcessStop, EndsTheProcessOnTheStopCode) {
     CTestLog log;
-    CStubWindow stub;
-    CRunningProcess process(stub.CommandLine(L"e"));
+    CRecordingStub stub;
+    CRunningProcess process(CommandLine(stub, L"e"));
     const HWND window = process.Window();
     ASSERT_NE(window, nullptr);
     char junk[] = "junk";
@@ -190,8 +190,8 @@ TEST(MsgLoopProcessStop, LogsBeforeItQuits) {
 
 TEST(MsgLoopProcessStop, AnswersEveryOtherCodeAndGoesOn) {
     CTestLog log;
-    CStubWindow stub;
-    CRunningProcess process(stub.CommandLine(L"e"));
+    CRecordingStub stub;
+    CRunningProcess process(CommandLine(stub, L"e"));
     const HWND window = process.Window();
     ASSERT_NE(window, nullptr);
     for (const ULONG_PTR code :
@@ -237,8 +237,8 @@ TEST(MsgLoopProcessTimer, EndsTheProcessAtTheFirstTickWithoutAStub) {
 
 TEST(MsgLoopProcessTimer, EndsTheProcessWhenTheStubIsGone) {
     CTestLog log;
-    CStubWindow stub;
-    CRunningProcess process(stub.CommandLine(L"e"));
+    CRecordingStub stub;
+    CRunningProcess process(CommandLine(stub, L"e"));
     const HWND window = process.Window();
     ASSERT_NE(window, nullptr);
     SendMessageW(window, WM_TIMER, 9601, 0);
@@ -272,10 +272,10 @@ TEST(MsgLoopProcessTimer, StopsTheTimerThenPostsTheCloseMessageThenLogs) {
 
 TEST(MsgLoopProcessTimer, DoesNothingForOtherTimersOrWhileTheStubLives) {
     CTestLog log;
-    CStubWindow stub;
+    CRecordingStub stub;
     CTestedProcess alone;
     CTestedProcess withStub;
-    withStub.Init(stub.CommandLine(L"e").c_str(), [] {});
+    withStub.Init(CommandLine(stub, L"e").c_str(), [] {});
     int effects = 0;
     PATCH_IMPORT(kill, KillTimer, [&](auto...) -> BOOL { return ++effects; });
     PATCH_IMPORT(post, PostMessageW, [&](auto...) -> BOOL { return ++effects; });

@@ -3,7 +3,7 @@
 #include <time.h>
 
 #include "log/appender.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 
@@ -157,6 +157,6 @@ TEST_F(AppenderLine, ShowsTheLocalTimeOfTheClock) {
     tm local{};
     _localtime64_s(&local, &kSeconds);
     char stamp[32] = {};
-    strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S.007 [", &local);
+    ASSERT_NE(strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S.007 [", &local), 0u);
     EXPECT_TRUE(ReadFileBytes(m_path).starts_with(stamp)) << ReadFileBytes(m_path);
 }

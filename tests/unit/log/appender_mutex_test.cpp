@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "log/appender.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "mutexholder.h"
 #include "mutexwaits.h"
 #include "support/importpatch.h"

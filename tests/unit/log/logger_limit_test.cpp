@@ -2,7 +2,7 @@
 #include <io.h>
 
 #include "log/logger.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "mutexwaits.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"

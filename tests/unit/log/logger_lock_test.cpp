@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "log/logger.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 
@@ -97,6 +97,7 @@ TEST_F(LoggerLock, LetsOneOfManyThreadsInAtATimeAndNoLineIsLostOrTorn) {
         return decltype(clock)::Original(now);
     });
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([this, thread] {
             for (int line = 0; line < kLines; ++line) {

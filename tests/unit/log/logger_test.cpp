@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "log/appender.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "mutexwaits.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"

@@ -8,7 +8,7 @@
 #include "log/locks.h"
 #include "log/logger.h"
 #include "log/logsite.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 
@@ -64,6 +64,7 @@ TEST_F(ProcessLogger, IsOneForThreadsThatAskAtOnce) {
         std::promise<void> start;
         const std::shared_future<void> started = start.get_future().share();
         std::vector<std::future<ZorLog::Logger*>> threads;
+        threads.reserve(4);
         for (int thread = 0; thread < 4; ++thread) {
             threads.push_back(std::async(std::launch::async, [started] {
                 started.wait();

@@ -89,6 +89,7 @@ static LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPAR
         if (reading != NULL && !PostMessageW(window, MESSAGE_READING, 0, (LPARAM)reading)) {
             free(reading);
         }
+        // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): the posted message owns the reading.
         return TRUE;
     }
     if (message == MESSAGE_READING) {

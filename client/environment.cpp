@@ -39,8 +39,9 @@ std::vector<wchar_t> ChangeEnvironment(const wchar_t* block,
 
     std::vector<wchar_t> result;
     for (const auto& [name, value] : variables) {
-        const std::wstring text = name + L'=' + value;
-        result.insert(result.end(), text.begin(), text.end());
+        result.insert(result.end(), name.begin(), name.end());
+        result.push_back(L'=');
+        result.insert(result.end(), value.begin(), value.end());
         result.push_back(L'\0');
     }
     if (result.empty()) {

@@ -1,14 +1,16 @@
 # What goes into the packages: component "runtime" for users, "debug" with the debugging symbols.
+configure_file(packaging/README.txt "${CMAKE_BINARY_DIR}/packaging/README.txt" @ONLY NEWLINE_STYLE WIN32)
+install(FILES "${CMAKE_BINARY_DIR}/packaging/README.txt" DESTINATION . COMPONENT runtime)
 install(TARGETS Zorvane zorvanehost zorvanemon RUNTIME DESTINATION . COMPONENT runtime)
 # The log is written only where its folder is there already.
 install(DIRECTORY DESTINATION Log COMPONENT runtime)
 install(FILES $<TARGET_FILE:Platform> platform-standin/README.txt
   DESTINATION platform-standin COMPONENT runtime)
 install(DIRECTORY include/zorvane DESTINATION include COMPONENT runtime)
-install(DIRECTORY client examples DESTINATION sdk COMPONENT runtime
+install(DIRECTORY client examples DESTINATION . COMPONENT runtime
   FILES_MATCHING PATTERN "*.h" PATTERN "*.c" PATTERN "*.cpp")
-install(FILES README.md DESTINATION . COMPONENT runtime)
-install(DIRECTORY docs DESTINATION . COMPONENT runtime)
+install(FILES docs/protocol.md docs/support.md docs/zorvanemon.md
+  DESTINATION docs COMPONENT runtime)
 
 foreach(target Zorvane zorvanehost zorvanemon Platform)
   install(FILES $<TARGET_FILE:${target}>.debug DESTINATION . COMPONENT debug)

@@ -40,6 +40,10 @@ std::wstring CWorkerLibrary::DefaultPath() {
 }
 
 EHostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
+    if (path.empty()) {
+        error = L"the library has no name: --library wants a path behind its \"=\"";
+        return EHostExit::kLibraryMissing;
+    }
     const std::wstring fullPath = FullPath(path);
     if (GetFileAttributesW(fullPath.c_str()) == INVALID_FILE_ATTRIBUTES) {
         error = L"library " + fullPath + L" not found: " + DescribeError(GetLastError());

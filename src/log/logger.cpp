@@ -22,8 +22,7 @@ std::atomic<Logger*> s_logger{nullptr};
 LoggerImpl::LoggerImpl() { InitializeCriticalSection(&m_lock); }
 
 LoggerImpl::~LoggerImpl() {
-    // The file descriptor is left to the end of the process, and so is its owner: closing here
-    // would write lines that are meant to be dropped.
+    // The file is left to the end of the process, and so is its owner with the queued lines.
     static_cast<void>(m_appender.release());
     DeleteCriticalSection(&m_lock);
 }

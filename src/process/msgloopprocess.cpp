@@ -24,7 +24,7 @@ void CopyEntry(const std::wstring& entry, wchar_t* field) {
 
 CMsgLoopProcess::CMsgLoopProcess() : m_quitEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
 
-void CMsgLoopProcess::Init(const wchar_t* commandLine, std::function<void()> work) {
+void CMsgLoopProcess::Init(const wchar_t* commandLine, std::function<void()>&& work) {
     if (!commandLine) {
         return;
     }
@@ -54,13 +54,17 @@ const wchar_t* CMsgLoopProcess::GetEntry() { return m_entry.c_str(); }
 void CMsgLoopProcess::Run() { RunLoop(); }
 
 BOOL CMsgLoopProcess::Quit() {
-    if (m_quitEvent) {
-        SetEvent(m_quitEvent);
+    {
+        const CSrwLockSharedGuard inUse(m_quitEventLock);
+        if (m_quitEvent) {
+            SetEvent(m_quitEvent);
+        }
     }
     return PostMessageW(Window(), WM_CLOSE, 0, 0);
 }
 
 bool CMsgLoopProcess::WaitQuit(DWORD timeoutMs) {
+    const CSrwLockSharedGuard inUse(m_quitEventLock);
     return m_quitEvent && WaitForSingleObject(m_quitEvent, timeoutMs) == WAIT_OBJECT_0;
 }
 
@@ -146,21 +150,29 @@ BOOL CMsgLoopProcess::OnCopyData(const COPYDATASTRUCT* data) {
 
 void CMsgLoopProcess::OnClose() {
     LOG_INFO(L"CMsgLoopProcess OnClose.");
+    // Taken before the event wakes the work thread: what is awaited is the thread's own end.
+    const HANDLE workThread = TakeWorkThread();
     if (m_quitEvent) {
         SetEvent(m_quitEvent);
-    }
-    HANDLE workThread = nullptr;
-    {
-        const CSrwLockGuard taking(m_workThreadLock);
-        workThread = std::exchange(m_workThread, nullptr);
     }
     if (workThread) {
         WaitForSingleObject(workThread, INFINITE);
         CloseHandle(workThread);
     }
+    CloseQuitEvent();
+    CMsgLoopThread::OnClose();
+}
+
+HANDLE CMsgLoopProcess::TakeWorkThread() {
+    const CSrwLockGuard taking(m_workThreadLock);
+    return std::exchange(m_workThread, nullptr);
+}
+
+void CMsgLoopProcess::CloseQuitEvent() {
+    // Waiters let go at once: the event has been set.
+    const CSrwLockGuard closing(m_quitEventLock);
     CloseHandle(m_quitEvent);
     m_quitEvent = nullptr;
-    CMsgLoopThread::OnClose();
 }
 
 unsigned __stdcall CMsgLoopProcess::WorkThreadEntry(void* parameter) {

@@ -24,9 +24,9 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
 
     /**
      * Takes the stub window (--wnd, decimal), the entry name (--entry) and the work function. With
-     * a null command line nothing is taken, the work function neither.
+     * a null command line nothing is taken, and the work function stays the caller's.
      */
-    void Init(const wchar_t* commandLine, std::function<void()> work);
+    void Init(const wchar_t* commandLine, std::function<void()>&& work);
 
     bool SendCopyData(const COPYDATASTRUCT* data) override;
     const wchar_t* GetEntry() override;
@@ -47,6 +47,8 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
     bool StartWorkThread();
     void SendHello();
     bool IsStubAlive() const;
+    HANDLE TakeWorkThread();
+    void CloseQuitEvent();
     static unsigned __stdcall WorkThreadEntry(void* parameter);
     void WorkThreadFun();
 
@@ -60,4 +62,6 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
     // Whoever takes the work thread's handle out of its member under this lock closes it. The work
     // thread keeps the lock until it has logged and posted for the last time.
     SRWLOCK m_workThreadLock{};
+    // Shared by whoever uses the quit event, so that it is not closed under a setter or a waiter.
+    SRWLOCK m_quitEventLock{};
 };

@@ -8,7 +8,7 @@
 namespace {
 
 // Held while a thread is being started, so that a short body cannot clear the handle before it is
-// stored.
+// stored, and while a thread says that it has ended, so that the next one does not start halfway.
 SRWLOCK s_startLock{};
 
 }  // namespace
@@ -46,6 +46,7 @@ unsigned __stdcall CThread::ThreadEntry(void* parameter) {
     static_cast<void>(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
     self->m_stopFlag.store(0);
     self->ThreadMain();
+    const CSrwLockGuard ending(s_startLock);
     self->m_handle = nullptr;
     self->m_threadId = 0;
     self->m_stopFlag.store(1);

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 /**
  * A window class that is registered at first use, under a name made from this object's address, and
  * unregistered when the module goes. Lives as long as the module.
@@ -47,7 +49,7 @@ class CWindowBase {
     /** Creates a never-shown pop-up window on this thread; null on failure, see GetLastError. */
     HWND CreateHidden(ATOM windowClass);
 
-    /** The window, null before its first and after its last message. */
+    /** The window, null before its first and after its last message. Any thread. */
     HWND Window() const { return m_window; }
 
   private:
@@ -56,7 +58,8 @@ class CWindowBase {
                                             LPARAM lParam);
     static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-    HWND m_window = nullptr;
+    // Read on any thread that posts to the window.
+    std::atomic<HWND> m_window{nullptr};
 };
 
 /**

@@ -1,7 +1,5 @@
 #include "e2e/simulatedmachine.h"
 
-#include <windows.h>
-
 #include <filesystem>
 #include <sstream>
 
@@ -9,18 +7,12 @@
 
 namespace {
 
-std::filesystem::path BuildRoot() {
-    std::vector<wchar_t> path(32768);
-    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    return std::filesystem::path(path.data()).parent_path().parent_path();
-}
-
 void Copy(const std::filesystem::path& from, const std::filesystem::path& to) {
     std::filesystem::copy_file(from, to / from.filename());
 }
 
 std::wstring ProgramFiles(const std::wstring& nvml) {
-    const std::filesystem::path sim = BuildRoot() / L"sim";
+    const std::filesystem::path sim = BuildFolder(L"sim");
     if (nvml == L"none") {
         return (sim / L"no such folder").wstring();
     }
@@ -28,8 +20,6 @@ std::wstring ProgramFiles(const std::wstring& nvml) {
 }
 
 }  // namespace
-
-std::wstring BuildFolder(const std::wstring& name) { return (BuildRoot() / name).wstring(); }
 
 CSimulatedMachine::CSimulatedMachine(const MachineParts& parts)
     : m_host(

@@ -29,7 +29,10 @@ class CImportPatch<Result(Arguments...), kNumber> {
     /** Throws std::runtime_error when the program does not import `function`. */
     template <typename Replacement>
     CImportPatch(const char* function, Replacement replacement, HMODULE module = nullptr)
-        : m_entry(FindImport(module, function)) {
+        : CImportPatch(FindImport(module, function), std::move(replacement)) {}
+    /** For a function that is called through an entry elsewhere. */
+    template <typename Replacement>
+    CImportPatch(void** entry, Replacement replacement) : m_entry(entry) {
         s_replacement = std::move(replacement);
         s_original = ExchangeImport(m_entry, reinterpret_cast<void*>(&Call));
     }

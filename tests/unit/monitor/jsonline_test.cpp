@@ -47,7 +47,9 @@ TEST(JsonLineTest, WritesNullForWhatCouldNotBeRead) {
     for (const char* key : {"name", "pci", "temperature_celsius", "fan_speed_percent"}) {
         EXPECT_TRUE(gpu.at(key).is_null()) << key;
     }
-    for (const auto& clock : gpu.at("clocks_mhz")) EXPECT_TRUE(clock.is_null());
+    for (const auto& clock : gpu.at("clocks_mhz")) {
+        EXPECT_TRUE(clock.is_null());
+    }
 
     const nlohmann::json fixed = Parse(GpuStatic{});
     for (const char* key : {"serial", "vbios_version", "driver_version", "memory_total_kib"}) {

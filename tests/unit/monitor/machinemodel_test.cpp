@@ -10,7 +10,9 @@ namespace {
 
 std::vector<std::string> Sources(const CMachineModel& model) {
     std::vector<std::string> sources;
-    for (const auto& [source, row] : model.Gpus()) sources.push_back(source);
+    for (const auto& [source, row] : model.Gpus()) {
+        sources.push_back(source);
+    }
     return sources;
 }
 

@@ -40,8 +40,12 @@ class MonitorProcessTest : public testing::Test {
         const ULONGLONG end = GetTickCount64() + kTimeoutMs;
         while (GetTickCount64() < end) {
             const std::vector<std::string> types = Types();
-            if (std::count(types.begin(), types.end(), "hello") >= count) return true;
-            if (m_monitor->Wait(20)) return false;
+            if (std::count(types.begin(), types.end(), "hello") >= count) {
+                return true;
+            }
+            if (m_monitor->Wait(20)) {
+                return false;
+            }
         }
         return false;
     }
@@ -51,14 +55,18 @@ class MonitorProcessTest : public testing::Test {
         std::istringstream text(m_monitor->Output());
         for (std::string line; std::getline(text, line);) {
             // The last line may just be on its way.
-            if (!text.eof()) lines.push_back(nlohmann::json::parse(line));
+            if (!text.eof()) {
+                lines.push_back(nlohmann::json::parse(line));
+            }
         }
         return lines;
     }
 
     std::vector<std::string> Types() const {
         std::vector<std::string> types;
-        for (const nlohmann::json& line : Lines()) types.push_back(line.at("type"));
+        for (const nlohmann::json& line : Lines()) {
+            types.push_back(line.at("type"));
+        }
         return types;
     }
 
@@ -187,7 +195,9 @@ CUniqueHandle OpenChildOf(DWORD parent) {
     entry.dwSize = sizeof(entry);
     for (BOOL more = Process32FirstW(snapshot.get(), &entry); more;
          more = Process32NextW(snapshot.get(), &entry)) {
-        if (entry.th32ParentProcessID != parent) continue;
+        if (entry.th32ParentProcessID != parent) {
+            continue;
+        }
         return CUniqueHandle(OpenProcess(SYNCHRONIZE, FALSE, entry.th32ProcessID));
     }
     return nullptr;

@@ -32,7 +32,7 @@ ParseEnd Refused(const Words& words) {
 TEST(OptionsTest, HasDefaultsForEverything) {
     const Options options = Parsed({});
     EXPECT_EQ(options.worker.host, L"C:\\default host.exe");
-    EXPECT_EQ(options.worker.library, L"");
+    EXPECT_EQ(options.worker.libraryPath, L"");
     EXPECT_EQ(options.worker.entry, L"zorvanemon");
     EXPECT_TRUE(options.worker.words.empty());
     EXPECT_TRUE(options.worker.environment.empty());
@@ -48,7 +48,7 @@ TEST(OptionsTest, TakesEveryOption) {
                 "--count", "3", "--duration", "1.5", "--env", "A=1", "--env", "B=x=y",
                 "--no-restart", "skip_delete", "/word"});
     EXPECT_EQ(options.worker.host, L"a b.exe");
-    EXPECT_EQ(options.worker.library, L"x.dll");
+    EXPECT_EQ(options.worker.libraryPath, L"x.dll");
     EXPECT_EQ(options.worker.entry, L"\x00C4");
     EXPECT_EQ(options.format, Format::kJson);
     EXPECT_EQ(options.count, 3U);

@@ -34,7 +34,9 @@ class ViewsTest : public testing::Test {
     }
 
     std::string Row(std::size_t number) const {
-        if (number >= m_screen.size()) return "";
+        if (number >= m_screen.size()) {
+            return "";
+        }
         const std::wstring& line = m_screen[number];
         return ToUtf8(line.substr(0, line.find_last_not_of(L' ') + 1));
     }
@@ -99,7 +101,9 @@ TEST_F(ViewsTest, TheLiveTableStaysInsideTheTerminal) {
     COutput output(GetCurrentProcess());
     const auto view = MakeView(Format::kTable, output);
     CMachineModel model;
-    for (std::uint32_t i = 0; i < 8; ++i) model.Apply(Reading(i, ""));
+    for (std::uint32_t i = 0; i < 8; ++i) {
+        model.Apply(Reading(i, ""));
+    }
     view->ShowChange(model);
     EXPECT_EQ(m_row, static_cast<std::size_t>(kRows - 1));
     for (const std::wstring& line : m_screen) {

@@ -22,8 +22,8 @@ TEST_F(CCallLogTest, LinesAreAppendedToWhatIsThere) {
 }
 
 TEST_F(CCallLogTest, LinesOfSeveralThreadsAreWholeAndNoneIsLost) {
-    constexpr size_t kThreads = 4;
-    constexpr size_t kLines = 100;
+    constexpr size_t kThreads = 8;
+    constexpr size_t kLines = 1500;
     std::vector<std::thread> threads;
     for (size_t index = 0; index < kThreads; ++index) {
         threads.emplace_back([index] {

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
 #include <cstring>
-#include <fstream>
 
+#include "scenario/environment.h"
 #include "simfixture.h"
 #include "simservice.h"
 #include "zorvane/wire.h"
@@ -14,11 +14,11 @@ constexpr DWORD kPatienceMs = 60000;
 // A running zorvanesimhost; ended with the object when it has not ended by itself.
 class CSimHost {
   public:
-    CSimHost(const std::wstring& arguments, const std::filesystem::path& errorFile) {
+    CSimHost(const std::filesystem::path& program, const std::wstring& arguments,
+             const std::filesystem::path& errorFile) {
         SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
         m_errors = CreateFileW(errorFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited,
                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-        const std::filesystem::path program = SimFolder() / "zorvanesimhost.exe";
         std::wstring line = L"\"" + program.native() + L"\" " + arguments;
         STARTUPINFOW startup{};
         startup.cb = sizeof(startup);
@@ -135,21 +135,29 @@ class CStubWindow {
     std::vector<NvmlGpuRecord> m_records;
 };
 
+// The machine is a copy in the test's own folder, laid out as the build does: the worker leaves
+// settings beside its host, which would outlast the test.
 class CSimHostTest : public CSimTest {
   protected:
     CSimHostTest() {
+        std::filesystem::create_directory(MachineFolder());
+        for (const char* name :
+             {"zorvanesimhost.exe", "Platform.dll", "AMDRyzenMasterDriver.sys"}) {
+            std::filesystem::copy_file(SimFolder() / name, MachineFolder() / name);
+        }
+        std::filesystem::create_directory(Library().parent_path());
+        std::filesystem::copy_file(SimFolder().parent_path() / "bin" / "Zorvane.dll", Library());
         SetEnvironmentVariableW(L"ProgramW6432", (SimFolder() / "ProgramFiles").c_str());
     }
     ~CSimHostTest() override { SetEnvironmentVariableW(L"ProgramW6432", m_programFiles.c_str()); }
 
+    std::filesystem::path MachineFolder() const { return Folder() / "sim"; }
+    std::filesystem::path Program() const { return MachineFolder() / "zorvanesimhost.exe"; }
+    std::filesystem::path Library() const { return Folder() / "bin" / "Zorvane.dll"; }
     std::filesystem::path ErrorFile() const { return Folder() / "errors.txt"; }
 
   private:
-    std::wstring m_programFiles = [] {
-        wchar_t value[MAX_PATH] = {};
-        GetEnvironmentVariableW(L"ProgramW6432", value, MAX_PATH);
-        return std::wstring(value);
-    }();
+    std::wstring m_programFiles = EnvironmentVariable(L"ProgramW6432");
 };
 
 TEST_F(CSimHostTest, WholeMachineReportsGpusAndCpuTemperatureFromTheUnmodifiedLibrary) {
@@ -159,7 +167,7 @@ TEST_F(CSimHostTest, WholeMachineReportsGpusAndCpuTemperatureFromTheUnmodifiedLi
     RemoveDriverService();
     std::filesystem::copy_file(SimFolder() / "scenarios" / "old-ryzen.json", ScenarioFile());
     CStubWindow stub;
-    const CSimHost host(stub.Argument() + L" --entry=sim", ErrorFile());
+    const CSimHost host(Program(), stub.Argument() + L" --entry=sim", ErrorFile());
     stub.WaitForTexts(2, host.Process());
     stub.StopWorker(host.Process());
     EXPECT_EQ(host.ExitCode(), 0U) << ReadFileBytes(ErrorFile());
@@ -171,13 +179,13 @@ TEST_F(CSimHostTest, WholeMachineReportsGpusAndCpuTemperatureFromTheUnmodifiedLi
     EXPECT_EQ(stub.Records()[0].kind, static_cast<uint32_t>(kGpuRecordStatic));
     EXPECT_STREQ(stub.Records()[0].name, L"NVIDIA GeForce GTX 1660");
     EXPECT_EQ(stub.Records()[1].fanSpeedPercent, 38U);
-    EXPECT_FALSE(std::filesystem::exists(SimFolder() / "Qorvella.set"));
+    EXPECT_FALSE(std::filesystem::exists(MachineFolder() / "Qorvella.set"));
     EXPECT_EQ(DriverServiceState(), 0U);
 }
 
 TEST_F(CSimHostTest, BadScenarioIsOneLineAndExitCodeSix) {
     SetScenario(R"({"cpu": {"signature": "Zen"}})");
-    const CSimHost host(L"--wnd=0", ErrorFile());
+    const CSimHost host(Program(), L"--wnd=0", ErrorFile());
     EXPECT_EQ(host.ExitCode(), 6U);
     EXPECT_THAT(
         ReadFileBytes(ErrorFile()),
@@ -186,18 +194,15 @@ TEST_F(CSimHostTest, BadScenarioIsOneLineAndExitCodeSix) {
 
 TEST_F(CSimHostTest, LibraryOfAnotherBuildIsRefusedWithExitCodeSeven) {
     SetScenario(R"({"cpu": {}})");
-    const std::filesystem::path copy = Folder() / "Zorvane.dll";
-    std::filesystem::copy_file(SimFolder().parent_path() / "bin" / "Zorvane.dll", copy);
-    const std::string bytes = ReadFileBytes(copy);
+    std::string bytes = ReadFileBytes(Library());
     IMAGE_DOS_HEADER dos;
     std::memcpy(&dos, bytes.data(), sizeof(dos));
-    std::fstream file(copy, std::ios::binary | std::ios::in | std::ios::out);
-    file.seekp(dos.e_lfanew +
-               static_cast<LONG>(offsetof(IMAGE_NT_HEADERS64, OptionalHeader.CheckSum)));
-    file.put('\x5A');
-    file.close();
+    ++bytes[static_cast<size_t>(dos.e_lfanew) +
+            offsetof(IMAGE_NT_HEADERS64, OptionalHeader.CheckSum)];
+    const std::filesystem::path changed = Folder() / "Changed.dll";
+    WriteFileBytes(changed, bytes);
 
-    const CSimHost host(L"--wnd=0 --library=\"" + copy.native() + L"\"", ErrorFile());
+    const CSimHost host(Program(), L"--wnd=0 --library=\"" + changed.native() + L"\"", ErrorFile());
     EXPECT_EQ(host.ExitCode(), 7U);
     EXPECT_THAT(ReadFileBytes(ErrorFile()),
                 testing::HasSubstr("this is not the library that this program was built for"));

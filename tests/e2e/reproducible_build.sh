@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Builds the library a second time, in another folder, and compares: the same sources give the same
+# bytes. Usage: reproducible_build.sh SOURCE_FOLDER BUILT_LIBRARY RESULTS_FILE
+set -euo pipefail
+source=$1
+library=$2
+results=$3
+
+copy="$(dirname "$results")/../reproduced/another place"
+rm -rf "$copy"
+mkdir -p "$copy"
+(cd "$source" && git ls-files -z -co --exclude-standard 2>/dev/null || find . -path ./build -prune -o -type f -print0) |
+    (cd "$source" && xargs -0 cp --parents -t "$copy")
+
+verdict='<failure message="the build differs"/>'
+if cmake -S "$copy" --preset release >/dev/null &&
+    (cd "$copy" && cmake --build --preset release --target Zorvane >/dev/null) &&
+    cmp "$library" "$copy/build/release/bin/Zorvane.dll" &&
+    cmp "$library.debug" "$copy/build/release/bin/Zorvane.dll.debug"; then
+    verdict=
+fi
+rm -rf "$copy"
+printf '<testsuites><testcase name="ReproducibleBuild.GivesTheSameBytesInAnotherFolder">%s</testcase></testsuites>\n' \
+    "$verdict" >"$results"
+[ -z "$verdict" ]

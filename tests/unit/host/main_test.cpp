@@ -1,0 +1,109 @@
+// zorvanehost.exe as its users run it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "libraryfolder.h"
+#include "support/childprocess.h"
+#include "workerlibrary.h"
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+constexpr DWORD Code(EHostExit exit) { return static_cast<DWORD>(exit); }
+
+// What a program printed as UTF-16.
+std::wstring WideOutput(const CChildProcess& process) {
+    const std::string bytes = process.Output();
+    std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
+    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
+    return text;
+}
+
+// Runs the host, which must fail with `exit`, and answers its one line on standard error.
+std::string FailureOf(const CLibraryFolder& folder, const std::wstring& words, EHostExit exit) {
+    const CChildProcess host(folder.PathOf(L"zorvanehost.exe"), words);
+    EXPECT_EQ(host.Wait(), Code(exit));
+    EXPECT_THAT(host.Output(), IsEmpty());
+    const std::string errors = host.Errors();
+    EXPECT_THAT(errors, StartsWith("zorvanehost: "));
+    EXPECT_TRUE(errors.ends_with("\r\n")) << errors;
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+    return errors;
+}
+
+class Host : public testing::Test {
+  protected:
+    Host() { m_folder.Copy(L"bin", L"zorvanehost.exe"); }
+
+    CLibraryFolder m_folder;
+};
+
+}  // namespace
+
+TEST_F(Host, HandsItsWholeCommandLineToTheLibraryBesideIt) {
+    m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
+    const std::wstring program = m_folder.PathOf(L"zorvanehost.exe");
+    const std::wstring words = L"--wnd=12  --entry=\"a b\" 100%s \x00E4\x4E2D";
+    const CChildProcess host(program, words);
+    EXPECT_EQ(host.Wait(), Code(EHostExit::kOrderlyEnd));
+    EXPECT_THAT(host.Errors(), IsEmpty());
+    EXPECT_EQ(WideOutput(host), L"\"" + program + L"\" " + words);
+}
+
+TEST_F(Host, LoadsTheLibraryThatIsNamed) {
+    m_folder.WriteText(L"Zorvane.dll");
+    const std::wstring library = m_folder.CopyAs(L"tests", L"recordingworker.dll", L"other.dll");
+    const CChildProcess host(m_folder.PathOf(L"zorvanehost.exe"),
+                             L"\"--library=" + library + L"\" --entry=x");
+    EXPECT_EQ(host.Wait(), Code(EHostExit::kOrderlyEnd));
+    EXPECT_TRUE(WideOutput(host).ends_with(L"--entry=x"));
+}
+
+TEST_F(Host, FailsWhenThereIsNoLibraryBesideIt) {
+    EXPECT_THAT(FailureOf(m_folder, L"--entry=x", EHostExit::kLibraryMissing),
+                HasSubstr("\\Zorvane.dll not found: "));
+}
+
+TEST_F(Host, FailsWhenTheNamedLibraryIsMissing) {
+    m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
+    EXPECT_THAT(FailureOf(m_folder, L"--library=C:\\nowhere\\w.dll", EHostExit::kLibraryMissing),
+                HasSubstr("C:\\nowhere\\w.dll not found: "));
+}
+
+TEST_F(Host, FailsWhenTheNameOfTheLibraryIsEmpty) {
+    m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
+    for (const wchar_t* words : {L"--library", L"--library="}) {
+        EXPECT_THAT(FailureOf(m_folder, words, EHostExit::kLibraryMissing),
+                    HasSubstr("--library wants a path"));
+    }
+}
+
+TEST_F(Host, NamesTheLibraryThatTheLibraryNeeds) {
+    m_folder.Copy(L"bin", L"Zorvane.dll");
+    EXPECT_THAT(FailureOf(m_folder, L"", EHostExit::kDependencyMissing),
+                HasSubstr("\\Zorvane.dll needs Platform.dll, which cannot be loaded: "));
+}
+
+TEST_F(Host, FailsWhenTheLibraryHasNoSuchExport) {
+    m_folder.CopyAs(L"platform-standin", L"Platform.dll", L"Zorvane.dll");
+    EXPECT_THAT(FailureOf(m_folder, L"", EHostExit::kExportMissing),
+                HasSubstr("has no export ZorvaneProcess: "));
+}
+
+TEST_F(Host, FailsWhenTheFileIsNoLibrary) {
+    m_folder.WriteText(L"Zorvane.dll");
+    EXPECT_THAT(FailureOf(m_folder, L"", EHostExit::kLibraryUnusable),
+                HasSubstr("\\Zorvane.dll cannot be loaded: "));
+}
+
+TEST_F(Host, WritesItsLineAsUtf8) {
+    EXPECT_THAT(FailureOf(m_folder, L"--library=C:\\\x00E4\x4E2D.dll", EHostExit::kLibraryMissing),
+                HasSubstr("C:\\\xC3\xA4\xE4\xB8\xAD.dll not found: "));
+}

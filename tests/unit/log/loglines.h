@@ -1,0 +1,14 @@
+/** What tests of the log look at. */
+#pragma once
+
+#include <string>
+#include <vector>
+
+/** The texts of a log's lines, without the stamps; a line that is not whole reads "torn: ...". */
+std::vector<std::string> LogTexts(const std::wstring& path);
+
+/** The name of the mutex that the users of the log at `path` share. */
+std::wstring LogMutexName(const std::wstring& path);
+
+/** Where the program keeps the address of _localtime64_s, which is not in its import table. */
+void** LocalTimeEntry();

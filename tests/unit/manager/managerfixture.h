@@ -1,0 +1,78 @@
+/** A task manager with everything around it. */
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "amdmachine.h"
+#include "executablefolder.h"
+#include "support/fakenvml.h"
+#include "support/fakeplatform.h"
+#include "support/fakeprocess.h"
+#include "support/testlog.h"
+#include "zorvaneprocess.h"
+
+/** One GPU and an AMD processor; the host quits in the pause after `cycles` cycles. */
+class CManagerTest : public testing::Test {
+  protected:
+    CManagerTest() {
+        m_nvml.deviceCount = 1;
+        m_process->onWaitQuit = [this](DWORD timeoutMs) { return OnWait(timeoutMs); };
+    }
+
+    bool OnWait(DWORD timeoutMs) {
+        if (timeoutMs == 0) {
+            return onPoll && onPoll();
+        }
+        ++m_pauses;
+        if (onPause) {
+            onPause(m_pauses);
+        }
+        return m_pauses >= cycles;
+    }
+
+    /** The codes of what was sent, in order: 3344 GPU record, 3345 CPU temperature. */
+    std::vector<ULONG_PTR> Codes() const {
+        std::vector<ULONG_PTR> codes;
+        for (const CFakeProcess::Message& message : m_process->messages) {
+            codes.push_back(message.code);
+        }
+        return codes;
+    }
+
+    void SwitchAmdTaskOff() {
+        WriteFileBytes(m_folder.SettingsPath(), "[cpu_kernel]\r\nsdk_flag=0\r\n");
+    }
+
+    static auto PlatformCalls(const std::string& call) {
+        const auto& calls = FakePlatform::Instance().calls;
+        return std::count(calls.begin(), calls.end(), call);
+    }
+
+    auto LogLines(const std::string& end) const {
+        const std::vector<std::string> lines = m_log.Lines();
+        return std::count_if(lines.begin(), lines.end(),
+                             [&](const std::string& line) { return line.ends_with(end); });
+    }
+
+    int cycles = 1;
+    /** The answer to WaitQuit(0); false when empty. */
+    std::function<bool()> onPoll;
+    /** Called in each pause with its number, from 1. */
+    std::function<void(int pause)> onPause;
+
+    CTestLog m_log;
+    // Before the folder: the list of the program's CPUID instructions lies beside the real one.
+    CAmdMachine m_amd;
+    CExecutableFolder m_folder;
+    CFakeNvml m_nvml;
+    std::shared_ptr<CFakeProcess> m_process = std::make_shared<CFakeProcess>();
+    CZorvaneProcess m_manager;
+
+  private:
+    int m_pauses = 0;
+};

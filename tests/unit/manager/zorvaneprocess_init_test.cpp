@@ -1,0 +1,163 @@
+#include <windows.h>
+
+#include <shlwapi.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "amdmachine.h"
+#include "executablefolder.h"
+#include "support/fakenvml.h"
+#include "support/fakeplatform.h"
+#include "support/importpatch.h"
+#include "support/testlog.h"
+#include "zorvaneprocess.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr char kSwitchedOff[] = "[cpu_kernel]\r\nsdk_flag=0\r\n";
+
+class ZorvaneProcessInit : public testing::Test {
+  protected:
+    std::string Settings() const { return ReadFileBytes(m_folder.SettingsPath()); }
+    void SwitchOff() { WriteFileBytes(m_folder.SettingsPath(), kSwitchedOff); }
+    static const std::vector<std::string>& PlatformCalls() {
+        return FakePlatform::Instance().calls;
+    }
+
+    // The manager's own lines.
+    std::vector<std::string> Messages() const {
+        std::vector<std::string> messages;
+        const std::string source = "[zorvaneprocess] ";
+        for (const std::string& message : m_log.Messages()) {
+            if (message.starts_with(source)) {
+                messages.push_back(message.substr(source.size()));
+            }
+        }
+        return messages;
+    }
+
+    CTestLog m_log;
+    // Before the folder: the list of the program's CPUID instructions lies beside the real one.
+    CAmdMachine m_amd;
+    CExecutableFolder m_folder;
+    CFakeNvml m_nvml;
+    CZorvaneProcess m_manager;
+};
+
+}  // namespace
+
+TEST_F(ZorvaneProcessInit, AddsTheNvmlTaskThenTheAmdTaskWhereBothWork) {
+    EXPECT_EQ(m_manager.Init(), 1);
+    EXPECT_THAT(Messages(),
+                ElementsAre("CZorvaneProcess::Init", "add NvmlInfoTask", "add AmdSdkTask"));
+    EXPECT_EQ(Settings(), "");
+    EXPECT_THAT(PlatformCalls(), Not(Contains("UnInit")));
+}
+
+TEST_F(ZorvaneProcessInit, LogsEachTaskAfterWhatTheTaskItselfHasLogged) {
+    m_manager.Init();
+    EXPECT_THAT(
+        m_log.Messages(),
+        ElementsAre("[zorvaneprocess] CZorvaneProcess::Init",
+                    "[dynamicnvml] nvmlDeviceGetCount = 2", "[zorvaneprocess] add NvmlInfoTask",
+                    "[amdsdktask] pkgType:0, CPUID:8851216",
+                    "[amdsdktask] cpu name:AMD Ryzen 7 3700X 8-Core Processor",
+                    "[zorvaneprocess] add AmdSdkTask"));
+}
+
+TEST_F(ZorvaneProcessInit, GoesOnWithTheAmdTaskWhenTheNvmlTaskFails) {
+    m_nvml.fileExists = false;
+    EXPECT_EQ(m_manager.Init(), 1);
+    EXPECT_THAT(Messages(),
+                ElementsAre("CZorvaneProcess::Init", "add NvmlInfoTask failed", "add AmdSdkTask"));
+}
+
+TEST_F(ZorvaneProcessInit, DestroysANvmlTaskThatFailedAndLeavesNvmlStarted) {
+    m_nvml.deviceCount = 0;
+    m_manager.Init();
+    m_manager.Uninit();
+    EXPECT_THAT(m_nvml.calls, ElementsAre("nvmlInit_v2()", "nvmlDeviceGetCount_v2()"));
+}
+
+TEST_F(ZorvaneProcessInit, ReleasesAnAmdTaskThatFailsLogsItThenSwitchesItOff) {
+    m_amd.isAdmin = false;
+    std::vector<std::string> messagesAtWrite;
+    PATCH_IMPORT(patch, WritePrivateProfileStringW, [&](auto... arguments) {
+        messagesAtWrite = m_log.Messages();
+        return decltype(patch)::Original(arguments...);
+    });
+    EXPECT_EQ(m_manager.Init(), 1);
+    EXPECT_THAT(
+        messagesAtWrite,
+        ElementsAre("[zorvaneprocess] CZorvaneProcess::Init",
+                    "[dynamicnvml] nvmlDeviceGetCount = 2", "[zorvaneprocess] add NvmlInfoTask",
+                    "[amdsdktask] User is not admin...",
+                    "[utility] DeleteService AMDRyzenMasterDriverV15 success.",
+                    "[zorvaneprocess] add AmdSdkTask failed"));
+    EXPECT_EQ(m_log.Messages().size(), messagesAtWrite.size());
+    EXPECT_THAT(PlatformCalls(), ElementsAre("GetPlatform", "UnInit"));
+    EXPECT_EQ(Settings(), kSwitchedOff);
+}
+
+TEST_F(ZorvaneProcessInit, DoesNotTryTheAmdTaskAgainAfterItFailed) {
+    m_amd.isAdmin = false;
+    m_manager.Init();
+    m_amd.isAdmin = true;
+    CZorvaneProcess next;
+    next.Init();
+    EXPECT_EQ(Messages().back(), "sdk_flag is off...");
+}
+
+TEST_F(ZorvaneProcessInit, LeavesTheAmdTaskAndItsLibraryAloneWhenItIsSwitchedOff) {
+    SwitchOff();
+    EXPECT_EQ(m_manager.Init(), 1);
+    EXPECT_THAT(Messages(),
+                ElementsAre("CZorvaneProcess::Init", "add NvmlInfoTask", "sdk_flag is off..."));
+    EXPECT_THAT(PlatformCalls(), IsEmpty());
+    EXPECT_EQ(Settings(), kSwitchedOff);
+}
+
+TEST_F(ZorvaneProcessInit, TriesTheAmdTaskWithAnyOtherNumber) {
+    WriteFileBytes(m_folder.SettingsPath(), "[cpu_kernel]\r\nsdk_flag=2\r\n");
+    m_manager.Init();
+    EXPECT_EQ(Messages().back(), "add AmdSdkTask");
+    EXPECT_EQ(Settings(), "[cpu_kernel]\r\nsdk_flag=2\r\n");
+}
+
+TEST_F(ZorvaneProcessInit, SucceedsWithoutAnyTask) {
+    m_nvml.fileExists = false;
+    SwitchOff();
+    EXPECT_EQ(m_manager.Init(), 1);
+    EXPECT_THAT(Messages(), ElementsAre("CZorvaneProcess::Init", "add NvmlInfoTask failed",
+                                        "sdk_flag is off..."));
+}
+
+TEST_F(ZorvaneProcessInit, IsNotNeededToKnowThatAnEmptyListIsNotSupported) {
+    EXPECT_EQ(m_manager.IsSupported(), 0);
+}
+
+TEST_F(ZorvaneProcessInit, MakesTasksWhoseAnswersAreOredTogetherWithEveryTaskAsked) {
+    m_manager.Init();
+    PATCH_IMPORT(patch, PathFileExistsW, [](const wchar_t*) -> BOOL { return 4; });
+    EXPECT_EQ(m_manager.IsSupported(), 5);
+}
+
+TEST_F(ZorvaneProcessInit, MakesTasksOfWhichOneIsEnoughToBeSupported) {
+    m_manager.Init();
+    m_nvml.fileExists = false;
+    EXPECT_EQ(m_manager.IsSupported(), 1);
+}
+
+TEST_F(ZorvaneProcessInit, MakesANvmlTaskThatAnswersAlone) {
+    SwitchOff();
+    m_manager.Init();
+    EXPECT_EQ(m_manager.IsSupported(), 1);
+    m_nvml.fileExists = false;
+    EXPECT_EQ(m_manager.IsSupported(), 0);
+}

@@ -1,0 +1,177 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "runningprocess.h"
+#include "support/importpatch.h"
+#include "support/testlog.h"
+
+using testing::UnorderedElementsAre;
+
+TEST(MsgLoopProcessQuit, HasAManualResetEventOfItsOwn) {
+    std::vector<HANDLE> events;
+    PATCH_IMPORT(creation, CreateEventW,
+                 [&](SECURITY_ATTRIBUTES* security, BOOL manual, BOOL set, const wchar_t* name) {
+                     EXPECT_EQ(security, nullptr);
+                     EXPECT_TRUE(manual);
+                     EXPECT_FALSE(set);
+                     EXPECT_EQ(name, nullptr);
+                     events.push_back(decltype(creation)::Original(security, manual, set, name));
+                     return events.back();
+                 });
+    CMsgLoopProcess process;
+    ASSERT_EQ(events.size(), 2u) << "the window's and its own";
+    EXPECT_FALSE(process.WaitQuit(0));
+    process.Quit();
+    EXPECT_EQ(WaitForSingleObject(events[0], 0), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(WaitForSingleObject(events[1], 0), DWORD{WAIT_OBJECT_0});
+}
+
+TEST(MsgLoopProcessQuit, SetsTheEventThenPostsTheCloseMessageAndAnswersItsResult) {
+    for (const BOOL result : {TRUE, FALSE, 7}) {
+        CTestedProcess quitting;
+        bool postedAfterSetting = false;
+        PATCH_IMPORT(post, PostMessageW, [&](HWND, UINT message, WPARAM wParam, LPARAM lParam) {
+            EXPECT_EQ(message, 16u);
+            EXPECT_EQ(wParam, 0u);
+            EXPECT_EQ(lParam, 0);
+            postedAfterSetting = quitting.WaitQuit(0);
+            return result;
+        });
+        EXPECT_EQ(quitting.Quit(), result);
+        EXPECT_TRUE(postedAfterSetting);
+    }
+}
+
+TEST(MsgLoopProcessQuit, PostsToTheHiddenWindow) {
+    CTestLog log;
+    HWND posted = nullptr;
+    CRunningProcess process(L"");
+    const HWND window = process.Window();
+    ASSERT_NE(window, nullptr);
+    {
+        PATCH_IMPORT(post, PostMessageW, [&](HWND target, UINT message, WPARAM w, LPARAM l) {
+            posted = message == WM_CLOSE && !posted ? target : posted;
+            return decltype(post)::Original(target, message, w, l);
+        });
+        process->Quit();
+        ASSERT_TRUE(process.WaitForEnd());
+    }
+    EXPECT_EQ(posted, window);
+}
+
+TEST(MsgLoopProcessQuit, IsSeenByAPollAtOnceAndStaysSet) {
+    CMsgLoopProcess process;
+    EXPECT_FALSE(process.WaitQuit(0));
+    process.Quit();
+    EXPECT_TRUE(process.WaitQuit(0));
+    EXPECT_TRUE(process.WaitQuit(INFINITE)) << "stays set";
+    process.Quit();
+    EXPECT_TRUE(process.WaitQuit(0));
+}
+
+TEST(MsgLoopProcessQuit, IsOnlyTrueWhenTheEventIsSignalled) {
+    CMsgLoopProcess process;
+    struct {
+        DWORD answer;
+        bool quit;
+    } const rows[] = {{WAIT_OBJECT_0, true},
+                      {WAIT_TIMEOUT, false},
+                      {WAIT_ABANDONED, false},
+                      {WAIT_FAILED, false}};
+    for (const auto& row : rows) {
+        DWORD timeout = 0;
+        PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE, DWORD timeoutMs) {
+            timeout = timeoutMs;
+            return row.answer;
+        });
+        EXPECT_EQ(process.WaitQuit(1234), row.quit) << row.answer;
+        EXPECT_EQ(timeout, 1234u);
+    }
+}
+
+TEST(MsgLoopProcessQuit, WorksWithoutAnEvent) {
+    int sets = 0;
+    PATCH_IMPORT(creation, CreateEventW, [](auto...) -> HANDLE { return nullptr; });
+    PATCH_IMPORT(setting, SetEvent, [&](HANDLE) -> BOOL { return ++sets; });
+    PATCH_IMPORT(post, PostMessageW, [](auto...) -> BOOL { return TRUE; });
+    CMsgLoopProcess process;
+    EXPECT_TRUE(process.Quit());
+    EXPECT_EQ(sets, 0);
+    EXPECT_FALSE(process.WaitQuit(INFINITE));
+}
+
+TEST(MsgLoopProcessQuit, CalledTwiceClosesOnce) {
+    CTestLog log;
+    CTestEvent goOn;
+    CRunningProcess process(L"", [&](CTestedProcess&) { EXPECT_TRUE(goOn.Wait()); });
+    ASSERT_NE(process.Window(), nullptr);
+    EXPECT_TRUE(process->Quit());
+    EXPECT_TRUE(process->Quit());
+    goOn.Set();
+    ASSERT_TRUE(process.WaitForEnd());
+    EXPECT_THAT(log.Messages(),
+                UnorderedElementsAre("[msgloopprocess] cmd:",
+                                     "[msgloopprocess] Send msg to stub wnd failed, msg=3343",
+                                     "[msgloopprocess] CMsgLoopProcess OnClose.",
+                                     "[msgloopprocess] WorkThreadFun process quit.",
+                                     "[msgloopthread] CMsgLoopThread quit msg loop."));
+}
+
+TEST(MsgLoopProcessQuit, WakesAWorkFunctionThatPausesAndIsFalseOnceTheEventIsClosed) {
+    CTestLog log;
+    bool woke = false;
+    CRunningProcess process(L"", [&](CTestedProcess& host) { woke = host.WaitQuit(INFINITE); });
+    ASSERT_NE(process.Window(), nullptr);
+    PostMessageW(process.Window(), WM_CLOSE, 0, 0);
+    ASSERT_TRUE(process.WaitForEnd());
+    EXPECT_TRUE(woke);
+    EXPECT_FALSE(process->WaitQuit(INFINITE)) << "the event is closed";
+    EXPECT_FALSE(process->WaitQuit(0));
+}
+
+TEST(MsgLoopProcessQuit, WaitersOnOtherThreadsLetGoBeforeTheEventIsClosed) {
+    CTestLog log;
+    HANDLE quitEvent = nullptr;
+    CTestEvent waiting;
+    std::atomic<bool> inWait{false};
+    std::atomic<bool> closedUnderWaiter{false};
+    PATCH_IMPORT(creation, CreateEventW, [&](auto... arguments) {
+        quitEvent = decltype(creation)::Original(arguments...);
+        return quitEvent;
+    });
+    const auto process = std::make_shared<CTestedProcess>();
+    const HANDLE event = quitEvent;
+    static thread_local bool t_isWaiter = false;
+    PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE object, DWORD timeout) {
+        if (object != event || !t_isWaiter) {
+            return decltype(wait)::Original(object, timeout);
+        }
+        inWait = true;
+        waiting.Set();
+        const DWORD result = decltype(wait)::Original(object, timeout);
+        // Gives a loop thread that does not care every chance to close the event meanwhile.
+        for (int turn = 0; turn < 1000 && !closedUnderWaiter; ++turn) {
+            SwitchToThread();
+        }
+        inWait = false;
+        return result;
+    });
+    PATCH_IMPORT(close, CloseHandle, [&](HANDLE object) {
+        if (object == event && inWait) {
+            closedUnderWaiter = true;
+        }
+        return decltype(close)::Original(object);
+    });
+    bool quit = false;
+    std::thread waiter([&] {
+        t_isWaiter = true;
+        quit = process->WaitQuit(INFINITE);
+    });
+    EXPECT_TRUE(waiting.Wait());
+    process->OnClose();
+    waiter.join();
+    EXPECT_TRUE(quit);
+    EXPECT_FALSE(closedUnderWaiter);
+}

@@ -1,0 +1,246 @@
+// A thousand workers, each stopped at another moment in another way.
+#include <gtest/gtest.h>
+
+#include <process.h>
+#include <stdio.h>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <random>
+#include <thread>
+
+#include "log/logger.h"
+#include "log/logsite.h"
+#include "logfiles.h"
+#include "runningprocess.h"
+#include "support/importpatch.h"
+#include "support/tempfolder.h"
+#include "zorvane/wire.h"
+
+namespace {
+
+constexpr int kWorkers = 1000;
+constexpr int kMaxTurns = 60;
+
+enum class EStop { kMessage, kQuit, kWorkReturns, kClose, kCount };
+
+const char* NameOf(EStop stop) {
+    constexpr const char* kNames[] = {"stop message", "Quit", "work returns", "close message"};
+    return kNames[static_cast<int>(stop)];
+}
+
+void PassTurns(int turns) {
+    for (int turn = 0; turn < turns; ++turn) {
+        SwitchToThread();
+    }
+}
+
+// Follows the work thread's handle and the quit event of the worker that runs.
+class CHandleWatch {
+  public:
+    // Forgets the last worker, whose work thread has ended.
+    void Reset() {
+        if (m_threadCopy) {
+            CloseHandle(m_threadCopy);
+            m_threadCopy = nullptr;
+        }
+        m_thread = nullptr;
+        m_quitEvent = nullptr;
+        m_events = 0;
+        threadCloses = 0;
+        lateThreadWaits = 0;
+        lateSets = 0;
+    }
+
+    bool WaitForThread() const {
+        return m_threadCopy && WaitForSingleObject(m_threadCopy, kPatienceMs) == WAIT_OBJECT_0;
+    }
+
+    std::atomic<int> threadCloses{0};
+    // Waits without limit on the thread's handle after it was closed.
+    std::atomic<int> lateThreadWaits{0};
+    // Settings of the quit event after it was closed.
+    std::atomic<int> lateSets{0};
+
+  private:
+    using Event = CImportPatch<decltype(CreateEventW), -10>;
+    using Begin = CImportPatch<decltype(_beginthreadex), -10>;
+    using Set = CImportPatch<decltype(SetEvent), -10>;
+    using Wait = CImportPatch<decltype(WaitForSingleObject), -10>;
+    using Close = CImportPatch<decltype(CloseHandle), -11>;  // of one signature with Set
+
+    HANDLE MakeEvent(HANDLE made) {
+        if (++m_events == 2) {  // the first is the window's
+            m_quitEvent = made;
+        }
+        return made;
+    }
+
+    uintptr_t Begun(uintptr_t made, void* parameter) {
+        const auto thread = reinterpret_cast<HANDLE>(made);
+        if (parameter == worker) {
+            DuplicateHandle(GetCurrentProcess(), thread, GetCurrentProcess(), &m_threadCopy, 0,
+                            FALSE, DUPLICATE_SAME_ACCESS);
+            m_thread = thread;
+        }
+        return made;
+    }
+
+    void Closing(HANDLE handle) {
+        if (handle && handle == m_thread) {
+            ++threadCloses;
+            // Others may get the handle's value now; only a wait of the host has no limit.
+        }
+        if (handle && handle == m_quitEvent) {
+            m_quitEvent = nullptr;
+            m_closedQuitEvent = handle;
+        }
+    }
+
+    std::atomic<int> m_events{0};
+    std::atomic<HANDLE> m_thread{nullptr};
+    std::atomic<HANDLE> m_quitEvent{nullptr};
+    std::atomic<HANDLE> m_closedQuitEvent{nullptr};
+    HANDLE m_threadCopy = nullptr;
+
+  public:
+    // The host whose work thread is followed.
+    std::atomic<void*> worker{nullptr};
+
+  private:
+    const Event m_eventPatch{"CreateEventW", [this](auto... arguments) {
+                                 return MakeEvent(Event::Original(arguments...));
+                             }};
+    const Begin m_beginPatch{
+        "_beginthreadex", [this](void* security, unsigned stack, auto entry, void* parameter,
+                                 unsigned flags, unsigned* id) {
+            return Begun(Begin::Original(security, stack, entry, parameter, flags, id), parameter);
+        }};
+    const Set m_setPatch{"SetEvent", [this](HANDLE handle) {
+                             const bool isQuitEvent = handle && handle == m_quitEvent;
+                             if (isQuitEvent) {
+                                 PassTurns(3);
+                                 lateSets += m_quitEvent == nullptr ? 1 : 0;
+                             }
+                             return Set::Original(handle);
+                         }};
+    const Wait m_waitPatch{
+        "WaitForSingleObject", [this](HANDLE handle, DWORD timeout) {
+            if (timeout == INFINITE && handle && handle == m_thread && threadCloses > 0) {
+                ++lateThreadWaits;
+            }
+            return Wait::Original(handle, timeout);
+        }};
+    const Close m_closePatch{"CloseHandle", [this](HANDLE handle) {
+                                 Closing(handle);
+                                 return Close::Original(handle);
+                             }};
+};
+
+struct Plan {
+    EStop stop;
+    int turnsBeforeStop;
+    int linesOfWork;
+    int turnsBetweenLines;
+};
+
+class CWorker {
+  public:
+    explicit CWorker(const Plan& plan) : m_plan(plan) {}
+
+    // As the export does: from the host's making to the logger's end. Answers how often the work
+    // function logged.
+    int RunOnce(CHandleWatch& watch, const std::wstring& logPath) {
+        ZorLog::InitLogger(logPath.c_str(), L"E");
+        const auto host = std::make_shared<CTestedProcess>();
+        watch.worker = static_cast<CMsgLoopProcess*>(host.get());
+        host->Init(L"--entry=race", [this, host = host.get()] { Work(*host); });
+        std::thread stopper([this, host] { Stop(*host); });
+        host->Run();
+        ZorLog::ShutdownLogger();
+        EXPECT_TRUE(watch.WaitForThread());
+        stopper.join();
+        return m_linesLogged;
+    }
+
+  private:
+    void Work(CTestedProcess& host) {
+        for (int line = 0; line < m_plan.linesOfWork; ++line) {
+            LOG_INFO(L"line of work");
+            ++m_linesLogged;
+            PassTurns(m_plan.turnsBetweenLines);
+            if (host.WaitQuit(0)) {
+                break;
+            }
+        }
+        if (m_plan.stop != EStop::kWorkReturns) {
+            host.WaitQuit(INFINITE);
+        }
+    }
+
+    void Stop(CTestedProcess& host) {
+        EXPECT_TRUE(host.created.Wait());
+        PassTurns(m_plan.turnsBeforeStop);
+        COPYDATASTRUCT stop{kCopyDataStop, 0, nullptr};
+        switch (m_plan.stop) {
+            case EStop::kMessage:
+                SendMessageW(host.Window(), WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&stop));
+                break;
+            case EStop::kClose:
+                PostMessageW(host.Window(), WM_CLOSE, 0, 0);
+                break;
+            default:
+                host.Quit();
+                break;
+        }
+        // A host that is ending may be told so again, at any moment.
+        PassTurns(m_plan.turnsBetweenLines);
+        host.Quit();
+    }
+
+    const Plan m_plan;
+    std::atomic<int> m_linesLogged{0};
+};
+
+int CountOf(const std::string& text, const std::string& part) {
+    int count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+}  // namespace
+
+TEST(MsgLoopProcessRace, EndsInOrderAtWhateverMomentAndInWhateverWayItIsStopped) {
+    CTempFolder folder;
+    CHandleWatch watch;
+    CLogFiles files;
+    std::mt19937 random(20240229);
+    const auto pick = [&](int limit) {
+        return static_cast<int>(random() % static_cast<unsigned>(limit));
+    };
+    ZorLog::ShutdownLogger();
+    for (int number = 0; number < kWorkers; ++number) {
+        const Plan plan{static_cast<EStop>(number % static_cast<int>(EStop::kCount)),
+                        pick(kMaxTurns), pick(4), pick(kMaxTurns / 4)};
+        SCOPED_TRACE(std::string("worker ") + std::to_string(number) + ", " + NameOf(plan.stop));
+        const std::wstring logPath = folder.PathOf(L"worker" + std::to_wstring(number) + L".log");
+        watch.Reset();
+        CWorker worker(plan);
+        const int linesOfWork = worker.RunOnce(watch, logPath);
+        const std::string log = ReadFileBytes(logPath);
+        files.CloseAll();
+        _wremove(logPath.c_str());
+        ASSERT_EQ(CountOf(log, "line of work"), linesOfWork);
+        ASSERT_EQ(CountOf(log, "WorkThreadFun process quit."), 1) << log;
+        ASSERT_EQ(CountOf(log, "CMsgLoopProcess OnClose."), 1);
+        ASSERT_EQ(CountOf(log, "CMsgLoopThread quit msg loop."), 1);
+        ASSERT_TRUE(log.ends_with("CMsgLoopThread quit msg loop.\r\n")) << log;
+        ASSERT_EQ(watch.threadCloses, 1);
+        ASSERT_EQ(watch.lateThreadWaits, 0);
+        ASSERT_EQ(watch.lateSets, 0);
+    }
+    watch.Reset();
+}

@@ -1,0 +1,255 @@
+#include "process/window.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "module.h"
+#include "support/importpatch.h"
+
+using testing::Contains;
+
+namespace {
+
+// A window that keeps what it gets.
+class CTestedWindow : public CWindowBase {
+  public:
+    using CWindowBase::CreateHidden;
+    using CWindowBase::Window;
+
+    BOOL ProcessWindowMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
+                              LRESULT& result) override {
+        messages.push_back(message);
+        knewItsHandle = knewItsHandle && window == Window();
+        return onMessage && onMessage(message, wParam, lParam, result);
+    }
+
+    void OnFinalMessage(HWND window) override {
+        finalWindow = window;
+        windowAtFinalMessage = Window();
+        ++finalMessages;
+    }
+
+    std::function<BOOL(UINT, WPARAM, LPARAM, LRESULT&)> onMessage;
+    std::vector<UINT> messages;
+    bool knewItsHandle = true;
+    int finalMessages = 0;
+    HWND finalWindow = nullptr;
+    HWND windowAtFinalMessage = nullptr;
+};
+
+}  // namespace
+
+TEST(WindowClass, IsRegisteredOnceWithItsFields) {
+    std::vector<WNDCLASSEXW> registered;
+    std::wstring name;
+    PATCH_IMPORT(registration, RegisterClassExW, [&](const WNDCLASSEXW* description) {
+        registered.push_back(*description);
+        name = description->lpszClassName;
+        return decltype(registration)::Original(description);
+    });
+    CWindowClass windowClass;
+    const ATOM atom = windowClass.Register();
+    EXPECT_NE(atom, 0);
+    EXPECT_EQ(windowClass.Register(), atom);
+    ASSERT_EQ(registered.size(), 1u);
+    const WNDCLASSEXW& fields = registered[0];
+    EXPECT_EQ(fields.style, 11u) << "redrawn on both changes of size, double clicks";
+    EXPECT_EQ(fields.hbrBackground, reinterpret_cast<HBRUSH>(INT_PTR{6}));
+    EXPECT_EQ(fields.hCursor, LoadCursorW(nullptr, IDC_ARROW));
+    EXPECT_EQ(fields.hIcon, nullptr);
+    EXPECT_EQ(fields.hIconSm, nullptr);
+    EXPECT_EQ(fields.lpszMenuName, nullptr);
+    EXPECT_EQ(fields.cbClsExtra, 0);
+    EXPECT_EQ(fields.cbWndExtra, 0);
+    EXPECT_EQ(fields.hInstance, ModuleInstance());
+    wchar_t expected[32] = {};
+    _snwprintf(expected, 31, L"ATL:%p", static_cast<void*>(&windowClass));
+    EXPECT_EQ(name, expected);
+}
+
+TEST(WindowClass, TriesAgainAfterARefusal) {
+    CWindowClass windowClass;
+    {
+        PATCH_IMPORT(registration, RegisterClassExW, [](auto...) -> ATOM { return 0; });
+        EXPECT_EQ(windowClass.Register(), 0);
+    }
+    EXPECT_NE(windowClass.Register(), 0);
+}
+
+TEST(WindowClass, GoesWithItsObject) {
+    std::optional<std::wstring> unregistered;
+    PATCH_IMPORT(unregistration, UnregisterClassW, [&](const wchar_t* name, HINSTANCE instance) {
+        unregistered = std::to_wstring(reinterpret_cast<ULONG_PTR>(name));
+        return decltype(unregistration)::Original(name, instance);
+    });
+    ATOM atom = 0;
+    {
+        CWindowClass windowClass;
+        atom = windowClass.Register();
+    }
+    EXPECT_EQ(unregistered, std::to_wstring(atom));
+}
+
+TEST(Window, IsCreatedAsAHiddenPopUpOfNoSize) {
+    int calls = 0;
+    CWindowClass windowClass;
+    const ATOM atom = windowClass.Register();
+    PATCH_IMPORT(creation, CreateWindowExW,
+                 [&](DWORD extendedStyle, const wchar_t* name, const wchar_t* title, DWORD style,
+                     int x, int y, int width, int height, HWND parent, HMENU menu,
+                     HINSTANCE instance, void* extra) {
+                     ++calls;
+                     EXPECT_EQ(extendedStyle, 0x80u);
+                     EXPECT_EQ(reinterpret_cast<ULONG_PTR>(name), ULONG_PTR{atom});
+                     EXPECT_EQ(title, nullptr);
+                     EXPECT_EQ(style, 0x80000000u);
+                     EXPECT_EQ(x, CW_USEDEFAULT);
+                     EXPECT_EQ(y, CW_USEDEFAULT);
+                     EXPECT_EQ(width, CW_USEDEFAULT);
+                     EXPECT_EQ(height, CW_USEDEFAULT);
+                     EXPECT_EQ(parent, nullptr);
+                     EXPECT_EQ(menu, nullptr);
+                     EXPECT_EQ(instance, ModuleInstance());
+                     EXPECT_EQ(extra, nullptr);
+                     return decltype(creation)::Original(extendedStyle, name, title, style, x, y,
+                                                         width, height, parent, menu, instance,
+                                                         extra);
+                 });
+    CTestedWindow window;
+    const HWND handle = window.CreateHidden(atom);
+    ASSERT_NE(handle, nullptr);
+    EXPECT_EQ(calls, 1);
+    EXPECT_FALSE(IsWindowVisible(handle));
+    const LONG_PTR style = GetWindowLongPtrW(handle, GWL_STYLE);
+    EXPECT_EQ(style & (WS_POPUP | WS_CHILD | WS_VISIBLE), LONG_PTR{WS_POPUP} & 0xFFFFFFFF);
+    EXPECT_EQ(GetWindowLongPtrW(handle, GWL_EXSTYLE) & WS_EX_TOOLWINDOW, WS_EX_TOOLWINDOW);
+    DestroyWindow(handle);
+}
+
+TEST(Window, KnowsItsHandleFromItsFirstMessageToItsLast) {
+    CWindowClass windowClass;
+    CTestedWindow window;
+    EXPECT_EQ(window.Window(), nullptr);
+    const HWND handle = window.CreateHidden(windowClass.Register());
+    ASSERT_NE(handle, nullptr);
+    EXPECT_EQ(window.Window(), handle);
+    EXPECT_THAT(window.messages, Contains(UINT{WM_NCCREATE}));
+    EXPECT_THAT(window.messages, Contains(UINT{WM_CREATE}));
+    EXPECT_EQ(window.finalMessages, 0);
+    DestroyWindow(handle);
+    EXPECT_TRUE(window.knewItsHandle);
+    EXPECT_EQ(window.messages.back(), UINT{WM_NCDESTROY});
+    EXPECT_EQ(window.Window(), nullptr);
+    EXPECT_EQ(window.finalMessages, 1);
+    EXPECT_EQ(window.finalWindow, handle);
+    EXPECT_EQ(window.windowAtFinalMessage, nullptr) << "forgotten before the final call";
+}
+
+TEST(Window, AnswersWithTheMessageMapOrElseWithTheDefault) {
+    CWindowClass windowClass;
+    CTestedWindow window;
+    ASSERT_NE(window.CreateHidden(windowClass.Register()), nullptr);
+    std::vector<UINT> defaults;
+    PATCH_IMPORT(fallback, DefWindowProcW, [&](HWND handle, UINT message, WPARAM w, LPARAM l) {
+        defaults.push_back(message);
+        return message == WM_APP + 1 ? 77 : decltype(fallback)::Original(handle, message, w, l);
+    });
+    window.onMessage = [](UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) -> BOOL {
+        result = static_cast<LRESULT>(wParam) * 100 + lParam;
+        return message == WM_APP;
+    };
+    EXPECT_EQ(SendMessageW(window.Window(), WM_APP, 3, 4), 304);
+    EXPECT_TRUE(defaults.empty());
+    EXPECT_EQ(SendMessageW(window.Window(), WM_APP + 1, 3, 4), 77);
+    EXPECT_EQ(defaults, std::vector<UINT>{WM_APP + 1});
+    window.onMessage = nullptr;
+    DestroyWindow(window.Window());
+}
+
+TEST(Window, MayCreateAnotherWhileItIsCreated) {
+    CWindowClass windowClass;
+    const ATOM atom = windowClass.Register();
+    CTestedWindow outer;
+    CTestedWindow inner;
+    outer.onMessage = [&](UINT message, WPARAM, LPARAM, LRESULT&) -> BOOL {
+        if (message == WM_CREATE) {
+            inner.CreateHidden(atom);
+        }
+        return FALSE;
+    };
+    ASSERT_NE(outer.CreateHidden(atom), nullptr);
+    ASSERT_NE(inner.Window(), nullptr);
+    EXPECT_NE(inner.Window(), outer.Window());
+    EXPECT_TRUE(inner.knewItsHandle && outer.knewItsHandle);
+    DestroyWindow(inner.Window());
+    DestroyWindow(outer.Window());
+}
+
+TEST(Window, LeavesNoTraceOfAFailedCreationAndKeepsItsError) {
+    CWindowClass windowClass;
+    const ATOM atom = windowClass.Register();
+    CTestedWindow failed;
+    {
+        PATCH_IMPORT(creation, CreateWindowExW, [](auto...) -> HWND {
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+            return nullptr;
+        });
+        EXPECT_EQ(failed.CreateHidden(atom), nullptr);
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+    }
+    EXPECT_EQ(failed.Window(), nullptr);
+    // A window of this class that nobody's object has asked for.
+    const HWND plain = CreateWindowExW(0, MAKEINTATOM(atom), nullptr, WS_POPUP, 0, 0, 0, 0, nullptr,
+                                       nullptr, ModuleInstance(), nullptr);
+    EXPECT_NE(plain, nullptr);
+    EXPECT_TRUE(failed.messages.empty());
+    DestroyWindow(plain);
+}
+
+TEST(Window, GoesOnWithoutItsObject) {
+    CWindowClass windowClass;
+    HWND handle = nullptr;
+    {
+        CTestedWindow window;
+        handle = window.CreateHidden(windowClass.Register());
+    }
+    EXPECT_TRUE(IsWindow(handle));
+    EXPECT_EQ(SendMessageW(handle, WM_APP, 0, 0), 0);
+    DestroyWindow(handle);
+    EXPECT_FALSE(IsWindow(handle));
+}
+
+TEST(Window, UsesTheProcedureThatItsObjectNames) {
+    class CWindowWithProcedure final : public CTestedWindow {
+      public:
+        WNDPROC GetWindowProc() override {
+            return [](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+                return message == WM_APP ? 55 : DefWindowProcW(window, message, wParam, lParam);
+            };
+        }
+    };
+    CWindowClass windowClass;
+    CWindowWithProcedure window;
+    const HWND handle = window.CreateHidden(windowClass.Register());
+    ASSERT_NE(handle, nullptr);
+    EXPECT_EQ(SendMessageW(handle, WM_APP, 0, 0), 55);
+    EXPECT_TRUE(window.messages.empty());
+    DestroyWindow(handle);
+}
+
+TEST(HandledScope, GivesTheMarkItsOldValueBack) {
+    for (const BOOL before : {FALSE, TRUE}) {
+        BOOL handled = before;
+        {
+            const CHandledScope scope(handled);
+            EXPECT_TRUE(handled);
+            handled = !before;
+        }
+        EXPECT_EQ(handled, before);
+    }
+}

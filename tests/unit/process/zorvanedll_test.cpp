@@ -1,0 +1,144 @@
+// The shipped library in this process, in a folder of its own.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <shlwapi.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <regex>
+#include <stdexcept>
+#include <thread>
+
+#include "stubwords.h"
+#include "support/buildfolder.h"
+#include "support/importpatch.h"
+#include "support/logfile.h"
+#include "support/tempfolder.h"
+#include "testevent.h"
+#include "zorvane/wire.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+void Copy(const std::wstring& folder, const std::wstring& file, const CTempFolder& to) {
+    std::filesystem::copy_file(BuildFolder(folder) + L"\\" + file, to.PathOf(file));
+}
+
+// Loads the library and leaves it loaded, as its host does. The machine has no NVIDIA driver and
+// the temperature task is switched off, so that nothing of a real machine is touched.
+class CLoadedLibrary {
+  public:
+    explicit CLoadedLibrary(bool withLogFolder = true) {
+        Copy(L"bin", L"Zorvane.dll", m_folder);
+        Copy(L"platform-standin", L"Platform.dll", m_folder);
+        if (withLogFolder) {
+            std::filesystem::create_directory(m_folder.PathOf(L"Log"));
+        }
+        m_module = LoadLibraryExW(m_folder.PathOf(L"Zorvane.dll").c_str(), nullptr,
+                                  LOAD_WITH_ALTERED_SEARCH_PATH);
+        if (!m_module) {
+            throw std::runtime_error("the library cannot be loaded");
+        }
+        const FARPROC entry = GetProcAddress(m_module, "ZorvaneProcess");
+        m_entry = reinterpret_cast<void (*)(wchar_t*)>(reinterpret_cast<void*>(entry));
+    }
+
+    void Run(std::wstring commandLine) const {
+        const CImportPatch<decltype(PathFileExistsW), -30> look(
+            "PathFileExistsW", [](auto...) -> BOOL { return FALSE; }, m_module);
+        const CImportPatch<decltype(GetPrivateProfileIntW), -30> read(
+            "GetPrivateProfileIntW", [](auto...) -> UINT { return 0; }, m_module);
+        m_entry(commandLine.data());
+    }
+
+    void RunWithoutCommandLine() const { m_entry(nullptr); }
+
+    std::wstring LogPath() const { return m_folder.PathOf(L"Log\\Qorvella_HardwareDll.log"); }
+    std::vector<std::string> LogLines() const { return SplitLines(ReadFileBytes(LogPath())); }
+    HMODULE Module() const { return m_module; }
+
+  private:
+    CTempFolder m_folder;
+    HMODULE m_module = nullptr;
+    void (*m_entry)(wchar_t*) = nullptr;
+};
+
+}  // namespace
+
+TEST(ZorvaneDll, LogsBesideItselfFromTheFirstMessageOn) {
+    const CLoadedLibrary library;
+    EXPECT_THAT(ReadFileBytes(library.LogPath()), IsEmpty());
+    library.Run(L"--entry=100%s");
+    const std::vector<std::string> lines = library.LogLines();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_TRUE(lines[0].ends_with("[E]-------log start")) << lines[0];
+    const std::regex whole(
+        R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d \[[ \d]{5}\]\[[ \d]{5}\]\[E\]\[I\]\[[ \d]{3}\d\]\[\w+\] .*)");
+    for (size_t line = 1; line < lines.size(); ++line) {
+        EXPECT_TRUE(std::regex_match(lines[line], whole)) << lines[line];
+    }
+}
+
+TEST(ZorvaneDll, LogsARunWithoutTasksInOrder) {
+    const CLoadedLibrary library;
+    library.Run(L"--entry=100%s");
+    std::vector<std::string> messages = SiteMessages(library.LogLines());
+    const auto hello = std::find(messages.begin(), messages.end(),
+                                 "[msgloopprocess] Send msg to stub wnd failed, msg=3343");
+    ASSERT_NE(hello, messages.end());
+    messages.erase(hello);  // from the loop thread, at any place among those of the work thread
+    EXPECT_THAT(
+        messages,
+        ElementsAre("[msgloopprocess] cmd:--entry=100%s", "[zorvaneprocess] CZorvaneProcess::Init",
+                    StartsWith("[nvmlinfotask] CNvmlInfoTask::Init file not exist. "),
+                    "[zorvaneprocess] add NvmlInfoTask failed",
+                    "[zorvaneprocess] sdk_flag is off...",
+                    "[zorvaneprocess] ZorvaneProcess Uninit. size:0",
+                    "[msgloopprocess] WorkThreadFun process quit.",
+                    "[msgloopprocess] CMsgLoopProcess OnClose.",
+                    "[msgloopthread] CMsgLoopThread quit msg loop."));
+}
+
+TEST(ZorvaneDll, RunsWithoutAFolderForItsLog) {
+    const CLoadedLibrary library(false);
+    CRecordingStub stub;
+    library.Run(CommandLine(stub, L"e"));
+    ASSERT_TRUE(WaitForAny(stub, 1));
+    EXPECT_EQ(stub.Messages()[0].code, 3343u);
+}
+
+TEST(ZorvaneDll, GreetsTheStubWithTheWindowThatStopsIt) {
+    const CLoadedLibrary library;
+    HWND hostWindow = nullptr;
+    DWORD windowThread = 0;
+    CRecordingStub stub([&](const StubMessage& message) {
+        HelloPayload hello{};
+        ASSERT_EQ(message.payload.size(), sizeof(hello));
+        std::memcpy(&hello, message.payload.data(), sizeof(hello));
+        hostWindow = reinterpret_cast<HWND>(hello.hostWnd);
+        windowThread = GetWindowThreadProcessId(hostWindow, nullptr);
+        EXPECT_STREQ(hello.entry, L"Temp");
+    });
+    library.Run(CommandLine(stub, L"Temp"));
+    EXPECT_EQ(windowThread, GetCurrentThreadId()) << "the loop runs on the export's caller";
+    EXPECT_FALSE(IsWindow(hostWindow));
+}
+
+TEST(ZorvaneDll, ReturnsAtOnceWithoutACommandLine) {
+    const CLoadedLibrary library;
+    library.RunWithoutCommandLine();
+    std::vector<std::string> messages = SiteMessages(library.LogLines());
+    ASSERT_EQ(messages.size(), 4u);
+    std::sort(messages.begin(), messages.begin() + 2);
+    EXPECT_THAT(messages, ElementsAre("[msgloopprocess] Send msg to stub wnd failed, msg=3343",
+                                      "[msgloopprocess] WorkThreadFun process quit.",
+                                      "[msgloopprocess] CMsgLoopProcess OnClose.",
+                                      "[msgloopthread] CMsgLoopThread quit msg loop."));
+}

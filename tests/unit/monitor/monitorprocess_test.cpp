@@ -101,6 +101,15 @@ TEST_F(MonitorProcessTest, PrintsOneTableARoundInTheOrderOfTheBusIds) {
     EXPECT_GT(text.rfind("Fake GPU 0"), second);
 }
 
+TEST_F(MonitorProcessTest, ShowsNoReadingOfAGpuThatFellSilentInThisRound) {
+    EXPECT_EQ(Run(L"--count 2", L"hello static:1 gpu:0 gpu:1 gpu:0 gpu:0"), kExitDone);
+    const std::string text = m_monitor->Output();
+    const std::size_t row = text.rfind("Fake GPU 1");
+    ASSERT_NE(row, std::string::npos);
+    EXPECT_THAT(text.substr(row, text.find('\n', row) - row),
+                testing::MatchesRegex("Fake GPU 1 +n/a +n/a +n/a +n/a .*"));
+}
+
 TEST_F(MonitorProcessTest, EndsAfterItsTimeAndShowsTheLastRoundThoughIncomplete) {
     EXPECT_EQ(Run(L"--duration 1", L"hello gpu:0"), kExitDone);
     EXPECT_THAT(m_monitor->Output(), HasSubstr("Fake GPU 0"));

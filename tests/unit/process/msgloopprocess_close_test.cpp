@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <process.h>
+#include <wchar.h>
 
 #include <atomic>
 #include <mutex>
@@ -90,17 +91,15 @@ class CHandleRecord {
                         Note("set", handle);
                         return Set::Original(handle);
                     }};
+    // A closed handle's value may be used again, but only the host waits without a limit.
     const Wait m_wait{"WaitForSingleObject", [this](HANDLE handle, DWORD timeout) {
-                          if (handle == thread) {
-                              Note("wait", handle, timeout == INFINITE ? " without limit" : "");
+                          if (handle == thread && timeout == INFINITE) {
+                              Note("wait", handle, " without limit");
                           }
                           return Wait::Original(handle, timeout);
                       }};
     const Close m_close{"CloseHandle", [this](HANDLE handle) {
                             Note("close", handle);
-                            if (handle == thread) {
-                                thread = nullptr;  // its value may be used again
-                            }
                             return Close::Original(handle);
                         }};
     const Destroy m_destroy{"DestroyWindow", [this](HWND window) {
@@ -293,25 +292,36 @@ TEST(MsgLoopProcessWork, HasLoggedBeforeACloseThatOvertakesItsEndGoesOn) {
     CTestLog log;
     CTestedProcess process;
     std::atomic<HANDLE> thread{nullptr};
+    std::atomic<bool> isEnding{false};
+    std::atomic<bool> hasReturned{false};
+    const DWORD loopThread = GetCurrentThreadId();
     PATCH_IMPORT(begin, _beginthreadex, [&](auto... arguments) {
         const uintptr_t made = decltype(begin)::Original(arguments...);
         thread = reinterpret_cast<HANDLE>(made);
         return made;
     });
     PATCH_IMPORT(close, CloseHandle, [&](HANDLE handle) {
-        if (handle == thread) {
-            // The work thread has closed its handle and said nothing yet; the loop thread closes.
-            thread = nullptr;
+        if (handle == thread.exchange(nullptr)) {
+            // The work thread closes its handle and has said nothing yet; now the loop thread
+            // closes.
             PostMessageW(process.Window(), WM_CLOSE, 0, 0);
             EXPECT_TRUE(process.closing.Wait());
-            for (int turn = 0; turn < 1000; ++turn) {
-                SwitchToThread();
-            }
+            isEnding = true;
         }
         return decltype(close)::Original(handle);
     });
+    using Format = CImportPatch<int(const wchar_t*, char*), -1>;  // a va_list is a char*
+    const Format format("_vscwprintf", [&](const wchar_t* text, char* arguments) {
+        // Before its last line the work thread gives the loop thread every chance to end first.
+        const bool isWorkThread = GetCurrentThreadId() != loopThread;
+        for (int turn = 0; turn < 1000 && isWorkThread && isEnding && !hasReturned; ++turn) {
+            SwitchToThread();
+        }
+        return Format::Original(text, arguments);
+    });
     process.Init(L"", [&] { EXPECT_TRUE(process.created.Wait()); });
     process.Run();
+    hasReturned = true;
     EXPECT_THAT(log.Messages(), Contains(kWorkEndLine).Times(1));
     EXPECT_EQ(log.Messages().back(), kLoopEndLine) << "the work thread had the last word";
 }

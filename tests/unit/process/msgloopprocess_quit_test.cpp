@@ -99,7 +99,13 @@ TEST(MsgLoopProcessQuit, WorksWithoutAnEvent) {
     CMsgLoopProcess process;
     EXPECT_TRUE(process.Quit());
     EXPECT_EQ(sets, 0);
+    int waits = 0;
+    PATCH_IMPORT(wait, WaitForSingleObject, [&](auto...) -> DWORD {
+        ++waits;
+        return WAIT_OBJECT_0;
+    });
     EXPECT_FALSE(process.WaitQuit(INFINITE));
+    EXPECT_EQ(waits, 0);
 }
 
 TEST(MsgLoopProcessQuit, CalledTwiceClosesOnce) {

@@ -3,6 +3,7 @@
 
 #include <process.h>
 #include <stdio.h>
+#include <wchar.h>
 
 #include <algorithm>
 #include <atomic>
@@ -57,8 +58,12 @@ class CHandleWatch {
         return m_threadCopy && WaitForSingleObject(m_threadCopy, kPatienceMs) == WAIT_OBJECT_0;
     }
 
+    // The host whose work thread is followed.
+    std::atomic<void*> worker{nullptr};
+
     std::atomic<int> threadCloses{0};
-    // Waits without limit on the thread's handle after it was closed.
+    // Waits on the thread's handle after it was closed. Its value may be used again, but only the
+    // host waits without a limit.
     std::atomic<int> lateThreadWaits{0};
     // Settings of the quit event after it was closed.
     std::atomic<int> lateSets{0};
@@ -68,7 +73,8 @@ class CHandleWatch {
     using Begin = CImportPatch<decltype(_beginthreadex), -10>;
     using Set = CImportPatch<decltype(SetEvent), -10>;
     using Wait = CImportPatch<decltype(WaitForSingleObject), -10>;
-    using Close = CImportPatch<decltype(CloseHandle), -11>;  // of one signature with Set
+    using Close = CImportPatch<decltype(CloseHandle), -11>;        // of one signature with Set
+    using Format = CImportPatch<int(const wchar_t*, char*), -10>;  // a va_list is a char*
 
     HANDLE MakeEvent(HANDLE made) {
         if (++m_events == 2) {  // the first is the window's
@@ -90,25 +96,19 @@ class CHandleWatch {
     void Closing(HANDLE handle) {
         if (handle && handle == m_thread) {
             ++threadCloses;
-            // Others may get the handle's value now; only a wait of the host has no limit.
         }
         if (handle && handle == m_quitEvent) {
             m_quitEvent = nullptr;
-            m_closedQuitEvent = handle;
         }
     }
 
     std::atomic<int> m_events{0};
     std::atomic<HANDLE> m_thread{nullptr};
     std::atomic<HANDLE> m_quitEvent{nullptr};
-    std::atomic<HANDLE> m_closedQuitEvent{nullptr};
     HANDLE m_threadCopy = nullptr;
 
-  public:
-    // The host whose work thread is followed.
-    std::atomic<void*> worker{nullptr};
+    const DWORD m_loopThread = GetCurrentThreadId();
 
-  private:
     const Event m_eventPatch{"CreateEventW", [this](auto... arguments) {
                                  return MakeEvent(Event::Original(arguments...));
                              }};
@@ -132,6 +132,13 @@ class CHandleWatch {
             }
             return Wait::Original(handle, timeout);
         }};
+    // Widens the moment between the work thread's closing of its handle and its last line.
+    const Format m_formatPatch{"_vscwprintf", [this](const wchar_t* text, char* arguments) {
+                                   if (threadCloses > 0 && GetCurrentThreadId() != m_loopThread) {
+                                       PassTurns(20);
+                                   }
+                                   return Format::Original(text, arguments);
+                               }};
     const Close m_closePatch{"CloseHandle", [this](HANDLE handle) {
                                  Closing(handle);
                                  return Close::Original(handle);

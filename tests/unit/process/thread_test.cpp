@@ -142,7 +142,7 @@ TEST(Thread, CanBeStartedAgainAfterAFailedStart) {
 
 TEST(Thread, CanBeStartedAgainAsSoonAsItHasEnded) {
     CTestedThread thread;
-    for (int start = 1; start <= 300; ++start) {
+    for (int start = 1; start <= 50; ++start) {
         CTestEvent go;
         thread.body = [&] { ASSERT_TRUE(go.Wait()); };
         thread.Start();

@@ -1,7 +1,6 @@
 #include "client/callerror.h"
 
 #include <array>
-#include <utility>
 
 #include "client/text.h"
 
@@ -21,9 +20,9 @@ std::string SystemText(DWORD code) {
 
 }  // namespace
 
-CallError LastCallError(std::string call) {
+CallError LastCallError(const char* call) {
     const DWORD code = GetLastError();
-    return {std::move(call), code};
+    return {call, code};
 }
 
 std::string Describe(const CallError& error) {

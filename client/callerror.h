@@ -15,7 +15,7 @@ struct CallError {
 };
 
 /** The calling thread's last error as the failure of `call`. */
-CallError LastCallError(std::string call);
+CallError LastCallError(const char* call);
 
 /** "<call>: <the system's text> (<code>)", without a line end. */
 std::string Describe(const CallError& error);

@@ -1,7 +1,9 @@
 #include "client/decode.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <span>
 #include <string_view>
@@ -64,8 +66,15 @@ std::optional<PciLocation> ReadPci(const NvmlGpuRecord& record) {
     if (!anyNumber && record.pciBusId[0] == '\0') {
         return std::nullopt;
     }
-    return PciLocation{record.pciDomain, record.pciBus, record.pciDevice, record.pciDeviceId,
-                       record.pciBusId};
+    PciLocation location{record.pciDomain, record.pciBus, record.pciDevice, record.pciDeviceId,
+                         record.pciBusId};
+    if (location.busId.empty()) {
+        std::array<char, 48> text{};
+        static_cast<void>(std::snprintf(text.data(), text.size(), "%08X:%02X:%02X.0",
+                                        record.pciDomain, record.pciBus, record.pciDevice));
+        location.busId = text.data();
+    }
+    return location;
 }
 
 GpuReading ReadReading(const NvmlGpuRecord& record) {
@@ -74,12 +83,17 @@ GpuReading ReadReading(const NvmlGpuRecord& record) {
     reading.index = record.gpuIndex;
     reading.count = record.gpuCount;
     reading.name = Text(record.name);
-    reading.gpuUtilizationPercent = record.gpuUtilizationPercent;
-    reading.memoryUtilizationPercent = record.memoryUtilizationPercent;
     reading.temperatureCelsius = UnlessEqual(record.temperatureCelsius, 0U);
     reading.fanSpeedPercent = UnlessEqual(record.fanSpeedPercent, ZORVANE_FAN_SPEED_UNKNOWN);
     reading.clocksMHz = ReadClocks(record.clockMHz);
     reading.pci = ReadPci(record);
+    const bool isAnythingRead = reading.name || reading.temperatureCelsius ||
+                                reading.fanSpeedPercent || reading.clocksMHz[0] || reading.pci;
+    if (isAnythingRead || record.gpuUtilizationPercent != 0 ||
+        record.memoryUtilizationPercent != 0) {
+        reading.gpuUtilizationPercent = record.gpuUtilizationPercent;
+        reading.memoryUtilizationPercent = record.memoryUtilizationPercent;
+    }
     return reading;
 }
 
@@ -137,7 +151,7 @@ Decoded DecodeGpu(const Payload& payload) {
         return PayloadError{PayloadFault::kNotTerminated,
                             std::string("GPU record: ") + field + " has no terminating NUL"};
     }
-    if (record->gpuIndex >= record->gpuCount) {
+    if (record->gpuIndex >= record->gpuCount || record->gpuCount > kMostGpus) {
         return PayloadError{PayloadFault::kBadRecord,
                             "GPU record: index " + std::to_string(record->gpuIndex) + " of " +
                                 std::to_string(record->gpuCount) + " GPUs"};

@@ -47,13 +47,19 @@ struct Hello {
     std::uint64_t workerWindow = 0;
 };
 
+/** More GPUs than any machine has; a record that tells of more is not taken. */
+inline constexpr std::uint32_t kMostGpus = 1024;
+
 struct PciLocation {
     std::uint32_t domain = 0;
     std::uint32_t bus = 0;
     std::uint32_t device = 0;
     /** Device id in the high, vendor id in the low 16 bits. */
     std::uint32_t deviceId = 0;
-    /** Tells GPUs apart, across boots too; the index does not. */
+    /**
+     * "domain:bus:device.function", never empty: made of the numbers for a driver that is too old
+     * to give it. Tells GPUs apart, across boots too; the index does not.
+     */
     std::string busId;
 };
 
@@ -66,8 +72,9 @@ struct GpuReading {
     std::uint32_t index = 0;
     std::uint32_t count = 0;
     std::optional<std::wstring> name;
-    std::uint32_t gpuUtilizationPercent = 0;
-    std::uint32_t memoryUtilizationPercent = 0;
+    /** Both or none. An idle GPU reads 0; a record in which nothing was read has none. */
+    std::optional<std::uint32_t> gpuUtilizationPercent;
+    std::optional<std::uint32_t> memoryUtilizationPercent;
     std::optional<std::uint32_t> temperatureCelsius;
     /** The intended speed; may be over 100. */
     std::optional<std::uint32_t> fanSpeedPercent;

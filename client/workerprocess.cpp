@@ -52,7 +52,9 @@ std::optional<CallError> CWorkerProcess::Start(const WorkerCommand& command, HWN
     PROCESS_INFORMATION created{};
     if (!CreateProcessW(command.host.c_str(), line.data(), nullptr, nullptr, startup.Inherits(),
                         CreationFlags(), environment.data(), nullptr, startup.Get(), &created)) {
-        return LastCallError("CreateProcessW " + ToUtf8(command.host));
+        CallError error = LastCallError("CreateProcessW");
+        error.call += " " + ToUtf8(command.host);
+        return error;
     }
     const CUniqueHandle thread(created.hThread);
     m_process.reset(created.hProcess);

@@ -33,6 +33,7 @@ CWorkerSession::CWorkerSession(IWorkerListener& listener, const StopTimes& times
 
 std::optional<CallError> CWorkerSession::Start(const WorkerCommand& command) {
     m_step = StopStep::kNone;
+    m_hasEnded = false;
     m_workerWindow = nullptr;
     m_startTick = GetTickCount64();
     if (auto error = MakeControlWindow()) {
@@ -55,7 +56,7 @@ std::optional<CallError> CWorkerSession::MakeControlWindow() {
 }
 
 void CWorkerSession::Stop() {
-    if (IsRunning()) {
+    if (IsRunning() && !m_hasEnded) {
         Press(m_step == StopStep::kNone ? "stop was asked for" : "asked again");
     }
 }
@@ -164,6 +165,9 @@ void CWorkerSession::OnProcessEnd() {
     if (!code) {
         return;
     }
+    // A listener that asks for the end while it is told the last payloads asks a worker that is
+    // gone.
+    m_hasEnded = true;
     m_stub.Deliver();
     WorkerExit exit;
     exit.processId = m_process.Id();

@@ -130,6 +130,7 @@ class CWorkerSession {
     CWorkerProcess m_process;
     HWND m_workerWindow = nullptr;
     StopStep m_step = StopStep::kNone;
+    bool m_hasEnded = false;
     ULONGLONG m_startTick = 0;
 };
 

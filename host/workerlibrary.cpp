@@ -18,7 +18,10 @@ std::wstring FullPath(const std::wstring& path) {
     return full.empty() ? path : full;
 }
 
-std::wstring Folder(const std::wstring& path) { return path.substr(0, path.find_last_of(L"\\/")); }
+// With its last separator: a drive's root is no folder without it.
+std::wstring Folder(const std::wstring& path) {
+    return path.substr(0, path.find_last_of(L"\\/") + 1);
+}
 
 // The first library that `module` imports and that cannot be loaded; empty when all can be.
 std::wstring FirstBrokenImport(const std::wstring& path, DWORD& error) {
@@ -36,7 +39,7 @@ std::wstring FirstBrokenImport(const std::wstring& path, DWORD& error) {
 std::wstring CWorkerLibrary::DefaultPath() {
     std::array<wchar_t, 32768> executable{};
     GetModuleFileNameW(nullptr, executable.data(), static_cast<DWORD>(executable.size()));
-    return Folder(executable.data()) + L"\\Zorvane.dll";
+    return Folder(executable.data()) + L"Zorvane.dll";
 }
 
 EHostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
@@ -46,13 +49,15 @@ EHostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
     }
     const std::wstring fullPath = FullPath(path);
     if (GetFileAttributesW(fullPath.c_str()) == INVALID_FILE_ATTRIBUTES) {
-        error = L"library " + fullPath + L" not found: " + DescribeError(GetLastError());
+        const DWORD code = GetLastError();
+        error = L"library " + fullPath + L" not found: " + DescribeError(code);
         return EHostExit::kLibraryMissing;
     }
     // Never the current folder or PATH: this process may run elevated.
     AddDllDirectory(Folder(fullPath).c_str());
     const HMODULE module =
-        LoadLibraryExW(fullPath.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+        LoadLibraryExW(fullPath.c_str(), nullptr,
+                       LOAD_LIBRARY_SEARCH_DEFAULT_DIRS | LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR);
     if (!module) {
         const DWORD loadError = GetLastError();
         DWORD importError = 0;
@@ -60,6 +65,9 @@ EHostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
         if (!import.empty()) {
             error = L"library " + fullPath + L" needs " + import + L", which cannot be loaded: " +
                     DescribeError(importError);
+            if (import == L"Platform.dll") {
+                error += L"; on a PC without AMD's, copy the one from platform-standin beside it";
+            }
             return EHostExit::kDependencyMissing;
         }
         error = L"library " + fullPath + L" cannot be loaded: " + DescribeError(loadError);
@@ -68,8 +76,8 @@ EHostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
     m_module = module;
     const FARPROC entry = GetProcAddress(module, kExportName);
     if (!entry) {
-        error = L"library " + fullPath + L" has no export ZorvaneProcess: " +
-                DescribeError(GetLastError());
+        const DWORD code = GetLastError();
+        error = L"library " + fullPath + L" has no export ZorvaneProcess: " + DescribeError(code);
         return EHostExit::kExportMissing;
     }
     m_entry = reinterpret_cast<void (*)(wchar_t*)>(reinterpret_cast<void*>(entry));

@@ -71,8 +71,8 @@ struct CLineMaker {
 
     Json operator()(const GpuReading& reading) const {
         Json line = BeginGpu("gpu", time, reading);
-        line["gpu_utilization_percent"] = reading.gpuUtilizationPercent;
-        line["memory_utilization_percent"] = reading.memoryUtilizationPercent;
+        line["gpu_utilization_percent"] = OrNull(reading.gpuUtilizationPercent);
+        line["memory_utilization_percent"] = OrNull(reading.memoryUtilizationPercent);
         line["temperature_celsius"] = OrNull(reading.temperatureCelsius);
         line["fan_speed_percent"] = OrNull(reading.fanSpeedPercent);
         line["clocks_mhz"] = ClocksJson(reading.clocksMHz);

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace zorvane {
@@ -12,7 +13,8 @@ void CMachineModel::StartWorker(DWORD workerId) {
 }
 
 std::string CMachineModel::SourceOf(const GpuReading& reading) {
-    const bool hasBusId = reading.pci && !reading.pci->busId.empty();
+    // A driver that gives two GPUs one bus id has not told them apart.
+    const bool hasBusId = reading.pci && !IsOtherGpus(reading.pci->busId, reading.index);
     const auto known = m_sourceByIndex.find(reading.index);
     if (!hasBusId) {
         // Letters beyond F sort behind every bus id.
@@ -29,6 +31,12 @@ std::string CMachineModel::SourceOf(const GpuReading& reading) {
     }
     m_sourceByIndex[reading.index] = reading.pci->busId;
     return reading.pci->busId;
+}
+
+bool CMachineModel::IsOtherGpus(const std::string& busId, std::uint32_t index) const {
+    return std::any_of(m_sourceByIndex.begin(), m_sourceByIndex.end(), [&](const auto& known) {
+        return known.second == busId && known.first != index;
+    });
 }
 
 void CMachineModel::KeepOnly(const std::set<std::string>& sources) {

@@ -47,6 +47,8 @@ class CMachineModel {
     const std::optional<CpuTemperature>& Cpu() const { return m_cpu; }
 
   private:
+    bool IsOtherGpus(const std::string& busId, std::uint32_t index) const;
+
     DWORD m_workerId = 0;
     std::optional<Hello> m_hello;
     std::map<std::string, GpuRow> m_gpus;

@@ -44,7 +44,11 @@ ExitCode CMonitor::Run() {
         OnTimes();
         OnOutput();
     }
-    return OutcomeOf(m_facts);
+    const ExitCode outcome = OutcomeOf(m_facts);
+    if (outcome == kExitNoReading && m_facts.reason == EndReason::kDuration) {
+        m_view.ShowNote("no reading was received in the time given");
+    }
+    return outcome;
 }
 
 void CMonitor::StartWorker() {
@@ -60,8 +64,11 @@ void CMonitor::StartWorker() {
 }
 
 void CMonitor::PumpMessages() {
+    // A worker that sends without a pause must not keep the rest from its turn.
+    constexpr int kMessagesInARow = 64;
     MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    for (int taken = 0; taken < kMessagesInARow && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);
+         ++taken) {
         DispatchMessageW(&message);
     }
     if (std::exchange(m_changed, false)) {

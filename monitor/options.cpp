@@ -87,9 +87,11 @@ void Declare(CLI::App& app, Raw& raw) {
     app.set_version_flag("--version", "zorvanemon " ZORVANE_VERSION, "Show the version");
     app.add_option("--host", raw.host,
                    "The host program (default: zorvanehost.exe beside zorvanemon)")
-        ->type_name("PATH");
+        ->type_name("PATH")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.add_option("--library", raw.libraryPath, "The library (default: the one beside the host)")
-        ->type_name("PATH");
+        ->type_name("PATH")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.add_option("--entry", raw.entry, "The worker's name, shown at most 31 characters long")
         ->type_name("NAME")
         ->capture_default_str();

@@ -51,10 +51,8 @@ std::string Name(const GpuRow& row) {
     return kNotRead;
 }
 
-std::string BusId(const std::string& source, const GpuRow& row) {
-    const bool isLatest = row.latest && row.latest->pci;
-    const bool isFixed = row.fixed && row.fixed->first.pci;
-    return isLatest || isFixed || !source.starts_with("gpu ") ? Harmless(ToWide(source)) : kNotRead;
+std::string BusId(const std::string& source) {
+    return source.starts_with("gpu ") ? kNotRead : Harmless(ToWide(source));
 }
 
 std::string TotalMiB(const GpuRow& row) {
@@ -66,15 +64,15 @@ std::string TotalMiB(const GpuRow& row) {
 
 constexpr Column kColumns[] = {
     {"PCI bus id", "", true, 0,
-     [](const std::string& source, const GpuRow& row) { return BusId(source, row); }},
+     [](const std::string& source, const GpuRow&) { return BusId(source); }},
     {"Name", "", true, 0, [](const std::string&, const GpuRow& row) { return Name(row); }},
     {"GPU", "%", false, 0,
      [](const std::string&, const GpuRow& row) {
-         return row.latest ? fmt::format("{}", row.latest->gpuUtilizationPercent) : kNotRead;
+         return row.latest ? OrNotRead(row.latest->gpuUtilizationPercent) : kNotRead;
      }},
     {"Mem", "%", false, 0,
      [](const std::string&, const GpuRow& row) {
-         return row.latest ? fmt::format("{}", row.latest->memoryUtilizationPercent) : kNotRead;
+         return row.latest ? OrNotRead(row.latest->memoryUtilizationPercent) : kNotRead;
      }},
     {"Temp", "C", false, 0,
      [](const std::string&, const GpuRow& row) {

@@ -83,13 +83,14 @@ int CZorvaneProcess::Execute(std::shared_ptr<IProcess> process) {
 
 void CZorvaneProcess::RunCycle(const std::shared_ptr<IProcess>& process) {
     for (size_t position = 0; position < m_tasks.size();) {
-        const std::shared_ptr<IZorvaneTask> task = m_tasks[position];
+        std::shared_ptr<IZorvaneTask> task = m_tasks[position];
         if (!task || task->Execute(process) != 0) {
             ++position;
             continue;
         }
         task->Uninit();
         m_tasks.erase(m_tasks.begin() + static_cast<std::ptrdiff_t>(position));
+        task.reset();
         LOG_INFO(L"task erro. size:%d", static_cast<int>(m_tasks.size()));
     }
 }

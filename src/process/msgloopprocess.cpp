@@ -51,7 +51,11 @@ bool CMsgLoopProcess::SendCopyData(const COPYDATASTRUCT* data) {
 
 const wchar_t* CMsgLoopProcess::GetEntry() { return m_entry.c_str(); }
 
-void CMsgLoopProcess::Run() { RunLoop(); }
+void CMsgLoopProcess::Run() {
+    RunLoop();
+    // A loop that was ended past OnClose has left the work thread running.
+    EndWorkThread();
+}
 
 BOOL CMsgLoopProcess::Quit() {
     {
@@ -150,6 +154,12 @@ BOOL CMsgLoopProcess::OnCopyData(const COPYDATASTRUCT* data) {
 
 void CMsgLoopProcess::OnClose() {
     LOG_INFO(L"CMsgLoopProcess OnClose.");
+    EndWorkThread();
+    CloseQuitEvent();
+    CMsgLoopThread::OnClose();
+}
+
+void CMsgLoopProcess::EndWorkThread() {
     // Taken before the event wakes the work thread: what is awaited is the thread's own end.
     const HANDLE workThread = TakeWorkThread();
     if (m_quitEvent) {
@@ -159,8 +169,6 @@ void CMsgLoopProcess::OnClose() {
         WaitForSingleObject(workThread, INFINITE);
         CloseHandle(workThread);
     }
-    CloseQuitEvent();
-    CMsgLoopThread::OnClose();
 }
 
 HANDLE CMsgLoopProcess::TakeWorkThread() {

@@ -48,6 +48,7 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
     void SendHello();
     bool IsStubAlive() const;
     HANDLE TakeWorkThread();
+    void EndWorkThread();
     void CloseQuitEvent();
     static unsigned __stdcall WorkThreadEntry(void* parameter);
     void WorkThreadFun();

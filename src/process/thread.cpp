@@ -26,13 +26,14 @@ LONG CThread::RequestStop() { return m_stopFlag.exchange(1); }
 
 void CThread::Stop(bool wait) {
     m_stopFlag.exchange(1);
-    if (m_threadId == GetCurrentThreadId() || !wait) {
-        return;
-    }
     // Read once: the thread clears the member on its own way out.
     const HANDLE handle = m_handle;
-    if (handle) {
-        WaitForSingleObject(handle, INFINITE);
+    if (m_threadId == GetCurrentThreadId() || !wait || !handle) {
+        return;
+    }
+    WaitForSingleObject(handle, INFINITE);
+    const CSrwLockGuard forgetting(s_startLock);
+    if (m_handle == handle) {
         m_handle = nullptr;
     }
 }

@@ -92,6 +92,22 @@ TEST_F(Monitor, PassesOnWhatTheHostSaysOfAMissingLibrary) {
     EXPECT_THAT(m_monitor->Errors(), HasSubstr("missing\\Zorvane.dll"));
 }
 
+TEST_F(Monitor, NamesTheBusIdsThatAnOldDriverLeavesOut) {
+    MachineParts parts = TwoGpusOnly();
+    parts.nvml = L"old-names";
+    ASSERT_EQ(RunMonitor(parts, L"--format json --count 1"), 0u) << m_monitor->Errors();
+    EXPECT_EQ(Lines()[1]["pci"]["bus_id"], "00000000:01:00.0");
+    EXPECT_EQ(Lines()[2]["pci"]["bus_id"], "00000000:0A:00.0");
+}
+
+TEST_F(Monitor, EndsInTimeWhileAWorkerSendsWithoutAPause) {
+    MachineParts parts = TwoGpusOnly();
+    parts.scenario = R"({"deviceCount": 4294967295, "gpus": [{"name": "one", "bus": 1}]})";
+    EXPECT_EQ(RunMonitor(parts, L"--format json --duration 2"), 4u);
+    EXPECT_THAT(m_monitor->Output(), HasSubstr(R"("cause":"bad_record")"));
+    EXPECT_THAT(m_monitor->Errors(), HasSubstr("no reading was received"));
+}
+
 TEST_F(Monitor, SaysThatTheWorkerCrashed) {
     MachineParts parts = TwoGpusOnly();
     parts.nvml = L"crashes";

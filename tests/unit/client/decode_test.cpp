@@ -136,10 +136,37 @@ TEST(DecodeTest, GivesNothingForWhatCouldNotBeRead) {
 }
 
 TEST(DecodeTest, KeepsAnIdleGpusUtilisationOfZero) {
-    const auto reading =
-        std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, UnreadRecord(kGpuRecordDynamic))));
+    NvmlGpuRecord record = UnreadRecord(kGpuRecordDynamic);
+    record.temperatureCelsius = 30;
+    const auto reading = std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record)));
     EXPECT_EQ(reading.gpuUtilizationPercent, 0U);
     EXPECT_EQ(reading.memoryUtilizationPercent, 0U);
+}
+
+TEST(DecodeTest, GivesNoUtilisationOfAGpuOfWhichNothingCouldBeRead) {
+    const auto reading =
+        std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, UnreadRecord(kGpuRecordDynamic))));
+    EXPECT_FALSE(reading.gpuUtilizationPercent);
+    EXPECT_FALSE(reading.memoryUtilizationPercent);
+}
+
+TEST(DecodeTest, MakesABusIdOfTheNumbersThatAnOldDriverGives) {
+    NvmlGpuRecord record = UnreadRecord(kGpuRecordDynamic);
+    record.pciDomain = 1;
+    record.pciBus = 10;
+    record.pciDevice = 2;
+    const auto reading = std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record)));
+    ASSERT_TRUE(reading.pci);
+    EXPECT_EQ(reading.pci->busId, "00000001:0A:02.0");
+}
+
+TEST(DecodeTest, RefusesARecordOfMoreGpusThanAnyMachineHas) {
+    NvmlGpuRecord record = FullRecord(kGpuRecordDynamic);
+    record.gpuCount = kMostGpus;
+    EXPECT_TRUE(std::holds_alternative<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record))));
+    record.gpuCount = kMostGpus + 1;
+    EXPECT_EQ(std::get<PayloadError>(Decode(PayloadOf(kCopyDataTaskData, record))).fault,
+              PayloadFault::kBadRecord);
 }
 
 TEST(DecodeTest, TakesAStandingFanForAReading) {

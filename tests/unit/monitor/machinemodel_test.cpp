@@ -35,6 +35,13 @@ TEST(MachineModelTest, PutsGpusWithoutBusIdLastInTheOrderOfTheirIndex) {
     EXPECT_EQ((row++)->second.latest->index, 10U);
 }
 
+TEST(MachineModelTest, KeepsTwoGpusApartThatTheDriverGivesOneBusId) {
+    CMachineModel model;
+    model.Apply(Reading(0, "00000000:01:00.0"));
+    model.Apply(Reading(1, "00000000:01:00.0"));
+    EXPECT_EQ(model.Gpus().size(), 2U);
+}
+
 TEST(MachineModelTest, FindsTheRowOfAGpuWhoseLocationCouldNotBeReadThisTime) {
     CMachineModel model;
     model.Apply(Reading(0, "00000000:01:00.0"));

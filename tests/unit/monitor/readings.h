@@ -5,12 +5,14 @@
 
 #include "client/decode.h"
 
-/** GPU `index` at a bus id; none when that is empty. Utilisation 10 + index, the rest not read. */
+/** GPU `index` at a bus id; none when that is empty. Utilisation 10 + index and 0, the rest not
+ * read. */
 inline zorvane::GpuReading Reading(std::uint32_t index, const std::string& busId) {
     zorvane::GpuReading reading;
     reading.index = index;
     reading.count = 8;
     reading.gpuUtilizationPercent = 10 + index;
+    reading.memoryUtilizationPercent = 0;
     if (!busId.empty()) reading.pci = zorvane::PciLocation{0, 1, 2, 0x268410DE, busId};
     return reading;
 }

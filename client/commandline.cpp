@@ -12,7 +12,9 @@ std::wstring QuoteWord(std::wstring_view word) {
     std::wstring quoted = L"\"";
     std::size_t backslashes = 0;
     for (const wchar_t c : word) {
-        if (c == L'"') quoted.append(backslashes + 1, L'\\');
+        if (c == L'"') {
+            quoted.append(backslashes + 1, L'\\');
+        }
         backslashes = c == L'\\' ? backslashes + 1 : 0;
         quoted += c;
     }
@@ -29,8 +31,12 @@ std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow) {
     // The first word has rules of its own: no escapes, and a path holds no quotation mark.
     std::wstring line = L"\"" + command.host + L"\" --wnd=" + WindowText(stubWindow) + L" " +
                         QuoteWord(L"--entry=" + command.entry);
-    if (!command.library.empty()) line += L" " + QuoteWord(L"--library=" + command.library);
-    for (const std::wstring& word : command.words) line += L" " + QuoteWord(word);
+    if (!command.libraryPath.empty()) {
+        line += L" " + QuoteWord(L"--library=" + command.libraryPath);
+    }
+    for (const std::wstring& word : command.words) {
+        line += L" " + QuoteWord(word);
+    }
     return line;
 }
 

@@ -16,7 +16,7 @@ struct WorkerCommand {
     /** Path of the host program. It is not searched for along PATH. */
     std::wstring host;
     /** Path of the library; empty: the host takes the one beside itself. */
-    std::wstring library;
+    std::wstring libraryPath;
     /** The worker's name. It comes back with every record, cut at 31 characters. */
     std::wstring entry;
     /** Further words of the command line. "skip_delete" keeps the AMD driver service at the end. */

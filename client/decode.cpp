@@ -22,7 +22,9 @@ PayloadError WrongSize(const char* what, std::uint32_t size, std::size_t expecte
 template <typename T>
 std::optional<T> ReadWhole(const Payload& payload) {
     static_assert(std::is_trivially_copyable_v<T>);
-    if (payload.size != sizeof(T) || payload.bytes.size() < sizeof(T)) return std::nullopt;
+    if (payload.size != sizeof(T) || payload.bytes.size() < sizeof(T)) {
+        return std::nullopt;
+    }
     T value;
     std::memcpy(&value, payload.bytes.data(), sizeof(T));
     return value;
@@ -35,13 +37,17 @@ bool IsTerminated(const Char (&field)[kWireTextLength]) {
 
 /** A text field that IsTerminated accepts; empty means not read. */
 std::optional<std::wstring> Text(const wchar_t (&field)[kWireTextLength]) {
-    if (field[0] == L'\0') return std::nullopt;
+    if (field[0] == L'\0') {
+        return std::nullopt;
+    }
     return std::wstring(field);
 }
 
 template <typename Number>
 std::optional<Number> UnlessEqual(Number value, Number notRead) {
-    if (value == notRead) return std::nullopt;
+    if (value == notRead) {
+        return std::nullopt;
+    }
     return value;
 }
 
@@ -55,7 +61,9 @@ Clocks ReadClocks(const std::uint32_t (&clocks)[kClockTypeCount]) {
 std::optional<PciLocation> ReadPci(const NvmlGpuRecord& record) {
     const bool anyNumber =
         (record.pciDomain | record.pciBus | record.pciDevice | record.pciDeviceId) != 0;
-    if (!anyNumber && record.pciBusId[0] == '\0') return std::nullopt;
+    if (!anyNumber && record.pciBusId[0] == '\0') {
+        return std::nullopt;
+    }
     return PciLocation{record.pciDomain, record.pciBus, record.pciDevice, record.pciDeviceId,
                        record.pciBusId};
 }
@@ -88,18 +96,32 @@ GpuStatic ReadStatic(const NvmlGpuRecord& record) {
 
 /** The name of the first text field without a terminator; null when all have one. */
 const char* FirstUnterminated(const NvmlGpuRecord& record) {
-    if (!IsTerminated(record.entry)) return "entry";
-    if (!IsTerminated(record.name)) return "name";
-    if (!IsTerminated(record.serial)) return "serial";
-    if (!IsTerminated(record.vbiosVersion)) return "vbiosVersion";
-    if (!IsTerminated(record.driverVersion)) return "driverVersion";
-    if (!IsTerminated(record.pciBusId)) return "pciBusId";
+    if (!IsTerminated(record.entry)) {
+        return "entry";
+    }
+    if (!IsTerminated(record.name)) {
+        return "name";
+    }
+    if (!IsTerminated(record.serial)) {
+        return "serial";
+    }
+    if (!IsTerminated(record.vbiosVersion)) {
+        return "vbiosVersion";
+    }
+    if (!IsTerminated(record.driverVersion)) {
+        return "driverVersion";
+    }
+    if (!IsTerminated(record.pciBusId)) {
+        return "pciBusId";
+    }
     return nullptr;
 }
 
 Decoded DecodeHello(const Payload& payload) {
     const auto hello = ReadWhole<HelloPayload>(payload);
-    if (!hello) return WrongSize("hello", payload.size, sizeof(HelloPayload));
+    if (!hello) {
+        return WrongSize("hello", payload.size, sizeof(HelloPayload));
+    }
     if (!IsTerminated(hello->entry)) {
         return PayloadError{PayloadFault::kNotTerminated, "hello: entry has no terminating NUL"};
     }
@@ -108,7 +130,9 @@ Decoded DecodeHello(const Payload& payload) {
 
 Decoded DecodeGpu(const Payload& payload) {
     const auto record = ReadWhole<NvmlGpuRecord>(payload);
-    if (!record) return WrongSize("GPU record", payload.size, sizeof(NvmlGpuRecord));
+    if (!record) {
+        return WrongSize("GPU record", payload.size, sizeof(NvmlGpuRecord));
+    }
     if (const char* field = FirstUnterminated(*record)) {
         return PayloadError{PayloadFault::kNotTerminated,
                             std::string("GPU record: ") + field + " has no terminating NUL"};
@@ -118,8 +142,12 @@ Decoded DecodeGpu(const Payload& payload) {
                             "GPU record: index " + std::to_string(record->gpuIndex) + " of " +
                                 std::to_string(record->gpuCount) + " GPUs"};
     }
-    if (record->kind == kGpuRecordStatic) return ReadStatic(*record);
-    if (record->kind == kGpuRecordDynamic) return ReadReading(*record);
+    if (record->kind == kGpuRecordStatic) {
+        return ReadStatic(*record);
+    }
+    if (record->kind == kGpuRecordDynamic) {
+        return ReadReading(*record);
+    }
     return PayloadError{PayloadFault::kBadRecord,
                         "GPU record: unknown kind " + std::to_string(record->kind)};
 }
@@ -127,14 +155,20 @@ Decoded DecodeGpu(const Payload& payload) {
 /** n of exactly {"CpuTemp":n}, n being a JSON whole number that fits an int. */
 std::optional<int> ParseCpuText(std::string_view text) {
     constexpr std::string_view kPrefix = R"({"CpuTemp":)";
-    if (!text.starts_with(kPrefix) || !text.ends_with('}')) return std::nullopt;
+    if (!text.starts_with(kPrefix) || !text.ends_with('}')) {
+        return std::nullopt;
+    }
     const std::string_view number = text.substr(kPrefix.size(), text.size() - kPrefix.size() - 1);
     const std::string_view digits = number.substr(number.starts_with('-') ? 1 : 0);
-    if (digits.size() > 1 && digits.front() == '0') return std::nullopt;
+    if (digits.size() > 1 && digits.front() == '0') {
+        return std::nullopt;
+    }
     int value = 0;
     const char* end = number.data() + number.size();
     const auto [stop, error] = std::from_chars(number.data(), end, value);
-    if (error != std::errc{} || stop != end) return std::nullopt;
+    if (error != std::errc{} || stop != end) {
+        return std::nullopt;
+    }
     return value;
 }
 
@@ -161,7 +195,9 @@ Decoded DecodeCpu(const Payload& payload) {
                                                               " bytes has no terminating NUL"};
     }
     text.pop_back();
-    if (const auto celsius = ParseCpuText(text)) return CpuTemperature{*celsius};
+    if (const auto celsius = ParseCpuText(text)) {
+        return CpuTemperature{*celsius};
+    }
     return PayloadError{PayloadFault::kBadText,
                         "CPU temperature text is not {\"CpuTemp\":n}: " + Shown(text)};
 }

@@ -28,18 +28,25 @@ std::vector<wchar_t> ChangeEnvironment(const wchar_t* block,
     for (std::wstring_view text(block); !text.empty(); text = text.data() + text.size() + 1) {
         // The current folders of the drives are variables too, of names like "=C:".
         const std::size_t equals = text.find(L'=', 1);
-        if (equals == std::wstring_view::npos) continue;
+        if (equals == std::wstring_view::npos) {
+            continue;
+        }
         variables.emplace(text.substr(0, equals), text.substr(equals + 1));
     }
-    for (const auto& [name, value] : changes) variables[name] = value;
+    for (const auto& [name, value] : changes) {
+        variables[name] = value;
+    }
 
     std::vector<wchar_t> result;
     for (const auto& [name, value] : variables) {
-        const std::wstring text = name + L'=' + value;
-        result.insert(result.end(), text.begin(), text.end());
+        result.insert(result.end(), name.begin(), name.end());
+        result.push_back(L'=');
+        result.insert(result.end(), value.begin(), value.end());
         result.push_back(L'\0');
     }
-    if (result.empty()) result.push_back(L'\0');
+    if (result.empty()) {
+        result.push_back(L'\0');
+    }
     result.push_back(L'\0');
     return result;
 }

@@ -62,11 +62,21 @@ std::string Number(DWORD code) {
 }
 
 const char* Words(DWORD code, bool greeted) {
-    if (code == 0) return "ended in order";
-    if (const char* text = Find(kLoadFailures, code)) return text;
-    if (const char* text = Find(kCrashes, code)) return text;
-    if (greeted) return "died with exit code";
-    if (const char* text = Find(kHostFailures, code)) return text;
+    if (code == 0) {
+        return "ended in order";
+    }
+    if (const char* text = Find(kLoadFailures, code)) {
+        return text;
+    }
+    if (const char* text = Find(kCrashes, code)) {
+        return text;
+    }
+    if (greeted) {
+        return "died with exit code";
+    }
+    if (const char* text = Find(kHostFailures, code)) {
+        return text;
+    }
     return IsException(code) ? "crashed: exception"
                              : "did not start: the host ended with exit code";
 }
@@ -74,9 +84,15 @@ const char* Words(DWORD code, bool greeted) {
 }  // namespace
 
 ExitKind ClassifyExit(DWORD code, bool greeted) {
-    if (code == 0) return ExitKind::kOrderly;
-    if (greeted) return ExitKind::kCrash;
-    if (Find(kLoadFailures, code) != nullptr) return ExitKind::kHostFailure;
+    if (code == 0) {
+        return ExitKind::kOrderly;
+    }
+    if (greeted) {
+        return ExitKind::kCrash;
+    }
+    if (Find(kLoadFailures, code) != nullptr) {
+        return ExitKind::kHostFailure;
+    }
     return IsException(code) ? ExitKind::kCrash : ExitKind::kHostFailure;
 }
 

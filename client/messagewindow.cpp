@@ -20,7 +20,9 @@ bool RegisterWindowClass(WNDPROC windowProc) {
 
 std::optional<CallError> CMessageWindow::Create(Handler handler) {
     Destroy();
-    if (!RegisterWindowClass(&WindowProc)) return LastCallError("RegisterClassExW");
+    if (!RegisterWindowClass(&WindowProc)) {
+        return LastCallError("RegisterClassExW");
+    }
     m_handler = std::move(handler);
     if (CreateWindowExW(0, kClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
                         GetModuleHandleW(nullptr), this) == nullptr) {
@@ -30,7 +32,9 @@ std::optional<CallError> CMessageWindow::Create(Handler handler) {
 }
 
 void CMessageWindow::Destroy() {
-    if (m_window != nullptr) DestroyWindow(m_window);
+    if (m_window != nullptr) {
+        DestroyWindow(m_window);
+    }
 }
 
 LRESULT CALLBACK CMessageWindow::WindowProc(HWND window, UINT message, WPARAM wParam,
@@ -43,7 +47,9 @@ LRESULT CALLBACK CMessageWindow::WindowProc(HWND window, UINT message, WPARAM wP
         SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
     }
     auto* self = reinterpret_cast<CMessageWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (self == nullptr) return DefWindowProcW(window, message, wParam, lParam);
+    if (self == nullptr) {
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
     if (message == WM_NCDESTROY) {
         SetWindowLongPtrW(window, GWLP_USERDATA, 0);
         self->m_window = nullptr;

@@ -5,7 +5,9 @@
 namespace zorvane {
 
 CStartupInfo::~CStartupInfo() {
-    if (m_info.lpAttributeList != nullptr) DeleteProcThreadAttributeList(m_info.lpAttributeList);
+    if (m_info.lpAttributeList != nullptr) {
+        DeleteProcThreadAttributeList(m_info.lpAttributeList);
+    }
 }
 
 std::optional<CallError> CStartupInfo::Prepare() {

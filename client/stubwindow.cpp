@@ -19,7 +19,9 @@ std::optional<CallError> CStubWindow::Create(Sink sink) {
             const bool taken = Take(reinterpret_cast<HWND>(wParam),
                                     reinterpret_cast<const COPYDATASTRUCT*>(lParam));
             ReplyMessage(taken);
-            if (taken) PostMessageW(m_window.Handle(), kDeliverMessage, 0, 0);
+            if (taken) {
+                PostMessageW(m_window.Handle(), kDeliverMessage, 0, 0);
+            }
             return taken;
         }
         if (message == kDeliverMessage) {
@@ -28,7 +30,9 @@ std::optional<CallError> CStubWindow::Create(Sink sink) {
         }
         return std::nullopt;
     };
-    if (auto error = m_window.Create(onMessage)) return error;
+    if (auto error = m_window.Create(onMessage)) {
+        return error;
+    }
     if (!ChangeWindowMessageFilterEx(m_window.Handle(), WM_COPYDATA, MSGFLT_ALLOW, nullptr)) {
         return LastCallError("ChangeWindowMessageFilterEx");
     }
@@ -49,7 +53,9 @@ void CStubWindow::Deliver() {
 }
 
 bool CStubWindow::Take(HWND sender, const COPYDATASTRUCT* data) {
-    if (data == nullptr || m_waiting.size() >= kLongestQueue) return false;
+    if (data == nullptr || m_waiting.size() >= kLongestQueue) {
+        return false;
+    }
     Payload payload{data->dwData, data->cbData, {}};
     if (data->lpData != nullptr) {
         const auto* bytes = static_cast<const std::byte*>(data->lpData);

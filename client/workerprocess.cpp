@@ -12,7 +12,9 @@ namespace {
 /** A job that ends its processes when its last handle goes, and keeps the system's dialog away. */
 std::optional<CallError> MakeJob(CUniqueHandle& job) {
     job.reset(CreateJobObjectW(nullptr, nullptr));
-    if (!job) return LastCallError("CreateJobObjectW");
+    if (!job) {
+        return LastCallError("CreateJobObjectW");
+    }
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     limits.BasicLimitInformation.LimitFlags =
         JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE | JOB_OBJECT_LIMIT_DIE_ON_UNHANDLED_EXCEPTION;
@@ -37,9 +39,13 @@ std::optional<CallError> CWorkerProcess::Start(const WorkerCommand& command, HWN
                                                HWND endWindow, UINT endMessage) {
     Close();
     CUniqueHandle job;
-    if (auto error = MakeJob(job)) return error;
+    if (auto error = MakeJob(job)) {
+        return error;
+    }
     CStartupInfo startup;
-    if (auto error = startup.Prepare()) return error;
+    if (auto error = startup.Prepare()) {
+        return error;
+    }
 
     std::wstring line = BuildCommandLine(command, stubWindow);
     std::vector<wchar_t> environment = ChangedOwnEnvironment(command.environment);
@@ -64,21 +70,31 @@ std::optional<CallError> CWorkerProcess::Start(const WorkerCommand& command, HWN
         failure = LastCallError("ResumeThread");
     }
     m_job = std::move(job);
-    if (failure) Close();
+    if (failure) {
+        Close();
+    }
     return failure;
 }
 
 std::optional<CallError> CWorkerProcess::Terminate() {
-    if (!m_process || ExitCode()) return std::nullopt;
-    if (TerminateProcess(m_process.get(), kTerminatedCode)) return std::nullopt;
+    if (!m_process || ExitCode()) {
+        return std::nullopt;
+    }
+    if (TerminateProcess(m_process.get(), kTerminatedCode)) {
+        return std::nullopt;
+    }
     CallError error = LastCallError("TerminateProcess");
     // A process that is just ending cannot be ended any more.
-    if (ExitCode()) return std::nullopt;
+    if (ExitCode()) {
+        return std::nullopt;
+    }
     return error;
 }
 
 void CWorkerProcess::Close() {
-    if (m_wait != nullptr) UnregisterWaitEx(m_wait, INVALID_HANDLE_VALUE);
+    if (m_wait != nullptr) {
+        UnregisterWaitEx(m_wait, INVALID_HANDLE_VALUE);
+    }
     m_wait = nullptr;
     Terminate();
     m_process.reset();
@@ -87,9 +103,13 @@ void CWorkerProcess::Close() {
 }
 
 std::optional<DWORD> CWorkerProcess::ExitCode() const {
-    if (!m_process || WaitForSingleObject(m_process.get(), 0) != WAIT_OBJECT_0) return std::nullopt;
+    if (!m_process || WaitForSingleObject(m_process.get(), 0) != WAIT_OBJECT_0) {
+        return std::nullopt;
+    }
     DWORD code = 0;
-    if (!GetExitCodeProcess(m_process.get(), &code)) return std::nullopt;
+    if (!GetExitCodeProcess(m_process.get(), &code)) {
+        return std::nullopt;
+    }
     return code;
 }
 

@@ -35,7 +35,9 @@ std::optional<CallError> CWorkerSession::Start(const WorkerCommand& command) {
     m_step = StopStep::kNone;
     m_workerWindow = nullptr;
     m_startTick = GetTickCount64();
-    if (auto error = MakeControlWindow()) return error;
+    if (auto error = MakeControlWindow()) {
+        return error;
+    }
     if (auto error = m_stub.Create(
             [this](HWND sender, const Payload& payload) { OnPayload(sender, payload); })) {
         return error;
@@ -45,13 +47,17 @@ std::optional<CallError> CWorkerSession::Start(const WorkerCommand& command) {
 
 /** Once: a session that is started again is in this window's handler when that happens. */
 std::optional<CallError> CWorkerSession::MakeControlWindow() {
-    if (m_control.Handle() != nullptr) return std::nullopt;
+    if (m_control.Handle() != nullptr) {
+        return std::nullopt;
+    }
     return m_control.Create(
         [this](UINT message, WPARAM wParam, LPARAM) { return OnControlMessage(message, wParam); });
 }
 
 void CWorkerSession::Stop() {
-    if (IsRunning()) Press(m_step == StopStep::kNone ? "stop was asked for" : "asked again");
+    if (IsRunning()) {
+        Press(m_step == StopStep::kNone ? "stop was asked for" : "asked again");
+    }
 }
 
 void CWorkerSession::Press(const std::string& reason) {
@@ -60,7 +66,9 @@ void CWorkerSession::Press(const std::string& reason) {
             m_step = StopStep::kAsked;
             m_listener.OnStopStep(m_step, reason);
             WaitBeforeNextStep(m_times.afterAsking);
-            if (m_workerWindow != nullptr) SendStop();
+            if (m_workerWindow != nullptr) {
+                SendStop();
+            }
             return;
         case StopStep::kAsked:
             m_step = StopStep::kWindowTaken;
@@ -84,7 +92,9 @@ void CWorkerSession::Press(const std::string& reason) {
 void CWorkerSession::SendStop() {
     const auto error = SendStopMessage(m_stub.Handle(), m_workerWindow);
     // A message that timed out may still arrive; any other failure is final.
-    if (error && error->code != ERROR_TIMEOUT) Press(Describe(*error));
+    if (error && error->code != ERROR_TIMEOUT) {
+        Press(Describe(*error));
+    }
 }
 
 void CWorkerSession::WaitBeforeNextStep(std::chrono::milliseconds grace) {
@@ -115,20 +125,28 @@ void CWorkerSession::OnPayload(HWND sender, const Payload& payload) {
     std::visit(
         [this](const auto& value) {
             using Value = std::decay_t<decltype(value)>;
-            if constexpr (std::is_same_v<Value, Hello>) OnHello(value);
-            if constexpr (std::is_same_v<Value, GpuStatic>) m_listener.OnGpuStatic(value);
-            if constexpr (std::is_same_v<Value, GpuReading>) m_listener.OnGpuReading(value);
-            if constexpr (std::is_same_v<Value, CpuTemperature>) m_listener.OnCpuTemperature(value);
-            if constexpr (std::is_same_v<Value, PayloadError>) m_listener.OnPayloadError(value);
+            if constexpr (std::is_same_v<Value, Hello>) {
+                OnHello(value);
+            }
+            if constexpr (std::is_same_v<Value, GpuStatic>) {
+                m_listener.OnGpuStatic(value);
+            }
+            if constexpr (std::is_same_v<Value, GpuReading>) {
+                m_listener.OnGpuReading(value);
+            }
+            if constexpr (std::is_same_v<Value, CpuTemperature>) {
+                m_listener.OnCpuTemperature(value);
+            }
+            if constexpr (std::is_same_v<Value, PayloadError>) {
+                m_listener.OnPayloadError(value);
+            }
         },
         Decode(payload));
 }
 
 void CWorkerSession::OnHello(const Hello& hello) {
     const auto window = reinterpret_cast<HWND>(static_cast<std::uintptr_t>(hello.workerWindow));
-    // A worker that has ended since then took its window along.
-    const bool isOwn = IsWindow(window) ? !IsForeign(window) : m_process.ExitCode().has_value();
-    if (!isOwn) {
+    if (window == nullptr || IsForeign(window)) {
         m_listener.OnPayloadError({PayloadFault::kForeignWindow,
                                    "hello names the window " + std::to_string(hello.workerWindow) +
                                        ", which is none of the worker's"});
@@ -136,12 +154,16 @@ void CWorkerSession::OnHello(const Hello& hello) {
     }
     m_workerWindow = window;
     m_listener.OnHello(hello);
-    if (m_step == StopStep::kAsked) SendStop();
+    if (m_step == StopStep::kAsked) {
+        SendStop();
+    }
 }
 
 void CWorkerSession::OnProcessEnd() {
     const std::optional<DWORD> code = m_process.ExitCode();
-    if (!code) return;
+    if (!code) {
+        return;
+    }
     m_stub.Deliver();
     WorkerExit exit;
     exit.processId = m_process.Id();

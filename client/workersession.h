@@ -70,7 +70,8 @@ class IWorkerListener {
   public:
     virtual ~IWorkerListener() = default;
 
-    /** The worker is up. Its window belongs to the worker's process; this has been checked. */
+    /** The worker is up. Its window is its own, or gone already with a worker that ended at once.
+     */
     virtual void OnHello(const Hello& hello) = 0;
     virtual void OnGpuStatic(const GpuStatic& fixed) = 0;
     virtual void OnGpuReading(const GpuReading& reading) = 0;

@@ -32,3 +32,15 @@ function(zorvane_test_program target)
     set_tests_properties(${target} PROPERTIES TIMEOUT ${arg_TIMEOUT})
   endif()
 endfunction()
+
+# zorvane_test_fake_cpuid(target): lists the CPUID instructions of a test program beside it, for
+# tests/support/fakecpuid.h.
+function(zorvane_test_fake_cpuid target)
+  set(script "${CMAKE_SOURCE_DIR}/sim/cpu/FindCpuid.cmake")
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -D "OBJDUMP=${CMAKE_OBJDUMP}" -D "IMAGE=$<TARGET_FILE:${target}>"
+            -D "LIST=$<TARGET_FILE:${target}>.cpuid" -P "${script}"
+    BYPRODUCTS "${ZORVANE_TEST_DIR}/${target}.exe.cpuid"
+    VERBATIM)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${script}")
+endfunction()

@@ -40,19 +40,26 @@ static Reading* Copy(const COPYDATASTRUCT* data) {
     }
     reading->code = data->dwData;
     reading->size = data->cbData;
-    if (data->cbData > 0) memcpy(&reading->payload, data->lpData, data->cbData);
+    if (data->cbData > 0) {
+        memcpy(&reading->payload, data->lpData, data->cbData);
+    }
     return reading;
 }
 
 static void PrintGpu(NvmlGpuRecord* gpu) {
-    if (gpu->kind != kGpuRecordDynamic) return;
+    if (gpu->kind != kGpuRecordDynamic) {
+        return;
+    }
     gpu->name[kWireTextLength - 1] = L'\0';
     gpu->pciBusId[kWireTextLength - 1] = '\0';
     printf("%s  %-31ls  GPU %3u %%  ", gpu->pciBusId, gpu->name, gpu->gpuUtilizationPercent);
     /* A value that could not be read has a default that is no honest reading. */
-    if (gpu->temperatureCelsius != 0) printf("%u C  ", gpu->temperatureCelsius);
-    if (gpu->fanSpeedPercent != ZORVANE_FAN_SPEED_UNKNOWN)
+    if (gpu->temperatureCelsius != 0) {
+        printf("%u C  ", gpu->temperatureCelsius);
+    }
+    if (gpu->fanSpeedPercent != ZORVANE_FAN_SPEED_UNKNOWN) {
         printf("fan %u %%", gpu->fanSpeedPercent);
+    }
     printf("\n");
     ++s_printed;
 }
@@ -82,6 +89,7 @@ static LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPAR
         if (reading != NULL && !PostMessageW(window, MESSAGE_READING, 0, (LPARAM)reading)) {
             free(reading);
         }
+        // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): the posted message owns the reading.
         return TRUE;
     }
     if (message == MESSAGE_READING) {
@@ -97,7 +105,9 @@ static HWND MakeStubWindow(void) {
                                .lpfnWndProc = OnMessage,
                                .hInstance = GetModuleHandleW(NULL),
                                .lpszClassName = L"MinimalStub"};
-    if (RegisterClassExW(&description) == 0) return NULL;
+    if (RegisterClassExW(&description) == 0) {
+        return NULL;
+    }
     return CreateWindowExW(0, description.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, NULL,
                            description.hInstance, NULL);
 }
@@ -107,7 +117,9 @@ static HANDLE StartWorker(const char* host, const char* words, HWND stub) {
     char line[2048];
     const int length = snprintf(line, sizeof(line), "\"%s\" --wnd=%d --entry=minimal %s", host,
                                 (int)(INT_PTR)stub, words);
-    if (length < 0 || (size_t)length >= sizeof(line)) return NULL;
+    if (length < 0 || (size_t)length >= sizeof(line)) {
+        return NULL;
+    }
     STARTUPINFOA startup = {.cb = sizeof(startup)};
     PROCESS_INFORMATION process;
     if (!CreateProcessA(host, line, NULL, NULL, FALSE, CREATE_NEW_PROCESS_GROUP, NULL, NULL,
@@ -128,9 +140,15 @@ static int Pump(HANDLE worker, DWORD graceMs, int wanted) {
         const DWORD woken =
             MsgWaitForMultipleObjectsEx(1, &worker, left, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
         MSG message;
-        while (PeekMessageW(&message, NULL, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-        if (woken == WAIT_OBJECT_0) return 1;
-        if (woken == WAIT_TIMEOUT) return 0;
+        while (PeekMessageW(&message, NULL, 0, 0, PM_REMOVE)) {
+            DispatchMessageW(&message);
+        }
+        if (woken == WAIT_OBJECT_0) {
+            return 1;
+        }
+        if (woken == WAIT_TIMEOUT) {
+            return 0;
+        }
     }
     return 0;
 }
@@ -140,18 +158,28 @@ static void Stop(HANDLE worker, HWND stub) {
     COPYDATASTRUCT stop = {.dwData = kCopyDataStop};
     SendMessageTimeoutW(s_worker, WM_COPYDATA, (WPARAM)stub, (LPARAM)&stop, SMTO_NORMAL, 1000,
                         NULL);
-    if (Pump(worker, kStopGraceMs, INT_MAX)) return;
+    if (Pump(worker, kStopGraceMs, INT_MAX)) {
+        return;
+    }
     DestroyWindow(stub);
-    if (!Pump(worker, kWindowGraceMs, INT_MAX)) TerminateProcess(worker, ERROR_PROCESS_ABORTED);
+    if (!Pump(worker, kWindowGraceMs, INT_MAX)) {
+        TerminateProcess(worker, ERROR_PROCESS_ABORTED);
+    }
 }
 
 int main(int argc, char** argv) {
     const HWND stub = MakeStubWindow();
-    if (stub == NULL) return EXIT_FAILURE;
+    if (stub == NULL) {
+        return EXIT_FAILURE;
+    }
     const char* host = argc > 1 ? argv[1] : "zorvanehost.exe";
     const HANDLE worker = StartWorker(host, argc > 2 ? argv[2] : "", stub);
-    if (worker == NULL) return EXIT_FAILURE;
-    if (!Pump(worker, INFINITE, kWanted)) Stop(worker, stub);
+    if (worker == NULL) {
+        return EXIT_FAILURE;
+    }
+    if (!Pump(worker, INFINITE, kWanted)) {
+        Stop(worker, stub);
+    }
     DWORD code = 0;
     WaitForSingleObject(worker, INFINITE);
     GetExitCodeProcess(worker, &code);

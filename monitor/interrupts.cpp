@@ -16,22 +16,29 @@ BOOL WINAPI OnConsoleEvent(DWORD type) {
     SetEvent(s_interrupted);
     // Returning from one of the other events ends the process; the worker's orderly end comes
     // first.
-    if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT) WaitForSingleObject(s_runEnded, INFINITE);
+    if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT) {
+        WaitForSingleObject(s_runEnded, INFINITE);
+    }
     return TRUE;
 }
 
 }  // namespace
 
 CInterrupts::~CInterrupts() {
-    if (s_runEnded != nullptr) SetEvent(s_runEnded);
+    if (s_runEnded != nullptr) {
+        SetEvent(s_runEnded);
+    }
 }
 
 std::optional<CallError> CInterrupts::Install() {
     s_interrupted = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     s_runEnded = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    if (s_interrupted == nullptr || s_runEnded == nullptr) return LastCallError("CreateEventW");
-    if (!SetConsoleCtrlHandler(&OnConsoleEvent, TRUE))
+    if (s_interrupted == nullptr || s_runEnded == nullptr) {
+        return LastCallError("CreateEventW");
+    }
+    if (!SetConsoleCtrlHandler(&OnConsoleEvent, TRUE)) {
         return LastCallError("SetConsoleCtrlHandler");
+    }
     return std::nullopt;
 }
 

@@ -26,7 +26,9 @@ Json ClocksJson(const Clocks& clocks) {
 }
 
 Json PciJson(const std::optional<PciLocation>& pci) {
-    if (!pci) return nullptr;
+    if (!pci) {
+        return nullptr;
+    }
     return {{"bus_id", pci->busId},
             {"domain", pci->domain},
             {"bus", pci->bus},

@@ -33,9 +33,13 @@ std::string CMachineModel::SourceOf(const GpuReading& reading) {
 
 void CMachineModel::KeepOnly(const std::set<std::string>& sources) {
     for (auto& [source, row] : m_gpus) {
-        if (!sources.contains(source)) row.latest.reset();
+        if (!sources.contains(source)) {
+            row.latest.reset();
+        }
     }
-    if (!sources.contains(kCpuSource)) m_cpu.reset();
+    if (!sources.contains(kCpuSource)) {
+        m_cpu.reset();
+    }
 }
 
 }  // namespace zorvane

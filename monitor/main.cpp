@@ -23,7 +23,9 @@ std::vector<std::string> CommandLineWords() {
     int count = 0;
     LPWSTR* words = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> result;
-    for (int i = 1; i < count; ++i) result.push_back(zorvane::ToUtf8(words[i]));
+    for (int i = 1; i < count; ++i) {
+        result.push_back(zorvane::ToUtf8(words[i]));
+    }
     LocalFree(words);
     return result;
 }

@@ -13,7 +13,7 @@ namespace {
 
 /** Where the worker's log is to be found, for people. */
 std::string LogPath(const WorkerCommand& worker) {
-    const std::wstring& file = worker.library.empty() ? worker.host : worker.library;
+    const std::wstring& file = worker.libraryPath.empty() ? worker.host : worker.libraryPath;
     const std::size_t slash = file.find_last_of(L"\\/");
     const std::wstring folder =
         slash == std::wstring::npos ? std::wstring() : file.substr(0, slash + 1);
@@ -61,8 +61,12 @@ void CMonitor::StartWorker() {
 
 void CMonitor::PumpMessages() {
     MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-    if (std::exchange(m_changed, false)) m_view.ShowChange(m_model);
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        DispatchMessageW(&message);
+    }
+    if (std::exchange(m_changed, false)) {
+        m_view.ShowChange(m_model);
+    }
 }
 
 void CMonitor::OnInterrupts() {
@@ -81,11 +85,15 @@ void CMonitor::OnTimes() {
         m_endTick.reset();
         End(EndReason::kDuration);
     }
-    if (m_restartTick && now >= *m_restartTick) StartWorker();
+    if (m_restartTick && now >= *m_restartTick) {
+        StartWorker();
+    }
 }
 
 void CMonitor::OnOutput() {
-    if (!m_output.Failure() || m_ending) return;
+    if (!m_output.Failure() || m_ending) {
+        return;
+    }
     if (m_output.IsReaderGone()) {
         End(EndReason::kReaderGone);
         return;
@@ -98,13 +106,17 @@ DWORD CMonitor::WaitTimeMs() const {
     const ULONGLONG now = GetTickCount64();
     ULONGLONG wait = INFINITE;
     for (const auto& tick : {m_endTick, m_restartTick}) {
-        if (tick) wait = std::min(wait, *tick > now ? *tick - now : 0);
+        if (tick) {
+            wait = std::min(wait, *tick > now ? *tick - now : 0);
+        }
     }
     return static_cast<DWORD>(wait);
 }
 
 void CMonitor::End(EndReason reason) {
-    if (m_ending) return;
+    if (m_ending) {
+        return;
+    }
     m_ending = true;
     m_facts.reason = reason;
     m_endTick.reset();
@@ -120,20 +132,28 @@ void CMonitor::OnHello(const Hello& hello) {
 }
 
 void CMonitor::OnGpuStatic(const GpuStatic& fixed) {
-    if (!m_ending) Show(fixed);
+    if (!m_ending) {
+        Show(fixed);
+    }
 }
 
 void CMonitor::OnGpuReading(const GpuReading& reading) {
-    if (EntersRound(m_model.SourceOf(reading))) Show(reading);
+    if (EntersRound(m_model.SourceOf(reading))) {
+        Show(reading);
+    }
 }
 
 void CMonitor::OnCpuTemperature(const CpuTemperature& temperature) {
-    if (EntersRound(kCpuSource)) Show(temperature);
+    if (EntersRound(kCpuSource)) {
+        Show(temperature);
+    }
 }
 
 /** False when the run is over: what comes now belongs to a round that nobody asked for. */
 bool CMonitor::EntersRound(const std::string& source) {
-    if (m_ending) return false;
+    if (m_ending) {
+        return false;
+    }
     if (m_rounds.Holds(source)) {
         m_model.KeepOnly(m_rounds.Sources());
         m_view.ShowRound(m_model);
@@ -172,7 +192,9 @@ void CMonitor::OnStopStep(StopStep step, const std::string& reason) {
 }
 
 void CMonitor::OnExit(const WorkerExit& exit) {
-    if (!m_rounds.Sources().empty()) m_view.ShowRound(m_model);
+    if (!m_rounds.Sources().empty()) {
+        m_view.ShowRound(m_model);
+    }
     m_rounds.Drop();
     m_facts.forced = exit.forced;
     const ExitEvent event{exit, RestartAfter(exit)};
@@ -187,7 +209,9 @@ void CMonitor::OnExit(const WorkerExit& exit) {
 }
 
 std::optional<std::chrono::milliseconds> CMonitor::RestartAfter(const WorkerExit& exit) {
-    if (m_ending || !m_options.restart || exit.kind != ExitKind::kCrash) return std::nullopt;
+    if (m_ending || !m_options.restart || exit.kind != ExitKind::kCrash) {
+        return std::nullopt;
+    }
     m_restartAttempt = NextAttempt(m_restartAttempt, exit.lived);
     return RestartPause(m_restartAttempt);
 }
@@ -204,7 +228,9 @@ void CMonitor::NoteExit(const ExitEvent& event) {
         m_view.ShowNote(what);
         return;
     }
-    if (m_ending) return;
+    if (m_ending) {
+        return;
+    }
     m_view.ShowNote(m_facts.anyReading
                         ? what + " by itself"
                         : what +

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <sstream>
 
 #include "client/text.h"
@@ -70,7 +71,7 @@ std::string CheckCount(const std::string& text) {
 /** What the command line fills, in its own types. */
 struct Raw {
     std::string host;
-    std::string library;
+    std::string libraryPath;
     std::string entry = "zorvanemon";
     std::string format = "table";
     std::uint64_t count = 0;
@@ -87,7 +88,7 @@ void Declare(CLI::App& app, Raw& raw) {
     app.add_option("--host", raw.host,
                    "The host program (default: zorvanehost.exe beside zorvanemon)")
         ->type_name("PATH");
-    app.add_option("--library", raw.library, "The library (default: the one beside the host)")
+    app.add_option("--library", raw.libraryPath, "The library (default: the one beside the host)")
         ->type_name("PATH");
     app.add_option("--entry", raw.entry, "The worker's name, shown at most 31 characters long")
         ->type_name("NAME")
@@ -116,18 +117,23 @@ void Declare(CLI::App& app, Raw& raw) {
 Options Convert(const CLI::App& app, const Raw& raw, const std::wstring& defaultHost) {
     Options options;
     options.worker.host = raw.host.empty() ? defaultHost : ToWide(raw.host);
-    options.worker.library = ToWide(raw.library);
+    options.worker.libraryPath = ToWide(raw.libraryPath);
     options.worker.entry = ToWide(raw.entry);
-    for (const std::string& word : raw.words) options.worker.words.push_back(ToWide(word));
+    for (const std::string& word : raw.words) {
+        options.worker.words.push_back(ToWide(word));
+    }
     for (const std::string& text : raw.variables) {
         const std::size_t equals = text.find('=');
         options.worker.environment.push_back(
             {ToWide(text.substr(0, equals)), ToWide(text.substr(equals + 1))});
     }
     options.format = raw.format == "json" ? Format::kJson : Format::kTable;
-    if (app.count("--count") > 0) options.count = raw.count;
+    if (app.count("--count") > 0) {
+        options.count = raw.count;
+    }
     if (app.count("--duration") > 0) {
-        options.duration = std::chrono::milliseconds(static_cast<std::int64_t>(raw.seconds * 1000));
+        const double milliseconds = std::ceil(raw.seconds * 1000);
+        options.duration = std::chrono::milliseconds(static_cast<std::int64_t>(milliseconds));
     }
     options.restart = !raw.noRestart;
     return options;

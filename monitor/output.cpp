@@ -42,12 +42,16 @@ std::optional<CallError> WriteText(HANDLE handle, std::string_view text) {
 COutput::COutput(HANDLE handle) : m_handle(handle), m_isTerminal(IsConsole(handle)) {}
 
 void COutput::Write(std::string_view text) {
-    if (!m_failure) m_failure = WriteText(m_handle, text);
+    if (!m_failure) {
+        m_failure = WriteText(m_handle, text);
+    }
 }
 
 TerminalSize COutput::Size() const {
     CONSOLE_SCREEN_BUFFER_INFO info{};
-    if (!GetConsoleScreenBufferInfo(m_handle, &info)) return {};
+    if (!GetConsoleScreenBufferInfo(m_handle, &info)) {
+        return {};
+    }
     const SMALL_RECT& window = info.srWindow;
     return {static_cast<std::size_t>(window.Right - window.Left + 1),
             static_cast<std::size_t>(window.Bottom - window.Top + 1)};
@@ -57,13 +61,17 @@ TerminalSize COutput::Size() const {
 // and in Wine's, which takes the mode for sequences and then loses count of its lines.
 void COutput::MoveUp(std::size_t lines) const {
     CONSOLE_SCREEN_BUFFER_INFO info{};
-    if (!GetConsoleScreenBufferInfo(m_handle, &info)) return;
+    if (!GetConsoleScreenBufferInfo(m_handle, &info)) {
+        return;
+    }
     const int row = info.dwCursorPosition.Y - static_cast<int>(lines);
     SetConsoleCursorPosition(m_handle, {0, static_cast<SHORT>(std::max(row, 0))});
 }
 
 bool COutput::IsReaderGone() const {
-    if (!m_failure) return false;
+    if (!m_failure) {
+        return false;
+    }
     const DWORD code = m_failure->code;
     return code == ERROR_BROKEN_PIPE || code == ERROR_NO_DATA || code == ERROR_PIPE_NOT_CONNECTED;
 }

@@ -42,8 +42,12 @@ std::string Harmless(std::wstring text) {
 }
 
 std::string Name(const GpuRow& row) {
-    if (row.latest && row.latest->name) return Harmless(*row.latest->name);
-    if (row.fixed && row.fixed->first.name) return Harmless(*row.fixed->first.name);
+    if (row.latest && row.latest->name) {
+        return Harmless(*row.latest->name);
+    }
+    if (row.fixed && row.fixed->first.name) {
+        return Harmless(*row.fixed->first.name);
+    }
     return kNotRead;
 }
 
@@ -54,7 +58,9 @@ std::string BusId(const std::string& source, const GpuRow& row) {
 }
 
 std::string TotalMiB(const GpuRow& row) {
-    if (!row.fixed || !row.fixed->totalMemoryKiB) return kNotRead;
+    if (!row.fixed || !row.fixed->totalMemoryKiB) {
+        return kNotRead;
+    }
     return fmt::format("{}", *row.fixed->totalMemoryKiB / 1024);
 }
 
@@ -98,7 +104,9 @@ std::size_t Length(std::string_view text) {
 std::string Cut(const std::string& text, std::size_t width) {
     std::size_t characters = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if ((text[i] & 0xC0) != 0x80 && characters++ == width) return text.substr(0, i);
+        if ((text[i] & 0xC0) != 0x80 && characters++ == width) {
+            return text.substr(0, i);
+        }
     }
     return text;
 }
@@ -112,9 +120,12 @@ struct FilledColumn {
 
 FilledColumn Fill(const Column& column, const CMachineModel& model) {
     FilledColumn filled{&column, {column.heading, column.unit}, 0};
-    for (const auto& [source, row] : model.Gpus()) filled.texts.push_back(column.cell(source, row));
-    for (const std::string& text : filled.texts)
+    for (const auto& [source, row] : model.Gpus()) {
+        filled.texts.push_back(column.cell(source, row));
+    }
+    for (const std::string& text : filled.texts) {
         filled.width = std::max(filled.width, Length(text));
+    }
     return filled;
 }
 
@@ -133,7 +144,9 @@ void Fit(std::vector<FilledColumn>& columns, std::size_t width) {
                                            [](const FilledColumn& left, const FilledColumn& right) {
                                                return left.column->rank < right.column->rank;
                                            });
-        if (last->column->rank == 0) return;
+        if (last->column->rank == 0) {
+            return;
+        }
         columns.erase(last);
     }
 }
@@ -143,7 +156,9 @@ std::string Line(const std::vector<FilledColumn>& columns, std::size_t number) {
     for (const FilledColumn& filled : columns) {
         const std::string& text = filled.texts[number];
         const std::string padding(filled.width - Length(text), ' ');
-        if (!line.empty()) line.append(kGap, ' ');
+        if (!line.empty()) {
+            line.append(kGap, ' ');
+        }
         line += filled.column->isText ? text + padding : padding + text;
     }
     line.erase(line.find_last_not_of(' ') + 1);
@@ -152,7 +167,9 @@ std::string Line(const std::vector<FilledColumn>& columns, std::size_t number) {
 
 std::string DriverVersion(const CMachineModel& model) {
     for (const auto& [source, row] : model.Gpus()) {
-        if (row.fixed && row.fixed->driverVersion) return Harmless(*row.fixed->driverVersion);
+        if (row.fixed && row.fixed->driverVersion) {
+            return Harmless(*row.fixed->driverVersion);
+        }
     }
     return kNotRead;
 }
@@ -166,12 +183,18 @@ std::string WorkerLine(const CMachineModel& model, std::string_view clock) {
 }
 
 std::vector<std::string> GpuLines(const CMachineModel& model, std::size_t width) {
-    if (model.Gpus().empty()) return {"No NVIDIA GPU has been reported."};
+    if (model.Gpus().empty()) {
+        return {"No NVIDIA GPU has been reported."};
+    }
     std::vector<FilledColumn> columns;
-    for (const Column& column : kColumns) columns.push_back(Fill(column, model));
+    for (const Column& column : kColumns) {
+        columns.push_back(Fill(column, model));
+    }
     Fit(columns, width);
     std::vector<std::string> lines;
-    for (std::size_t i = 0; i < model.Gpus().size() + 2; ++i) lines.push_back(Line(columns, i));
+    for (std::size_t i = 0; i < model.Gpus().size() + 2; ++i) {
+        lines.push_back(Line(columns, i));
+    }
     return lines;
 }
 
@@ -192,7 +215,9 @@ std::vector<std::string> RenderTable(const CMachineModel& model, std::string_vie
     std::vector<std::string> lines = GpuLines(model, width);
     lines.insert(lines.begin(), WorkerLine(model, clock));
     lines.push_back(CpuLine(model));
-    for (std::string& line : lines) line = Cut(line, width);
+    for (std::string& line : lines) {
+        line = Cut(line, width);
+    }
     return lines;
 }
 

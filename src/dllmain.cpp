@@ -30,7 +30,7 @@ extern "C" void ZorvaneProcess(wchar_t* commandLine) {
     // The host will hold this function and with it both objects, itself included: they live as long
     // as the process.
     std::function<void()> work =
-        // NOLINTNEXTLINE(modernize-avoid-bind): a binder drops the result, as a work function should.
+        // NOLINTNEXTLINE(modernize-avoid-bind): a binder drops the result, as it should.
         std::bind(&IZorvaneTask::Execute, manager, std::shared_ptr<IProcess>(host));
     host->Init(commandLine, std::move(work));
     host->Run();

@@ -1,6 +1,7 @@
 # cmake -D OBJDUMP=... -D IMAGE=... -D HEADER=... -P FindCpuid.cmake
 # Writes a header with the places of all CPUID instructions of a library. A disassembler finds them,
-# because the two bytes 0F A2 also occur inside other instructions.
+# because the two bytes 0F A2 also occur inside other instructions. With LIST in place of HEADER the
+# places stand one a line, for a program that reads them while it runs.
 function(run_objdump output)
   execute_process(COMMAND "${OBJDUMP}" ${ARGN} "${IMAGE}"
     OUTPUT_VARIABLE text ERROR_VARIABLE complaint RESULT_VARIABLE result)
@@ -30,12 +31,19 @@ set(addresses "")
 foreach(instruction IN LISTS instructions)
   string(REGEX MATCH "^[0-9a-f]+" address "${instruction}")
   math(EXPR address "0x${address} - ${base}" OUTPUT_FORMAT HEXADECIMAL)
-  string(APPEND addresses "    ${address},\n")
+  list(APPEND addresses "${address}")
 endforeach()
 if(addresses STREQUAL "")
   message(FATAL_ERROR "${IMAGE}: the disassembler finds no CPUID instruction")
 endif()
 
+if(LIST)
+  list(JOIN addresses "\n" text)
+  file(WRITE "${LIST}" "${text}\n")
+  return()
+endif()
+
+list(JOIN addresses ",\n    " addresses)
 file(CONFIGURE OUTPUT "${HEADER}" @ONLY CONTENT [[
 // Made by the build from the library's disassembly.
 #pragma once
@@ -43,7 +51,7 @@ file(CONFIGURE OUTPUT "${HEADER}" @ONLY CONTENT [[
 #include "cpu/cpuidpatch.h"
 
 inline constexpr uint32_t kCpuidAddresses[] = {
-@addresses@};
+    @addresses@};
 
 inline constexpr CpuidImage kCpuidImage{@size@, @checksum@, kCpuidAddresses};
 ]])

@@ -7,7 +7,7 @@ constexpr size_t kVendorLength = 12;
 constexpr int64_t kHighestPackageType = 15;
 
 std::string ReadVendor(const CJsonPlace& place) {
-    const std::string vendor = place.Text();
+    std::string vendor = place.Text();
     if (vendor.size() != kVendorLength) {
         place.Fail("a text of 12 characters");
     }

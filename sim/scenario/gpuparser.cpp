@@ -1,5 +1,6 @@
+#include <fmt/format.h>
+
 #include <array>
-#include <cstdio>
 
 #include "scenario/scenarioparts.h"
 
@@ -21,7 +22,7 @@ void ReadUtilization(const CJsonPlace& place, Gpu& gpu) {
         return;
     }
     if (!place.Has("gpu") || !place.Has("memory")) {
-        place.Fail("null or an object with \"gpu\" and \"memory\"");
+        place.Fail(R"(null or an object with "gpu" and "memory")");
     }
     place.ReadMembers({
         {"gpu", [&](const CJsonPlace& value) { gpu.gpuUtilization = ReadMovingValue(value); }},
@@ -38,7 +39,7 @@ std::optional<uint64_t> ReadMemory(const CJsonPlace& place) {
 }
 
 std::string ReadBusId(const CJsonPlace& place) {
-    const std::string text = ReadOptionalText(place).value_or("");
+    std::string text = ReadOptionalText(place).value_or("");
     if (text.size() > kBusIdLength) {
         place.Complain("a bus id has at most 31 characters");
     }
@@ -47,10 +48,7 @@ std::string ReadBusId(const CJsonPlace& place) {
 
 // "00000000:01:00.0" with eight digits of domain, "0000:01:00.0" with four.
 std::string FormatBusId(const Gpu& gpu, int domainDigits) {
-    std::array<char, 48> text{};
-    std::snprintf(text.data(), text.size(), "%0*X:%02X:%02X.0", domainDigits, gpu.domain, gpu.bus,
-                  gpu.device);
-    return text.data();
+    return fmt::format("{:0{}X}:{:02X}:{:02X}.0", gpu.domain, domainDigits, gpu.bus, gpu.device);
 }
 
 }  // namespace

@@ -132,7 +132,8 @@ void CJsonPlace::ForEachMember(
 void CJsonPlace::Fail(const std::string& expected) const {
     std::string found = m_value->dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
     if (found.size() > kShownLength) {
-        found = found.substr(0, kShownLength) + "...";
+        found.resize(kShownLength);
+        found += "...";
     }
     Complain("expected " + expected + ", found " + found);
 }

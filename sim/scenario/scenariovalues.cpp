@@ -3,12 +3,12 @@
 
 namespace {
 
-constexpr char kValueForms[] = "a number or an object with \"perRead\", \"steps\" or \"base\"";
+constexpr char kValueForms[] = R"(a number or an object with "perRead", "steps" or "base")";
 
 EWaveShape ReadShape(const CJsonPlace& place) {
     const std::string name = place.Text();
     if (name != "triangle" && name != "sine") {
-        place.Fail("\"triangle\" or \"sine\"");
+        place.Fail(R"("triangle" or "sine")");
     }
     return name == "sine" ? EWaveShape::kSine : EWaveShape::kTriangle;
 }

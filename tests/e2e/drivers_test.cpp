@@ -6,7 +6,6 @@
 #include "e2e/simulatedmachine.h"
 
 using testing::Contains;
-using testing::Each;
 using testing::StartsWith;
 
 namespace {

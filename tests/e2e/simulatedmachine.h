@@ -14,13 +14,13 @@ struct MachineParts {
     /** JSON text of the scenario. */
     std::string scenario = "{}";
     /** A variant of the simulated NVML; empty: the current one; "none": no NVML at all. */
-    std::wstring nvml = L"";
+    std::wstring nvml{};
     /** Whether the processor is simulated; else the machine's own answers. */
     bool simulatedProcessor = true;
     /** The stand-in instead of the simulated vendor library. */
     bool standIn = false;
     /** Content of Qorvella.set; none when empty. */
-    std::string settings = "";
+    std::string settings{};
 };
 
 /** Workers started here find nothing of the real machine. The path has a blank in it. */

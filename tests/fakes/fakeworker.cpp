@@ -46,7 +46,9 @@ long Number(const std::wstring& step, int n = 1) {
     std::size_t at = 0;
     for (int i = 0; i < n; ++i) {
         at = step.find(L':', at);
-        if (at == std::wstring::npos) return 0;
+        if (at == std::wstring::npos) {
+            return 0;
+        }
         ++at;
     }
     return std::wcstol(step.c_str() + at, nullptr, 10);
@@ -95,20 +97,24 @@ void SendGpu(std::uint32_t kind, std::uint32_t index) {
     record.pciDeviceId = 0x268410DE;
     const std::string busId = "00000000:0" + std::to_string(record.pciBus) + ":00.0";
     busId.copy(record.pciBusId, sizeof(record.pciBusId) - 1);
-    for (std::uint32_t type = 0; type < kClockTypeCount; ++type)
+    for (std::uint32_t type = 0; type < kClockTypeCount; ++type) {
         record.clockMHz[type] = 1000 + type;
+    }
     if (kind == kGpuRecordStatic) {
         record.totalMemoryKiB = 24ULL << 20;
         SetText(record.driverVersion, L"535.98");
-        for (std::uint32_t type = 0; type < kClockTypeCount; ++type)
+        for (std::uint32_t type = 0; type < kClockTypeCount; ++type) {
             record.maxClockMHz[type] = 2000;
+        }
     }
     Send(kCopyDataTaskData, &record, sizeof(record));
 }
 
 void SendCpu(const std::wstring& step, bool terminated) {
     std::string text;
-    for (const wchar_t c : step.substr(step.find(L':') + 1)) text += static_cast<char>(c);
+    for (const wchar_t c : step.substr(step.find(L':') + 1)) {
+        text += static_cast<char>(c);
+    }
     Send(kCopyDataStop, text.c_str(), text.size() + (terminated ? 1 : 0));
 }
 
@@ -137,29 +143,57 @@ void Crash() {
 void Do(const std::wstring& step) {
     const std::wstring_view verb = std::wstring_view(step).substr(0, step.find(L':'));
     const auto index = static_cast<std::uint32_t>(Number(step));
-    if (verb == L"hello") SendHello(step);
-    if (verb == L"static") SendGpu(kGpuRecordStatic, index);
-    if (verb == L"gpu") SendGpu(kGpuRecordDynamic, index);
+    if (verb == L"hello") {
+        SendHello(step);
+    }
+    if (verb == L"static") {
+        SendGpu(kGpuRecordStatic, index);
+    }
+    if (verb == L"gpu") {
+        SendGpu(kGpuRecordDynamic, index);
+    }
     if (verb == L"unread") {
         const NvmlGpuRecord record = BareRecord(kGpuRecordDynamic, index);
         Send(kCopyDataTaskData, &record, sizeof(record));
     }
-    if (verb == L"cpu") SendCpu(step, true);
-    if (verb == L"rawcpu") SendCpu(step, false);
-    if (verb == L"bytes") SendZeros(step);
-    if (verb == L"sender") s_sender = AsWindow(Number(step));
-    if (verb == L"sleep") Sleep(index);
-    if (verb == L"env") ExitWithVariable(step);
-    if (verb == L"deaf") s_deaf = true;
-    if (verb == L"blind") s_blind = true;
-    if (verb == L"exit") ExitNow(Number(step));
-    if (verb == L"crash") Crash();
+    if (verb == L"cpu") {
+        SendCpu(step, true);
+    }
+    if (verb == L"rawcpu") {
+        SendCpu(step, false);
+    }
+    if (verb == L"bytes") {
+        SendZeros(step);
+    }
+    if (verb == L"sender") {
+        s_sender = AsWindow(Number(step));
+    }
+    if (verb == L"sleep") {
+        Sleep(index);
+    }
+    if (verb == L"env") {
+        ExitWithVariable(step);
+    }
+    if (verb == L"deaf") {
+        s_deaf = true;
+    }
+    if (verb == L"blind") {
+        s_blind = true;
+    }
+    if (verb == L"exit") {
+        ExitNow(Number(step));
+    }
+    if (verb == L"crash") {
+        Crash();
+    }
 }
 
 void RunScript(const std::vector<std::wstring>& steps) {
     for (std::size_t at = 0; at < steps.size(); ++at) {
         Do(steps[at]);
-        if (!steps[at].starts_with(L"repeat:")) continue;
+        if (!steps[at].starts_with(L"repeat:")) {
+            continue;
+        }
         Sleep(static_cast<DWORD>(Number(steps[at])));
         at = static_cast<std::size_t>(-1);
     }
@@ -168,10 +202,14 @@ void RunScript(const std::vector<std::wstring>& steps) {
 LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_COPYDATA) {
         const auto* data = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
-        if (data->dwData == kCopyDataStop && !s_deaf) PostQuitMessage(0);
+        if (data->dwData == kCopyDataStop && !s_deaf) {
+            PostQuitMessage(0);
+        }
         return TRUE;
     }
-    if (message == WM_TIMER && !s_blind && !IsWindow(s_stub)) PostQuitMessage(0);
+    if (message == WM_TIMER && !s_blind && !IsWindow(s_stub)) {
+        PostQuitMessage(0);
+    }
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
@@ -214,7 +252,9 @@ int main() {
     std::thread([steps] { RunScript(steps); }).detach();
 
     MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        DispatchMessageW(&message);
+    }
     // The script's thread may be at any point: nothing of the runtime is taken down around it.
     ExitNow(0);
 }

@@ -1,67 +1,50 @@
 #include "support/fakeplatform.h"
 
-#include <array>
-#include <stdexcept>
-
-// The objects are made from numbered slots, not from the declared classes, so that a declaration at
-// a wrong slot is called where nothing is.
+#include "support/slottable.h"
 
 namespace {
 
-struct Object {
-    void** slots;
-};
-
-template <size_t kCount>
-struct Slots {
-    Slots() { entries.fill(reinterpret_cast<void*>(&Unexpected)); }
-
-    template <typename Function>
-    void Set(size_t slot, Function* function) {
-        entries.at(slot) = reinterpret_cast<void*>(function);
-    }
-
-    static void Unexpected() { throw std::logic_error("a slot was called that is not in use"); }
-
-    std::array<void*, kCount> entries;
-};
-
 FakePlatform s_fake;
 
-Slots<74> s_deviceSlots;
-Slots<4> s_managerSlots;
-Slots<3> s_platformSlots;
+CSlotTable<74> s_deviceSlots;
+CSlotTable<4> s_managerSlots;
+CSlotTable<3> s_platformSlots;
 
-Object s_cpu{s_deviceSlots.entries.data()};
-Object s_second{s_deviceSlots.entries.data()};
-Object s_manager{s_managerSlots.entries.data()};
-Object s_platform{s_platformSlots.entries.data()};
+SlotObject s_cpu{s_deviceSlots.Slots()};
+SlotObject s_second{s_deviceSlots.Slots()};
+SlotObject s_manager{s_managerSlots.Slots()};
+SlotObject s_platform{s_platformSlots.Slots()};
 
-const wchar_t* GetName(Object* self) {
+const wchar_t* GetName(SlotObject* self) {
     s_fake.calls.push_back("GetName");
     return self == &s_cpu ? s_fake.cpuName : s_fake.secondName;
 }
 
+// What stands in the register above a result is anything: here all bits are set.
+constexpr uint64_t kAboveStatus = 0xFFFFFFFF00000000;
+constexpr uint64_t kAboveBool = 0xFFFFFFFFFFFFFF00;
+
 template <typename Value>
-int32_t Answer(const char* call, const std::function<int32_t(Value*)>& reading, Value* value) {
+uint64_t Answer(const char* call, const std::function<int32_t(Value*)>& reading, Value* value) {
     constexpr int32_t kUnsupportedFunction = 4;
     s_fake.calls.push_back(call);
-    return reading ? reading(value) : kUnsupportedFunction;
+    const int32_t status = reading ? reading(value) : kUnsupportedFunction;
+    return kAboveStatus | static_cast<uint32_t>(status);
 }
 
-int32_t GetTemperatureOffset(Object*, int32_t* offset) {
+uint64_t GetTemperatureOffset(SlotObject*, int32_t* offset) {
     return Answer("GetTemperatureOffset", s_fake.temperatureOffset, offset);
 }
 
-int32_t GetCurrentTemperature(Object*, double* temperature) {
+uint64_t GetCurrentTemperature(SlotObject*, double* temperature) {
     return Answer("GetCurrentTemperature", s_fake.currentTemperature, temperature);
 }
 
-int32_t GetPMTableData(Object*, PMTableData* data) {
+uint64_t GetPMTableData(SlotObject*, PMTableData* data) {
     return Answer("GetPMTableData", s_fake.pmTable, data);
 }
 
-Object* GetDevice(Object*, int32_t type, int32_t index) {
+SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index) {
     s_fake.calls.push_back("GetDevice(" + std::to_string(type) + ", " + std::to_string(index) +
                            ")");
     if (type == 0 && index == 0) {
@@ -70,14 +53,15 @@ Object* GetDevice(Object*, int32_t type, int32_t index) {
     return type == 1 && index == 0 && s_fake.secondName ? &s_second : nullptr;
 }
 
-bool Init(Object*, void* first, void* second) {
+uint64_t Init(SlotObject*, void* first, void* second) {
     s_fake.calls.push_back("Init");
-    return s_fake.init && s_fake.init(first, second);
+    const bool result = s_fake.init && s_fake.init(first, second);
+    return kAboveBool | (result ? 1 : 0);
 }
 
-void UnInit(Object*) { s_fake.calls.push_back("UnInit"); }
+void UnInit(SlotObject*) { s_fake.calls.push_back("UnInit"); }
 
-Object* GetDeviceManager(Object*) {
+SlotObject* GetDeviceManager(SlotObject*) {
     s_fake.calls.push_back("GetDeviceManager");
     return &s_manager;
 }

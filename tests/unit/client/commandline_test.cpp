@@ -46,13 +46,13 @@ TEST(CommandLineTest, GivesBackExactlyTheWordsOfAnyCommand) {
         WorkerCommand command;
         command.host = L"C:\\Program Files\\z\\zorvanehost.exe";
         command.entry = anyWord();
-        command.library = L"C:\\" + anyWord();
+        command.libraryPath = L"C:\\" + anyWord();
         command.words = {anyWord(), anyWord()};
         const std::wstring line = BuildCommandLine(command, nullptr);
         const std::vector<std::wstring> expected{command.host,
                                                  L"--wnd=0",
                                                  L"--entry=" + command.entry,
-                                                 L"--library=" + command.library,
+                                                 L"--library=" + command.libraryPath,
                                                  command.words[0],
                                                  command.words[1]};
         ASSERT_EQ(Split(line), expected);

@@ -18,7 +18,9 @@ Payload PayloadOf(std::uint64_t code, const T& value) {
 
 Payload TextPayload(std::string_view text) {
     Payload payload{kCopyDataStop, static_cast<std::uint32_t>(text.size()), {}};
-    for (const char c : text) payload.bytes.push_back(static_cast<std::byte>(c));
+    for (const char c : text) {
+        payload.bytes.push_back(static_cast<std::byte>(c));
+    }
     return payload;
 }
 
@@ -31,7 +33,9 @@ Payload CpuPayload(const std::string& value) {
 PayloadError ErrorOf(const Payload& payload) {
     const Decoded decoded = Decode(payload);
     const auto* error = std::get_if<PayloadError>(&decoded);
-    if (error == nullptr) ADD_FAILURE() << "decoded to alternative " << decoded.index();
+    if (error == nullptr) {
+        ADD_FAILURE() << "decoded to alternative " << decoded.index();
+    }
     return error != nullptr ? *error : PayloadError{PayloadFault::kUnknownCode, "none"};
 }
 
@@ -171,7 +175,9 @@ TEST(DecodeTest, KeepsATextOf31Characters) {
 TEST(DecodeTest, NamesTheTextFieldThatHasNoTerminator) {
     const auto errorWithout = [](auto field) {
         NvmlGpuRecord record = FullRecord(kGpuRecordStatic);
-        for (auto& c : record.*field) c = 'x';
+        for (auto& c : record.*field) {
+            c = 'x';
+        }
         return ErrorOf(PayloadOf(kCopyDataTaskData, record));
     };
     const PayloadError errors[] = {
@@ -188,7 +194,9 @@ TEST(DecodeTest, NamesTheTextFieldThatHasNoTerminator) {
 
 TEST(DecodeTest, RefusesAHelloWithoutTerminator) {
     HelloPayload hello{};
-    for (wchar_t& c : hello.entry) c = L'x';
+    for (wchar_t& c : hello.entry) {
+        c = L'x';
+    }
     EXPECT_EQ(ErrorOf(PayloadOf(kCopyDataHello, hello)).fault, PayloadFault::kNotTerminated);
 }
 

@@ -31,11 +31,15 @@ inline bool PumpUntil(const std::function<bool()>& done) {
     const ULONGLONG end = GetTickCount64() + 30000;
     while (!done()) {
         const ULONGLONG now = GetTickCount64();
-        if (now >= end) return false;
+        if (now >= end) {
+            return false;
+        }
         MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(end - now), QS_ALLINPUT,
                                     MWMO_INPUTAVAILABLE);
         MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            DispatchMessageW(&message);
+        }
     }
     return true;
 }

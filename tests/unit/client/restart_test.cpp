@@ -12,7 +12,9 @@ using namespace std::chrono_literals;
 TEST(RestartTest, DoublesThePauseUpToAMinute) {
     constexpr std::chrono::milliseconds kPauses[] = {1s, 2s, 4s, 8s, 16s, 32s, 60s, 60s};
     unsigned attempt = 0;
-    for (const auto pause : kPauses) EXPECT_EQ(RestartPause(++attempt), pause) << attempt;
+    for (const auto pause : kPauses) {
+        EXPECT_EQ(RestartPause(++attempt), pause) << attempt;
+    }
     EXPECT_EQ(RestartPause(std::numeric_limits<unsigned>::max()), 60s);
 }
 

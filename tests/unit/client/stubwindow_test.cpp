@@ -65,9 +65,13 @@ TEST_F(StubWindowTest, AnswersBeforeAnybodyLooksAtThePayload) {
 }
 
 TEST_F(StubWindowTest, KeepsTheOrderOfArrival) {
-    for (ULONG_PTR code = 1; code <= 5; ++code) SendCopyData(m_stub.Handle(), 0, code, {});
+    for (ULONG_PTR code = 1; code <= 5; ++code) {
+        SendCopyData(m_stub.Handle(), 0, code, {});
+    }
     ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 5; }));
-    for (std::size_t i = 0; i < 5; ++i) EXPECT_EQ(m_payloads[i].code, i + 1);
+    for (std::size_t i = 0; i < 5; ++i) {
+        EXPECT_EQ(m_payloads[i].code, i + 1);
+    }
 }
 
 TEST_F(StubWindowTest, KeepsTheBeginAndTheTrueSizeOfAnOversizedPayload) {
@@ -122,7 +126,9 @@ TEST(StubWindowOwnerTest, LetsTheMessageInFromProcessesOfLowerIntegrity) {
     HWND window = nullptr;
     PATCH_IMPORT(filter, ChangeWindowMessageFilterEx,
                  [&](HWND handle, UINT message, DWORD action, PCHANGEFILTERSTRUCT) -> WINBOOL {
-                     if (message == WM_COPYDATA && action == MSGFLT_ALLOW) window = handle;
+                     if (message == WM_COPYDATA && action == MSGFLT_ALLOW) {
+                         window = handle;
+                     }
                      return TRUE;
                  });
     CStubWindow stub;

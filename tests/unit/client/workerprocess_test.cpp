@@ -16,7 +16,9 @@ class WorkerProcessTest : public testing::Test {
   protected:
     void SetUp() override {
         ASSERT_FALSE(m_window.Create([this](UINT message, WPARAM, LPARAM) {
-            if (message == kEndMessage) ++m_ends;
+            if (message == kEndMessage) {
+                ++m_ends;
+            }
             return std::optional<LRESULT>();
         }));
     }

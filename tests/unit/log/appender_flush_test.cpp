@@ -7,7 +7,7 @@
 #include <time.h>
 
 #include "log/appender.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 
@@ -190,6 +190,7 @@ TEST_F(AppenderFlush, LosesNoQueuedLineWhileOtherThreadsAppend) {
     constexpr int kThreads = 4;
     constexpr int kLines = 200;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&] {
             for (int line = 0; line < kLines; ++line) {

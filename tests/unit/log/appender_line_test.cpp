@@ -3,7 +3,7 @@
 #include <time.h>
 
 #include "log/appender.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 
@@ -115,16 +115,16 @@ TEST_F(AppenderLine, TakesTheTextAsItIs) {
 TEST_F(AppenderLine, IsOnlyAStampWhenThereIsNoText) { EXPECT_EQ(TextOf(Write(L"")), "\r\n"); }
 
 TEST_F(AppenderLine, IsConvertedToTheAnsiCodePageWithItsDefaultCharacter) {
+    std::string asked;
     PATCH_IMPORT(convert, WideCharToMultiByte,
                  [&](UINT page, DWORD flags, LPCWCH text, int length, LPSTR bytes, int size,
                      LPCCH defaultCharacter, LPBOOL usedDefault) {
-                     EXPECT_EQ(page, static_cast<UINT>(CP_ACP));
-                     EXPECT_EQ(flags, 0u);
-                     EXPECT_EQ(size, 2 * length);
+                     asked = "page " + std::to_string(page) + ", flags " + std::to_string(flags);
                      return decltype(convert)::Original(1252, flags, text, length, bytes, size,
                                                         defaultCharacter, usedDefault);
                  });
     EXPECT_EQ(TextOf(Write(L"\u00E4 \u20AC \u0416\u6E29 end")), "\xE4 \x80 ?? end\r\n");
+    EXPECT_EQ(asked, "page 0, flags 0");
 }
 
 TEST_F(AppenderLine, HasRoomForTwoBytesACharacter) {
@@ -157,6 +157,6 @@ TEST_F(AppenderLine, ShowsTheLocalTimeOfTheClock) {
     tm local{};
     _localtime64_s(&local, &kSeconds);
     char stamp[32] = {};
-    strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S.007 [", &local);
+    ASSERT_NE(strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S.007 [", &local), 0u);
     EXPECT_TRUE(ReadFileBytes(m_path).starts_with(stamp)) << ReadFileBytes(m_path);
 }

@@ -5,8 +5,9 @@
 #include <utility>
 
 #include "log/appender.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "mutexholder.h"
+#include "mutexwaits.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 
@@ -37,19 +38,14 @@ TEST_F(AppenderMutex, WhileANeighbourHasItLinesStayQueuedAndKeepTheirOrder) {
 
 TEST_F(AppenderMutex, WhileANeighbourHasItAFlushTriesOnceAndReleasesWhatItHasNot) {
     CMutexHolder neighbour(m_name);
-    std::vector<DWORD> waits;
-    PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE mutex, DWORD timeoutMs) {
-        waits.push_back(timeoutMs);
-        return decltype(wait)::Original(mutex, timeoutMs);
-    });
+    const CMutexWaits waits;
     std::vector<BOOL> releases;
     PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE mutex) {
         releases.push_back(decltype(release)::Original(mutex));
         return releases.back();
     });
     m_appender.Flush(L"queued", false);
-    const std::vector<DWORD> waited = waits;
-    EXPECT_EQ(waited, std::vector<DWORD>({0}));
+    EXPECT_EQ(waits.TimeoutsMs(), std::vector<DWORD>({0}));
     EXPECT_EQ(releases, std::vector<BOOL>({FALSE}));
 }
 
@@ -80,7 +76,7 @@ TEST_F(AppenderMutex, AForcedFlushWaitsForItWithoutLimitAndThenWrites) {
 }
 
 TEST_F(AppenderMutex, AForcedFlushWritesWhateverItsLongWaitAnswered) {
-    PATCH_IMPORT(wait, WaitForSingleObject, [](HANDLE, DWORD timeoutMs) -> DWORD {
+    const CMutexWaits waits([](HANDLE, DWORD timeoutMs) -> DWORD {
         return timeoutMs == 0 ? WAIT_TIMEOUT : WAIT_FAILED;
     });
     m_appender.Flush(L"line", true);
@@ -88,14 +84,9 @@ TEST_F(AppenderMutex, AForcedFlushWritesWhateverItsLongWaitAnswered) {
 }
 
 TEST_F(AppenderMutex, AForcedFlushDoesNotWaitForOneThatIsFree) {
-    std::vector<DWORD> waits;
-    PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE mutex, DWORD timeoutMs) {
-        waits.push_back(timeoutMs);
-        return decltype(wait)::Original(mutex, timeoutMs);
-    });
+    const CMutexWaits waits;
     m_appender.Flush(L"line", true);
-    const std::vector<DWORD> waited = waits;
-    EXPECT_EQ(waited, std::vector<DWORD>({0}));
+    EXPECT_EQ(waits.TimeoutsMs(), std::vector<DWORD>({0}));
 }
 
 class AbandonedMutex : public AppenderMutex, public testing::WithParamInterface<bool> {};
@@ -128,11 +119,7 @@ TEST_F(AppenderMutex, IsOpenedAnewByEachFlushAndItsHandlesStayOpen) {
         opened.push_back(decltype(open)::Original(access, inherit, name));
         return opened.back();
     });
-    std::vector<HANDLE> waited;
-    PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE mutex, DWORD timeoutMs) {
-        waited.push_back(mutex);
-        return decltype(wait)::Original(mutex, timeoutMs);
-    });
+    const CMutexWaits waits;
     std::vector<HANDLE> released;
     PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE mutex) {
         released.push_back(mutex);
@@ -140,10 +127,9 @@ TEST_F(AppenderMutex, IsOpenedAnewByEachFlushAndItsHandlesStayOpen) {
     });
     m_appender.Flush(L"one", false);
     m_appender.Flush(L"two", true);
-    const std::vector<HANDLE> waits = waited;
     ASSERT_EQ(opened.size(), 2u);
     EXPECT_NE(opened[0], opened[1]);
-    EXPECT_EQ(waits, opened);
+    EXPECT_EQ(waits.Mutexes(), opened);
     EXPECT_EQ(released, opened);
     for (const HANDLE handle : opened) {
         DWORD flags = 0;
@@ -154,20 +140,16 @@ TEST_F(AppenderMutex, IsOpenedAnewByEachFlushAndItsHandlesStayOpen) {
 TEST_F(AppenderMutex, ThatCannotBeOpenedLeavesTheLinesQueuedForALaterFlush) {
     const int before = m_appender.Flush(L"one", false);
     {
-        int waits = 0;
         int releases = 0;
         PATCH_IMPORT(open, OpenMutexW, [](auto...) -> HANDLE { return nullptr; });
-        PATCH_IMPORT(wait, WaitForSingleObject, [&](auto...) -> DWORD {
-            ++waits;
-            return WAIT_OBJECT_0;
-        });
+        const CMutexWaits waits;
         PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE) {
             ++releases;
             return TRUE;
         });
         EXPECT_EQ(m_appender.Flush(L"two", false), before);
         EXPECT_EQ(m_appender.Flush(L"three", true), before);
-        EXPECT_EQ(waits, 0);
+        EXPECT_EQ(waits.TimeoutsMs(), std::vector<DWORD>());
         EXPECT_EQ(releases, 0);
     }
     m_appender.Flush(L"four", false);

@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "log/appender.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "logwriterprocess.h"
 #include "support/tempfolder.h"
 

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "log/appender.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "mutexholder.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"

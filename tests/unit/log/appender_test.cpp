@@ -5,8 +5,9 @@
 
 #include <optional>
 
-#include "logfile.h"
+#include "loglines.h"
 #include "mutexholder.h"
+#include "mutexwaits.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 #include "support/virtualslot.h"
@@ -65,14 +66,13 @@ TEST_F(Appender, WhenItIsTheFirstDeletesTheFileMakesTheMutexAndTriesIt) {
                      created = decltype(create)::Original(nullptr, FALSE, nullptr);
                      return created;
                  });
-    PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE mutex, DWORD timeoutMs) {
-        EXPECT_EQ(mutex, created);
-        calls.push_back("wait " + std::to_string(timeoutMs));
-        return decltype(wait)::Original(mutex, timeoutMs);
+    const CMutexWaits waits([&](HANDLE mutex, DWORD timeoutMs) -> DWORD {
+        calls.push_back((mutex == created ? "wait " : "wait for another ") +
+                        std::to_string(timeoutMs));
+        return WAIT_OBJECT_0;
     });
     PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE mutex) {
-        EXPECT_EQ(mutex, created);
-        calls.push_back("release");
+        calls.push_back(mutex == created ? "release" : "release another");
         return decltype(release)::Original(mutex);
     });
     m_appender.emplace(kInstalledPath, L"E");
@@ -126,7 +126,7 @@ TEST_F(Appender, TellsTheDebuggerThatTheMutexCannotBeMade) {
         SetLastError(ERROR_ACCESS_DENIED);
         return nullptr;
     });
-    PATCH_IMPORT(wait, WaitForSingleObject, [](auto...) -> DWORD { return WAIT_OBJECT_0; });
+    const CMutexWaits waits([](HANDLE, DWORD) -> DWORD { return WAIT_OBJECT_0; });
     m_appender.emplace(m_path.c_str(), L"E");
     EXPECT_EQ(messages, WideTexts({L"CreateMutex failed with 5\n"}));
 }

@@ -24,7 +24,7 @@ struct Calls {
     std::vector<CRITICAL_SECTION*> sections;
 
     void Add(const char* name, CRITICAL_SECTION* section) {
-        names.push_back(name);
+        names.emplace_back(name);
         sections.push_back(section);
     }
 };

@@ -2,7 +2,8 @@
 #include <io.h>
 
 #include "log/logger.h"
-#include "logfile.h"
+#include "loglines.h"
+#include "mutexwaits.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 
@@ -108,14 +109,12 @@ TEST_F(LogLimit, IsNeverPassedByANegativeSize) {
 
 TEST_F(LogLimit, WaitsForANeighbourBeforeTheFullMarker) {
     Open(kLimit - 2);
-    std::vector<DWORD> waits;
-    PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE, DWORD timeoutMs) -> DWORD {
-        // The message's own try succeeds; the marker's does not.
-        waits.push_back(timeoutMs);
-        return waits.size() == 2 ? WAIT_TIMEOUT : WAIT_OBJECT_0;
-    });
+    // The message's own try succeeds; the marker's does not.
+    int tries = 0;
+    const CMutexWaits waits(
+        [&](HANDLE, DWORD) -> DWORD { return ++tries == 2 ? WAIT_TIMEOUT : WAIT_OBJECT_0; });
     m_logger.Write(L"second");
-    EXPECT_EQ(waits, std::vector<DWORD>({0, 0, INFINITE}));
+    EXPECT_EQ(waits.TimeoutsMs(), std::vector<DWORD>({0, 0, INFINITE}));
     EXPECT_EQ(Lines().back(), "-------log full");
 }
 

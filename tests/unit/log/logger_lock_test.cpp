@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
+#include <sys/timeb.h>
 
+#include <algorithm>
+#include <atomic>
 #include <optional>
 #include <thread>
 
 #include "log/logger.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 
@@ -80,10 +83,21 @@ TEST_F(LoggerLock, IsTheFirstToBeEnteredAndTheLastToBeLeft) {
     EXPECT_EQ(std::count(written.begin(), written.end(), std::pair('+', m_lock)), 1);
 }
 
-TEST_F(LoggerLock, LetsManyThreadsLogWithoutLosingOrTearingALine) {
+TEST_F(LoggerLock, LetsOneOfManyThreadsInAtATimeAndNoLineIsLostOrTorn) {
     constexpr int kThreads = 8;
     constexpr int kLines = 150;
+    std::atomic<int> inside = 0;
+    std::atomic<bool> together = false;
+    PATCH_IMPORT(clock, _ftime64_s, [&](__timeb64* now) {
+        if (++inside > 1) {
+            together = true;
+        }
+        SwitchToThread();
+        --inside;
+        return decltype(clock)::Original(now);
+    });
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([this, thread] {
             for (int line = 0; line < kLines; ++line) {
@@ -97,6 +111,7 @@ TEST_F(LoggerLock, LetsManyThreadsLogWithoutLosingOrTearingALine) {
     for (std::thread& thread : threads) {
         thread.join();
     }
+    EXPECT_FALSE(together);
 
     std::vector<Texts> written(kThreads);
     for (const std::string& text : LogTexts(m_path)) {

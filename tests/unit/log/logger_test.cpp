@@ -7,8 +7,8 @@
 #include <filesystem>
 
 #include "log/appender.h"
-#include "logfile.h"
-#include "mutexholder.h"
+#include "loglines.h"
+#include "mutexwaits.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 #include "support/virtualslot.h"
@@ -17,6 +17,9 @@ namespace {
 
 using Texts = std::vector<std::string>;
 using ZorLog::Logger;
+
+// A neighbour that has the mutex and gives it to whoever waits.
+DWORD BusyAtFirst(HANDLE, DWORD timeoutMs) { return timeoutMs == 0 ? WAIT_TIMEOUT : WAIT_OBJECT_0; }
 
 class LoggerTest : public testing::Test {
   protected:
@@ -150,26 +153,24 @@ TEST_F(LoggerTest, WritesWhateverTheLevelIs) {
 
 TEST_F(LoggerTest, MessagesAndTheChangeMarkerDoNotWaitForANeighbour) {
     Init();
-    CMutexHolder neighbour(LogMutexName(m_path));
-    m_logger.Write(L"message");
-    m_logger.SetLevel(2);
+    {
+        const CMutexWaits waits(&BusyAtFirst);
+        m_logger.Write(L"message");
+        m_logger.SetLevel(2);
+        EXPECT_EQ(waits.TimeoutsMs(), std::vector<DWORD>({0, 0}));
+    }
     EXPECT_EQ(Lines(), Texts());
-    neighbour.Release();
     m_logger.Write(L"next");
     EXPECT_EQ(Lines(), Texts({"-------log start", "message", "-------log lev change", "next"}));
 }
 
 TEST_F(LoggerTest, TheOffAndTheEndMarkerWaitForANeighbour) {
     Init();
-    std::vector<DWORD> waits;
-    PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE, DWORD timeoutMs) -> DWORD {
-        waits.push_back(timeoutMs);
-        return timeoutMs == 0 ? WAIT_TIMEOUT : WAIT_OBJECT_0;
-    });
+    const CMutexWaits waits(&BusyAtFirst);
     m_logger.SetLevel(3);
-    EXPECT_EQ(waits, std::vector<DWORD>({0, INFINITE}));
+    EXPECT_EQ(waits.TimeoutsMs(), std::vector<DWORD>({0, INFINITE}));
     m_logger.Close();
-    EXPECT_EQ(waits, std::vector<DWORD>({0, INFINITE, 0, INFINITE}));
+    EXPECT_EQ(waits.TimeoutsMs(), std::vector<DWORD>({0, INFINITE, 0, INFINITE}));
     EXPECT_EQ(Lines(), Texts({"-------log start", "-------log off", "-------log end"}));
 }
 

@@ -77,10 +77,14 @@ TEST_F(LogSource, OfTheTemperatureTaskIsAmdsdktask) {
 }
 
 TEST_F(LogSource, OfTheMachinesChecksIsUtility) {
+    int manager = 0;
+    PATCH_IMPORT(connect, OpenSCManagerW,
+                 [&](auto...) { return reinterpret_cast<SC_HANDLE>(&manager); });
     PATCH_IMPORT(open, OpenServiceW, [](auto...) -> SC_HANDLE {
         SetLastError(ERROR_SERVICE_DOES_NOT_EXIST);
         return nullptr;
     });
+    PATCH_IMPORT(close, CloseServiceHandle, [](SC_HANDLE) { return TRUE; });
     QueryDrvService();
     ExpectFirstLine("utility", "OpenService error. 1060");
 }

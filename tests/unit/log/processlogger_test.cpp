@@ -3,11 +3,12 @@
 #include <filesystem>
 #include <future>
 #include <set>
+#include <utility>
 
 #include "log/locks.h"
 #include "log/logger.h"
 #include "log/logsite.h"
-#include "logfile.h"
+#include "loglines.h"
 #include "support/importpatch.h"
 #include "support/tempfolder.h"
 
@@ -63,6 +64,7 @@ TEST_F(ProcessLogger, IsOneForThreadsThatAskAtOnce) {
         std::promise<void> start;
         const std::shared_future<void> started = start.get_future().share();
         std::vector<std::future<ZorLog::Logger*>> threads;
+        threads.reserve(4);
         for (int thread = 0; thread < 4; ++thread) {
             threads.push_back(std::async(std::launch::async, [started] {
                 started.wait();
@@ -79,6 +81,21 @@ TEST_F(ProcessLogger, IsOneForThreadsThatAskAtOnce) {
     }
 }
 
+TEST_F(ProcessLogger, IsNotMadeAgainByAThreadThatHadToWaitForTheLock) {
+    ZorLog::Logger* fromFaster = nullptr;
+    bool waiting = false;
+    PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
+        // While this thread is about to enter, another one makes the logger.
+        if (!std::exchange(waiting, true)) {
+            fromFaster = ZorLog::GetLogger();
+        }
+        decltype(enter)::Original(section);
+    });
+    ZorLog::Logger* fromWaiting = ZorLog::GetLogger();
+    EXPECT_NE(fromFaster, nullptr);
+    EXPECT_EQ(fromWaiting, fromFaster);
+}
+
 TEST_F(ProcessLogger, InitOpensTheLogOfTheProcessWithItsTag) {
     ZorLog::InitLogger(m_path.c_str(), L"Tag");
     ZorLog::GetLogger()->Write(L"message");
@@ -93,6 +110,16 @@ TEST_F(ProcessLogger, AfterLevelThreeASiteFormatsAndWritesNothing) {
     LOG_INFO(L"%d", ++evaluated);
     EXPECT_EQ(evaluated, 0);
     EXPECT_EQ(Lines(), Texts({"-------log start", "-------log off"}));
+}
+
+TEST_F(ProcessLogger, ASiteIsOfLevelOne) {
+    Init();
+    ZorLog::SetLogLevel(2);
+    EXPECT_FALSE(ZorLog::IsSiteEnabled());
+    ZorLog::SetLogLevel(1);
+    EXPECT_TRUE(ZorLog::IsSiteEnabled());
+    ZorLog::SetLogLevel(0);
+    EXPECT_TRUE(ZorLog::IsSiteEnabled());
 }
 
 TEST_F(ProcessLogger, EachFurtherLevelThreeAddsAnOffMarkerAndNothingElseComes) {

@@ -4,13 +4,18 @@
 
 #include <shlobj.h>
 
-#include "fakeprocessor.h"
+#include "support/fakecpuid.h"
 #include "support/fakeplatform.h"
 #include "support/importpatch.h"
 
 namespace {
 
 CAmdMachine* s_machine = nullptr;
+
+// A Ryzen that may run with Virtualization-Based Security.
+CpuidRegisters AnswerCpuid(uint32_t leaf) {
+    return leaf == 0 ? VendorLeaf("AuthenticAMD") : CpuidRegisters{0x870F10, 0, 0, 0};
+}
 
 SC_HANDLE FakeService() { return reinterpret_cast<SC_HANDLE>(&s_machine); }
 
@@ -32,6 +37,7 @@ void PreparePlatform() {
 }  // namespace
 
 struct CAmdMachine::Patches {
+    const CFakeCpuid processor{AnswerCpuid};
     const CImportPatch<decltype(IsUserAnAdmin), -1> admin{
         "IsUserAnAdmin", [] { return s_machine->isAdmin ? TRUE : FALSE; }};
     const CImportPatch<decltype(VerifyVersionInfoW), -1> version{"VerifyVersionInfoW",
@@ -57,7 +63,6 @@ struct CAmdMachine::Patches {
 
 CAmdMachine::CAmdMachine() {
     s_machine = this;
-    UseFakeProcessor();
     PreparePlatform();
     m_patches = std::make_unique<Patches>();
 }

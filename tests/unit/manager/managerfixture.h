@@ -66,9 +66,10 @@ class CManagerTest : public testing::Test {
     std::function<void(int pause)> onPause;
 
     CTestLog m_log;
+    // Before the folder: the list of the program's CPUID instructions lies beside the real one.
+    CAmdMachine m_amd;
     CExecutableFolder m_folder;
     CFakeNvml m_nvml;
-    CAmdMachine m_amd;
     std::shared_ptr<CFakeProcess> m_process = std::make_shared<CFakeProcess>();
     CZorvaneProcess m_manager;
 

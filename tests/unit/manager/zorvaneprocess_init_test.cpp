@@ -43,9 +43,10 @@ class ZorvaneProcessInit : public testing::Test {
     }
 
     CTestLog m_log;
+    // Before the folder: the list of the program's CPUID instructions lies beside the real one.
+    CAmdMachine m_amd;
     CExecutableFolder m_folder;
     CFakeNvml m_nvml;
-    CAmdMachine m_amd;
     CZorvaneProcess m_manager;
 };
 

@@ -4,6 +4,7 @@
 #include "nvml/nvmlexports.h"
 #include "simfixture.h"
 
+// A name that is declared cannot stand in parentheses. NOLINTNEXTLINE(bugprone-macro-parentheses)
 #define ZORVANE_ENTRY(name) decltype(::name)* name = m_library.Get<decltype(::name)>(#name)
 
 /** A loaded simulated Nvml.dll; an entry point that a variant lacks is null. */

@@ -71,21 +71,21 @@ TEST_F(CNvmlVariantsTest, MinimalHasOldInitAndCountOnly) {
     EXPECT_EQ(NamesMissingFrom("minimal").size(), AllNames().size() - 2);
 }
 
+constexpr DWORD kBadExeFormat = ERROR_BAD_EXE_FORMAT;
+
 TEST_F(CNvmlVariantsTest, NotALibraryIsAFileThatWindowsRefuses) {
     EXPECT_TRUE(std::filesystem::exists(NvmlPath("not-a-library")));
-    EXPECT_EQ(LoadLibraryW(NvmlPath("not-a-library").c_str()), nullptr);
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_BAD_EXE_FORMAT));
-}
-
-// Ends with the exception's code at once: no debugger is to come and look.
-LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* exception) {
-    TerminateProcess(GetCurrentProcess(), exception->ExceptionRecord->ExceptionCode);
-    return EXCEPTION_EXECUTE_HANDLER;
+    const HMODULE library = LoadLibraryW(NvmlPath("not-a-library").c_str());
+    const DWORD error = GetLastError();
+    EXPECT_EQ(library, nullptr);
+    EXPECT_EQ(error, kBadExeFormat);
+    if (library) {
+        FreeLibrary(library);
+    }
 }
 
 // Reads the fan `count` times; the process ends in an orderly way when none of them crashes.
 [[noreturn]] void ReadFanAndEnd(const std::string& variant, int count) {
-    SetUnhandledExceptionFilter(&OnUnhandledException);
     const CNvml nvml(variant);
     nvml.nvmlInit_v2();
     const NvmlDevice gpu = nvml.Device(0);

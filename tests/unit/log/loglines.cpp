@@ -1,11 +1,11 @@
-#include "logfile.h"
+#include "loglines.h"
 
 #include <regex>
 
+#include "support/logfile.h"
 #include "support/tempfolder.h"
 
 // MinGW looks this function up at run time, for the sake of older runtime libraries.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the name is the toolchain's.
 extern "C" void* __imp__localtime64_s;
 
 std::vector<std::string> LogTexts(const std::wstring& path) {
@@ -13,16 +13,15 @@ std::vector<std::string> LogTexts(const std::wstring& path) {
         R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d \[ *\d+\]\[ *\d+\]\[\w*\])");
     const std::string bytes = ReadFileBytes(path);
     std::vector<std::string> texts;
-    for (size_t start = 0; start < bytes.size();) {
-        const size_t end = bytes.find("\r\n", start);
-        const std::string line = bytes.substr(start, end - start);
+    for (const std::string& line : SplitLines(bytes)) {
         std::smatch stamp;
         const bool whole =
-            end != std::string::npos &&
             std::regex_search(line, stamp, s_stamp, std::regex_constants::match_continuous) &&
             !std::regex_search(stamp.suffix().str(), s_stamp);
         texts.push_back(whole ? stamp.suffix().str() : "torn: " + line);
-        start = end == std::string::npos ? bytes.size() : end + 2;
+    }
+    if (!bytes.empty() && !bytes.ends_with("\r\n")) {
+        texts.push_back("torn: " + bytes.substr(bytes.rfind('\n') + 1));
     }
     return texts;
 }

@@ -1,0 +1,36 @@
+/** The processor, as a test wants it. */
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+/** The registers that CPUID writes. */
+struct CpuidRegisters {
+    uint32_t eax;
+    uint32_t ebx;
+    uint32_t ecx;
+    uint32_t edx;
+};
+
+/**
+ * Makes every CPUID instruction of this program a trap that asks `answer` for the leaf's registers,
+ * for its own life; one at a time. The places of the instructions come from the list that
+ * zorvane_test_fake_cpuid(target) lets the build write beside the program.
+ */
+class CFakeCpuid {
+  public:
+    using Answer = std::function<CpuidRegisters(uint32_t leaf)>;
+
+    /** Throws std::runtime_error when there is no list, or it is not this program's. */
+    explicit CFakeCpuid(Answer answer);
+    ~CFakeCpuid();
+    CFakeCpuid(const CFakeCpuid&) = delete;
+    CFakeCpuid& operator=(const CFakeCpuid&) = delete;
+
+  private:
+    void* m_handler = nullptr;
+};
+
+/** Leaf 0 of a processor whose vendor is `vendor`, 12 characters. */
+CpuidRegisters VendorLeaf(const char (&vendor)[13]);

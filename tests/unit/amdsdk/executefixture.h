@@ -1,0 +1,108 @@
+/** What the tests of the AMD task's readings share. */
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "amdsdk/amdsdktask.h"
+#include "support/fakeplatform.h"
+#include "support/fakeprocess.h"
+#include "support/fakeservices.h"
+#include "support/importpatch.h"
+#include "support/testlog.h"
+#include "zorvane/wire.h"
+
+using Lines = std::vector<std::string>;
+
+/** A task on a fake library; the settings file is not written, its writing is kept. */
+class CExecuteTest : public testing::Test {
+  protected:
+    /** One run step with a process of its own; what it answers. */
+    int Execute() { return m_task.Execute(m_process); }
+
+    /** The PM table gives this temperature. */
+    void SetPMTable(double degreesCelsius) {
+        m_platform.pmTable = [degreesCelsius](PMTableData* table) {
+            table->currentTemperature = degreesCelsius;
+            return 0;
+        };
+    }
+
+    /** The CPU gives this temperature. */
+    void SetCurrent(double degreesCelsius) {
+        m_platform.currentTemperature = [degreesCelsius](double* temperature) {
+            *temperature = degreesCelsius;
+            return 0;
+        };
+    }
+
+    /** The texts that were sent, each with its NUL still there; the list is emptied. */
+    std::vector<std::string> TakeTexts() {
+        std::vector<std::string> texts;
+        for (const CFakeProcess::Message& message : m_process->messages) {
+            EXPECT_EQ(message.code, kCopyDataStop);
+            texts.push_back(message.payload);
+        }
+        m_process->messages.clear();
+        return texts;
+    }
+
+    /** "{"CpuTemp":n}" with its NUL. */
+    static std::string Json(const std::string& number) {
+        return "{\"CpuTemp\":" + number + "}" + '\0';
+    }
+
+    FakePlatform& m_platform = FakePlatform::Instance();
+    CTestLog m_log;
+    CFakeServices m_services{m_platform.calls};
+    std::shared_ptr<CFakeProcess> m_process = std::make_shared<CFakeProcess>();
+    CAMDSDKTask m_task{&FreshPlatform()};
+    /** What was written to the settings file, with the number of messages sent before it. */
+    Lines m_writes;
+    /** What the writing answers. */
+    BOOL m_writeResult = TRUE;
+
+  private:
+    static IPlatform& FreshPlatform() {
+        FakePlatform::Instance().Reset();
+        IPlatform& platform = GetPlatform();
+        FakePlatform::Instance().cpuName = L"Unlisted processor";
+        FakePlatform::Instance().calls.clear();
+        return platform;
+    }
+
+    // The number keeps this replacement apart from those of PATCH_IMPORT, which begin at 0.
+    CImportPatch<decltype(WritePrivateProfileStringW), 4000> m_write{
+        "WritePrivateProfileStringW",
+        [this](LPCWSTR section, LPCWSTR key, LPCWSTR value, LPCWSTR path) {
+            m_writes.push_back(Quoted(section) + ", " + Quoted(key) + ", " + Quoted(value) + ", " +
+                               Quoted(path) + " after " +
+                               std::to_string(m_process->messages.size()) + " messages");
+            return m_writeResult;
+        }};
+};
+
+/** The one thing that is ever written, before anything of the same step is sent. */
+inline const Lines kSwitchedOff = {
+    R"("cpu_kernel", "sdk_flag", "0", "C:\Apps\Qorvella\Qorvella.set" after 0 messages)"};
+
+/** A status of the library, and its text. */
+struct StatusText {
+    int32_t status;
+    const char* text;
+};
+
+/** All but success. */
+inline constexpr StatusText kStatusTexts[] = {
+    {-1, "Failure"},
+    {1, "Invalid value"},
+    {2, "Method is not implemented by the BIOS"},
+    {3, "Cores are already parked. First Enable all the cores."},
+    {4, "Unsupported Function"},
+    {5, "Deprecated API. Use GetPMTableData"},
+};

@@ -1,0 +1,118 @@
+#include "monitor/output.h"
+
+#include <gtest/gtest.h>
+
+#include "client/handle.h"
+#include "support/importpatch.h"
+#include "support/tempfolder.h"
+
+namespace zorvane {
+namespace {
+
+struct Pipe {
+    Pipe() {
+        HANDLE readEnd = nullptr;
+        HANDLE writeEnd = nullptr;
+        CreatePipe(&readEnd, &writeEnd, nullptr, 0);
+        read.reset(readEnd);
+        write.reset(writeEnd);
+    }
+
+    CUniqueHandle read;
+    CUniqueHandle write;
+};
+
+TEST(OutputTest, WritesTheBytesAtOnce) {
+    Pipe pipe;
+    COutput output(pipe.write.get());
+    output.Write("\xC3\x84\n");
+    char bytes[8] = {};
+    DWORD size = 0;
+    ASSERT_TRUE(PeekNamedPipe(pipe.read.get(), bytes, sizeof(bytes), &size, nullptr, nullptr));
+    EXPECT_EQ(std::string(bytes, size), "\xC3\x84\n");
+    EXPECT_FALSE(output.IsTerminal());
+    EXPECT_FALSE(output.Failure());
+}
+
+TEST(OutputTest, KnowsThatNobodyReadsAnyMore) {
+    Pipe pipe;
+    COutput output(pipe.write.get());
+    EXPECT_FALSE(output.IsReaderGone());
+    pipe.read.reset();
+    output.Write("x");
+    ASSERT_TRUE(output.Failure());
+    EXPECT_EQ(output.Failure()->call, "WriteFile");
+    EXPECT_TRUE(output.IsReaderGone());
+}
+
+TEST(OutputTest, TellsOtherFailuresFromAReaderThatIsGone) {
+    COutput output(nullptr);
+    output.Write("x");
+    ASSERT_TRUE(output.Failure());
+    EXPECT_FALSE(output.IsReaderGone());
+}
+
+TEST(OutputTest, KeepsTheFirstFailureAndWritesNothingBehindIt) {
+    int calls = 0;
+    PATCH_IMPORT(failing, WriteFile, [&](HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED) -> WINBOOL {
+        SetLastError(++calls == 1 ? ERROR_DISK_FULL : ERROR_BROKEN_PIPE);
+        return FALSE;
+    });
+    COutput output(GetCurrentProcess());
+    output.Write("x");
+    output.Write("y");
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(output.Failure()->code, static_cast<DWORD>(ERROR_DISK_FULL));
+}
+
+TEST(OutputTest, GoesOnAfterAWriteThatTookOnlyAPart) {
+    std::string written;
+    PATCH_IMPORT(partial, WriteFile,
+                 [&](HANDLE, LPCVOID bytes, DWORD, LPDWORD count, LPOVERLAPPED) -> WINBOOL {
+                     written += *static_cast<const char*>(bytes);
+                     *count = 1;
+                     return TRUE;
+                 });
+    COutput(GetCurrentProcess()).Write("abc");
+    EXPECT_EQ(written, "abc");
+}
+
+TEST(OutputTest, WritesUtf16ToAConsole) {
+    std::wstring written;
+    PATCH_IMPORT(mode, GetConsoleMode, [](HANDLE, LPDWORD) -> WINBOOL { return TRUE; });
+    PATCH_IMPORT(console, WriteConsoleW,
+                 [&](HANDLE, const void* text, DWORD length, LPDWORD, LPVOID) -> WINBOOL {
+                     written.append(static_cast<const wchar_t*>(text), length);
+                     return TRUE;
+                 });
+    COutput output(GetCurrentProcess());
+    output.Write("\xC2\xB0");
+    EXPECT_TRUE(output.IsTerminal());
+    EXPECT_EQ(written, L"\x00B0");
+}
+
+TEST(OutputTest, MovesUpNoFurtherThanTheTop) {
+    PATCH_IMPORT(info, GetConsoleScreenBufferInfo,
+                 [](HANDLE, PCONSOLE_SCREEN_BUFFER_INFO buffer) -> WINBOOL {
+                     buffer->dwCursorPosition = {7, 5};
+                     buffer->srWindow = {0, 10, 99, 39};
+                     return TRUE;
+                 });
+    std::vector<COORD> positions;
+    PATCH_IMPORT(cursor, SetConsoleCursorPosition, [&](HANDLE, COORD position) -> WINBOOL {
+        positions.push_back(position);
+        return TRUE;
+    });
+    const COutput output(GetCurrentProcess());
+    output.MoveUp(2);
+    output.MoveUp(9);
+    ASSERT_EQ(positions.size(), 2U);
+    EXPECT_EQ(positions[0].X, 0);
+    EXPECT_EQ(positions[0].Y, 3);
+    EXPECT_EQ(positions[1].Y, 0);
+    EXPECT_EQ(output.Size().columns, 100U);
+    EXPECT_EQ(output.Size().rows, 30U);
+}
+
+}  // namespace
+}  // namespace zorvane

@@ -1,0 +1,148 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "client/text.h"
+#include "monitor/jsonview.h"
+#include "monitor/tableviews.h"
+#include "support/importpatch.h"
+#include "unit/monitor/readings.h"
+
+namespace zorvane {
+namespace {
+
+using testing::HasSubstr;
+
+/** A console of 60 by 8 characters that understands cursor moves, and catches all that is written.
+ */
+class ViewsTest : public testing::Test {
+  protected:
+    static constexpr SHORT kColumns = 60;
+    static constexpr SHORT kRows = 8;
+
+    void Write(std::wstring_view text) {
+        for (const wchar_t c : text) {
+            if (c == L'\n') {
+                m_column = 0;
+                ++m_row;
+                continue;
+            }
+            m_screen.resize(std::max(m_screen.size(), m_row + 1));
+            std::wstring& line = m_screen[m_row];
+            line.resize(std::max(line.size(), m_column + 1), L' ');
+            line[m_column++] = c;
+        }
+    }
+
+    std::string Row(std::size_t number) const {
+        if (number >= m_screen.size()) {
+            return "";
+        }
+        const std::wstring& line = m_screen[number];
+        return ToUtf8(line.substr(0, line.find_last_not_of(L' ') + 1));
+    }
+
+    std::vector<std::wstring> m_screen;
+    std::size_t m_row = 0;
+    std::size_t m_column = 0;
+};
+
+/** Plays the console of ViewsTest for the rest of the scope. */
+#define PLAY_CONSOLE()                                                                            \
+    PATCH_IMPORT(mode, GetConsoleMode, [](HANDLE, LPDWORD) -> WINBOOL { return TRUE; });          \
+    PATCH_IMPORT(write, WriteConsoleW,                                                            \
+                 [this](HANDLE, const void* text, DWORD length, LPDWORD, LPVOID) -> WINBOOL {     \
+                     Write({static_cast<const wchar_t*>(text), length});                          \
+                     return TRUE;                                                                 \
+                 });                                                                              \
+    PATCH_IMPORT(                                                                                 \
+        info, GetConsoleScreenBufferInfo,                                                         \
+        [this](HANDLE, PCONSOLE_SCREEN_BUFFER_INFO buffer) -> WINBOOL {                           \
+            buffer->dwCursorPosition = {static_cast<SHORT>(m_column), static_cast<SHORT>(m_row)}; \
+            buffer->srWindow = {0, 0, kColumns - 1, kRows - 1};                                   \
+            return TRUE;                                                                          \
+        });                                                                                       \
+    PATCH_IMPORT(move, SetConsoleCursorPosition, [this](HANDLE, COORD position) -> WINBOOL {      \
+        m_column = static_cast<std::size_t>(position.X);                                          \
+        m_row = static_cast<std::size_t>(position.Y);                                             \
+        return TRUE;                                                                              \
+    })
+
+TEST_F(ViewsTest, TheLiveTableIsDrawnAnewInItsPlace) {
+    PLAY_CONSOLE();
+    COutput output(GetCurrentProcess());
+    const auto view = MakeView(Format::kTable, output);
+    CMachineModel model;
+    view->ShowChange(model);
+    EXPECT_EQ(Row(1), "No NVIDIA GPU has been reported.");
+    model.Apply(FullReading());
+    model.Apply(CpuTemperature{47});
+    view->ShowChange(model);
+    EXPECT_THAT(Row(1), testing::StartsWith("PCI bus id"));
+    EXPECT_EQ(Row(4), "CPU temperature: 47 C");
+    EXPECT_EQ(m_row, 5U);
+}
+
+TEST_F(ViewsTest, ALowerLiveTableLeavesNothingOfTheHigherOne) {
+    PLAY_CONSOLE();
+    COutput output(GetCurrentProcess());
+    const auto view = MakeView(Format::kTable, output);
+    CMachineModel model;
+    model.Apply(FullReading());
+    view->ShowChange(model);
+    model.StartWorker(1);
+    view->ShowChange(model);
+    EXPECT_EQ(Row(2), "CPU temperature: n/a");
+    EXPECT_EQ(Row(3), "");
+    EXPECT_EQ(Row(4), "");
+}
+
+TEST_F(ViewsTest, TheLiveTableStaysInsideTheTerminal) {
+    PLAY_CONSOLE();
+    COutput output(GetCurrentProcess());
+    const auto view = MakeView(Format::kTable, output);
+    CMachineModel model;
+    for (std::uint32_t i = 0; i < 8; ++i) {
+        model.Apply(Reading(i, ""));
+    }
+    view->ShowChange(model);
+    EXPECT_EQ(m_row, static_cast<std::size_t>(kRows - 1));
+    for (const std::wstring& line : m_screen) {
+        EXPECT_LT(line.size(), static_cast<std::size_t>(kColumns));
+    }
+}
+
+TEST_F(ViewsTest, ANoteStandsAboveTheLiveTable) {
+    PLAY_CONSOLE();
+    COutput output(GetCurrentProcess());
+    const auto view = MakeView(Format::kTable, output);
+    view->ShowChange(CMachineModel());
+    view->ShowNote("something happened");
+    EXPECT_EQ(Row(0), "zorvanemon: something happened");
+    EXPECT_EQ(Row(2), "No NVIDIA GPU has been reported.");
+    view->ShowChange(CMachineModel());
+    EXPECT_EQ(Row(0), "zorvanemon: something happened");
+    EXPECT_EQ(Row(2), "No NVIDIA GPU has been reported.");
+    EXPECT_EQ(m_row, 4U);
+}
+
+TEST_F(ViewsTest, TablesShowBadPayloadsAsNotes) {
+    PLAY_CONSOLE();
+    COutput output(GetCurrentProcess());
+    MakeView(Format::kTable, output)
+        ->ShowEvent(ErrorEvent{{PayloadFault::kWrongSize, "too short"}, 2});
+    EXPECT_EQ(Row(0), "zorvanemon: payload: too short (and 2 more of this kind before)");
+}
+
+TEST_F(ViewsTest, JsonGoesToATerminalAsLinesToo) {
+    PLAY_CONSOLE();
+    COutput output(GetCurrentProcess());
+    const auto view = MakeView(Format::kJson, output);
+    view->ShowEvent(CpuTemperature{47});
+    view->ShowChange(CMachineModel());
+    view->ShowRound(CMachineModel());
+    EXPECT_THAT(Row(0), HasSubstr(R"("type":"cpu")"));
+    EXPECT_EQ(m_row, 1U);
+}
+
+}  // namespace
+}  // namespace zorvane

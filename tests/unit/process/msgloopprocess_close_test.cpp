@@ -301,7 +301,7 @@ TEST(MsgLoopProcessWork, HasLoggedBeforeACloseThatOvertakesItsEndGoesOn) {
         return made;
     });
     PATCH_IMPORT(close, CloseHandle, [&](HANDLE handle) {
-        if (handle == thread.exchange(nullptr)) {
+        if (handle && handle == thread && !isEnding) {
             // The work thread closes its handle and has said nothing yet; now the loop thread
             // closes.
             PostMessageW(process.Window(), WM_CLOSE, 0, 0);
@@ -314,7 +314,7 @@ TEST(MsgLoopProcessWork, HasLoggedBeforeACloseThatOvertakesItsEndGoesOn) {
     const Format format("_vscwprintf", [&](const wchar_t* text, char* arguments) {
         // Before its last line the work thread gives the loop thread every chance to end first.
         const bool isWorkThread = GetCurrentThreadId() != loopThread;
-        for (int turn = 0; turn < 1000 && isWorkThread && isEnding && !hasReturned; ++turn) {
+        for (int turn = 0; turn < 50000 && isWorkThread && isEnding && !hasReturned; ++turn) {
             SwitchToThread();
         }
         return Format::Original(text, arguments);

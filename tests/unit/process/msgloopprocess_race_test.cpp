@@ -23,6 +23,8 @@ namespace {
 
 constexpr int kWorkers = 1000;
 constexpr int kMaxTurns = 60;
+// Turns that widen a moment in which the threads could get into each other's way.
+constexpr int kWideTurns = 3000;
 
 enum class EStop { kMessage, kQuit, kWorkReturns, kClose, kCount };
 
@@ -49,6 +51,7 @@ class CHandleWatch {
         m_thread = nullptr;
         m_quitEvent = nullptr;
         m_events = 0;
+        hasReturned = false;
         threadCloses = 0;
         lateThreadWaits = 0;
         lateSets = 0;
@@ -58,8 +61,9 @@ class CHandleWatch {
         return m_threadCopy && WaitForSingleObject(m_threadCopy, kPatienceMs) == WAIT_OBJECT_0;
     }
 
-    // The host whose work thread is followed.
+    // The host whose work thread is followed, and whether its loop has ended.
     std::atomic<void*> worker{nullptr};
+    std::atomic<bool> hasReturned{false};
 
     std::atomic<int> threadCloses{0};
     // Waits on the thread's handle after it was closed. Its value may be used again, but only the
@@ -75,6 +79,13 @@ class CHandleWatch {
     using Wait = CImportPatch<decltype(WaitForSingleObject), -10>;
     using Close = CImportPatch<decltype(CloseHandle), -11>;        // of one signature with Set
     using Format = CImportPatch<int(const wchar_t*, char*), -10>;  // a va_list is a char*
+
+    // Gives a loop thread that does not care the chance to end before the work thread.
+    void WaitForWrongEnd() const {
+        for (int turn = 0; turn < kWideTurns && threadCloses > 0 && !hasReturned; ++turn) {
+            SwitchToThread();
+        }
+    }
 
     HANDLE MakeEvent(HANDLE made) {
         if (++m_events == 2) {  // the first is the window's
@@ -120,7 +131,9 @@ class CHandleWatch {
     const Set m_setPatch{"SetEvent", [this](HANDLE handle) {
                              const bool isQuitEvent = handle && handle == m_quitEvent;
                              if (isQuitEvent) {
-                                 PassTurns(3);
+                                 for (int turn = 0; turn < kWideTurns && m_quitEvent; ++turn) {
+                                     SwitchToThread();
+                                 }
                                  lateSets += m_quitEvent == nullptr ? 1 : 0;
                              }
                              return Set::Original(handle);
@@ -134,8 +147,8 @@ class CHandleWatch {
         }};
     // Widens the moment between the work thread's closing of its handle and its last line.
     const Format m_formatPatch{"_vscwprintf", [this](const wchar_t* text, char* arguments) {
-                                   if (threadCloses > 0 && GetCurrentThreadId() != m_loopThread) {
-                                       PassTurns(20);
+                                   if (GetCurrentThreadId() != m_loopThread) {
+                                       WaitForWrongEnd();
                                    }
                                    return Format::Original(text, arguments);
                                }};
@@ -166,6 +179,7 @@ class CWorker {
         std::thread stopper([this, host] { Stop(*host); });
         host->Run();
         ZorLog::ShutdownLogger();
+        watch.hasReturned = true;
         EXPECT_TRUE(watch.WaitForThread());
         stopper.join();
         return m_linesLogged;

@@ -50,16 +50,18 @@ std::vector<unsigned char*> ReadSites() {
     return sites;
 }
 
-void WriteSites(unsigned char first) {
+// The first byte of every instruction; false when the code cannot be written.
+bool WriteSites(unsigned char first) {
     for (unsigned char* site : s_sites) {
         DWORD protection = 0;
         if (!VirtualProtect(site, sizeof(first), PAGE_EXECUTE_READWRITE, &protection)) {
-            throw std::runtime_error("the program's code cannot be written");
+            return false;
         }
         *site = first;
         VirtualProtect(site, sizeof(first), protection, &protection);
         FlushInstructionCache(GetCurrentProcess(), site, sizeof(first));
     }
+    return true;
 }
 
 }  // namespace
@@ -76,7 +78,9 @@ CFakeCpuid::CFakeCpuid(Answer answer) {
     if (!m_handler) {
         throw std::runtime_error("no exception handler can be added");
     }
-    WriteSites(kBreakpoint);
+    if (!WriteSites(kBreakpoint)) {
+        throw std::runtime_error("the program's code cannot be written");
+    }
 }
 
 CFakeCpuid::~CFakeCpuid() {

@@ -16,7 +16,7 @@ SlotObject s_manager{s_managerSlots.Slots()};
 SlotObject s_platform{s_platformSlots.Slots()};
 
 const wchar_t* GetName(SlotObject* self) {
-    s_fake.calls.push_back("GetName");
+    s_fake.calls.emplace_back("GetName");
     return self == &s_cpu ? s_fake.cpuName : s_fake.secondName;
 }
 
@@ -27,7 +27,7 @@ constexpr uint64_t kAboveBool = 0xFFFFFFFFFFFFFF00;
 template <typename Value>
 uint64_t Answer(const char* call, const std::function<int32_t(Value*)>& reading, Value* value) {
     constexpr int32_t kUnsupportedFunction = 4;
-    s_fake.calls.push_back(call);
+    s_fake.calls.emplace_back(call);
     const int32_t status = reading ? reading(value) : kUnsupportedFunction;
     return kAboveStatus | static_cast<uint32_t>(status);
 }
@@ -54,15 +54,15 @@ SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index) {
 }
 
 uint64_t Init(SlotObject*, void* first, void* second) {
-    s_fake.calls.push_back("Init");
+    s_fake.calls.emplace_back("Init");
     const bool result = s_fake.init && s_fake.init(first, second);
     return kAboveBool | (result ? 1 : 0);
 }
 
-void UnInit(SlotObject*) { s_fake.calls.push_back("UnInit"); }
+void UnInit(SlotObject*) { s_fake.calls.emplace_back("UnInit"); }
 
 SlotObject* GetDeviceManager(SlotObject*) {
-    s_fake.calls.push_back("GetDeviceManager");
+    s_fake.calls.emplace_back("GetDeviceManager");
     return &s_manager;
 }
 
@@ -85,7 +85,7 @@ void FakePlatform::Reset() { *this = FakePlatform(); }
 
 IPlatform& GetPlatform() {
     FillSlots();
-    s_fake.calls.push_back("GetPlatform");
+    s_fake.calls.emplace_back("GetPlatform");
     void* object = &s_platform;
     return *static_cast<IPlatform*>(object);
 }

@@ -21,12 +21,12 @@ struct CFakeMachine::Patches {
 
     CImportPatch<decltype(IsUserAnAdmin), 3000> isAdmin{
         "IsUserAnAdmin", [this] {
-            machine.calls.push_back("IsUserAnAdmin()");
+            machine.calls.emplace_back("IsUserAnAdmin()");
             return machine.isAdmin ? TRUE : FALSE;
         }};
     CImportPatch<decltype(VerifyVersionInfoW), 3001> verifyVersion{
         "VerifyVersionInfoW", [this](LPOSVERSIONINFOEXW, DWORD, DWORDLONG) {
-            machine.calls.push_back("VerifyVersionInfoW()");
+            machine.calls.emplace_back("VerifyVersionInfoW()");
             return machine.isWorkstation ? TRUE : FALSE;
         }};
     CImportPatch<decltype(RegOpenKeyExW), 3002> openKey{
@@ -47,18 +47,19 @@ struct CFakeMachine::Patches {
                LPDWORD size) -> LSTATUS {
             EXPECT_EQ(key, Key());
             EXPECT_EQ(reserved, nullptr);
-            machine.calls.push_back("RegQueryValueExW(" + Quoted(name) + ", " +
-                                    std::to_string(*size) + ")");
+            machine.calls.emplace_back("RegQueryValueExW(" + Quoted(name) + ", " +
+                                       std::to_string(*size) + ")");
             *type = machine.productType;
             *size = static_cast<DWORD>((machine.product.size() + 1) * sizeof(wchar_t));
             std::memcpy(data, machine.product.c_str(), *size);
             return machine.queryValueResult;
         }};
-    CImportPatch<decltype(RegCloseKey), 3004> closeKey{"RegCloseKey", [this](HKEY key) -> LSTATUS {
-                                                           EXPECT_EQ(key, Key());
-                                                           machine.calls.push_back("RegCloseKey()");
-                                                           return ERROR_SUCCESS;
-                                                       }};
+    CImportPatch<decltype(RegCloseKey), 3004> closeKey{
+        "RegCloseKey", [this](HKEY key) -> LSTATUS {
+            EXPECT_EQ(key, Key());
+            machine.calls.emplace_back("RegCloseKey()");
+            return ERROR_SUCCESS;
+        }};
 };
 
 CFakeMachine::CFakeMachine() {
@@ -72,6 +73,6 @@ CFakeMachine::CFakeMachine() {
 CFakeMachine::~CFakeMachine() = default;
 
 CpuidRegisters CFakeMachine::AnswerCpuid(uint32_t leaf) {
-    calls.push_back("CPUID(" + Hex(leaf) + ")");
+    calls.emplace_back("CPUID(" + Hex(leaf) + ")");
     return leaf == 0 ? vendor : CpuidRegisters{signature, packageBits, 0, 0};
 }

@@ -15,14 +15,14 @@ HMODULE Kernel32() { return reinterpret_cast<HMODULE>(ULONG_PTR{0x1000}); }
 HMODULE Ntdll() { return reinterpret_cast<HMODULE>(ULONG_PTR{0x2000}); }
 
 void WINAPI GetNativeSystemInfoFake(SYSTEM_INFO* info) {
-    s_windows->calls.push_back("GetNativeSystemInfo()");
+    s_windows->calls.emplace_back("GetNativeSystemInfo()");
     const SYSTEM_INFO zeroed{};
     EXPECT_EQ(std::memcmp(info, &zeroed, sizeof(zeroed)), 0);
     info->wProcessorArchitecture = s_windows->architecture;
 }
 
 BOOL WINAPI IsWow64Process2Fake(HANDLE process, USHORT* processMachine, USHORT* nativeMachine) {
-    s_windows->calls.push_back("IsWow64Process2()");
+    s_windows->calls.emplace_back("IsWow64Process2()");
     EXPECT_EQ(process, GetCurrentProcess());
     *processMachine = IMAGE_FILE_MACHINE_ARM64;
     *nativeMachine = s_windows->nativeMachine;
@@ -30,7 +30,7 @@ BOOL WINAPI IsWow64Process2Fake(HANDLE process, USHORT* processMachine, USHORT* 
 }
 
 void WINAPI RtlGetNtVersionNumbersFake(DWORD* major, DWORD* minor, DWORD* build) {
-    s_windows->calls.push_back("RtlGetNtVersionNumbers()");
+    s_windows->calls.emplace_back("RtlGetNtVersionNumbers()");
     EXPECT_EQ(*major, 0U);
     EXPECT_EQ(*minor, 0U);
     EXPECT_EQ(*build, 0U);
@@ -67,7 +67,7 @@ struct CFakeWindows::Patches {
             EXPECT_EQ(std::memcmp(version, &expected, sizeof(expected)), 0);
             EXPECT_EQ(types, 0x80U);
             EXPECT_EQ(condition, VerSetConditionMask(0, VER_PRODUCT_TYPE, VER_EQUAL));
-            windows.calls.push_back("VerifyVersionInfoW()");
+            windows.calls.emplace_back("VerifyVersionInfoW()");
             return windows.isWorkstation ? TRUE : FALSE;
         }};
     CImportPatch<decltype(GetModuleHandleW), 5001> moduleHandle{
@@ -75,17 +75,17 @@ struct CFakeWindows::Patches {
             if (!name) {
                 return decltype(moduleHandle)::Original(name);
             }
-            windows.calls.push_back("GetModuleHandleW(" + Quoted(name) + ")");
+            windows.calls.emplace_back("GetModuleHandleW(" + Quoted(name) + ")");
             return Kernel32();
         }};
     CImportPatch<decltype(LoadLibraryW), 5002> load{
         "LoadLibraryW", [this](LPCWSTR name) {
-            windows.calls.push_back("LoadLibraryW(" + Quoted(name) + ")");
+            windows.calls.emplace_back("LoadLibraryW(" + Quoted(name) + ")");
             return windows.hasNtdll ? Ntdll() : nullptr;
         }};
     CImportPatch<decltype(FreeLibrary), 5003> free{
         "FreeLibrary", [this](HMODULE module) {
-            windows.calls.push_back("FreeLibrary(" + NameOf(module) + ")");
+            windows.calls.emplace_back("FreeLibrary(" + NameOf(module) + ")");
             return TRUE;
         }};
     CImportPatch<decltype(GetProcAddress), 5004> procAddress{
@@ -94,7 +94,7 @@ struct CFakeWindows::Patches {
                 return decltype(procAddress)::Original(module, name);
             }
             const std::string function = name;
-            windows.calls.push_back("GetProcAddress(" + NameOf(module) + ", " + function + ")");
+            windows.calls.emplace_back("GetProcAddress(" + NameOf(module) + ", " + function + ")");
             if (function == "GetNativeSystemInfo") {
                 return AddressOf(windows.hasNativeSystemInfo, &GetNativeSystemInfoFake);
             }

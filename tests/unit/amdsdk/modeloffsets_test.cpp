@@ -109,6 +109,7 @@ TEST(BlankFreeName, BlanksCountTowardsTheBytesThatAreLookedAt) {
 }
 
 TEST(BlankFreeName, CharacterThatTheLocaleDoesNotHaveEndsTheName) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread here.
     ASSERT_STREQ(std::setlocale(LC_CTYPE, nullptr), "C");
     EXPECT_EQ(BlankFreeName(L"AMD \u4E2D Ryzen"), "AMD");
     EXPECT_EQ(BlankFreeName(L"\u4E2D"), "");

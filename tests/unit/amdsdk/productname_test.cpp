@@ -62,8 +62,10 @@ TEST(ProductName, OtherTypesAreNotRead) {
 }
 
 TEST(ProductName, FailedReadIsNotLookedAt) {
-    EXPECT_EQ(Read({REG_SZ, Bytes(kName), ERROR_FILE_NOT_FOUND}), std::nullopt);
-    EXPECT_EQ(Read({REG_SZ, Bytes(kName), ERROR_MORE_DATA}), std::nullopt);
+    constexpr LSTATUS kResults[] = {ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA};
+    for (const LSTATUS result : kResults) {
+        EXPECT_EQ(Read({REG_SZ, Bytes(kName), result}), std::nullopt) << result;
+    }
 }
 
 TEST(ProductName, OddByteCountIsMalformed) {

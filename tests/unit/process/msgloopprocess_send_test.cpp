@@ -36,7 +36,7 @@ std::vector<std::string> MessagesAfterInit(const CTestLog& log) {
 std::wstring EntryOf(const std::string& payload) {
     std::wstring entry(kWireTextLength, L'\0');
     std::memcpy(entry.data(), payload.data(), kWireTextLength * sizeof(wchar_t));
-    return entry.c_str();
+    return entry.substr(0, entry.find(L'\0'));
 }
 
 }  // namespace

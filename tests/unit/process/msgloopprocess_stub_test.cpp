@@ -213,7 +213,8 @@ TEST(MsgLoopProcessStop, AnswersAMessageWithoutData) {
 
 TEST(MsgLoopProcessStop, CountsWhoeverSendsIt) {
     CTestLog log;
-    for (const HWND sender : {HWND{nullptr}, GetDesktopWindow()}) {
+    const HWND senders[] = {nullptr, GetDesktopWindow()};
+    for (const HWND sender : senders) {
         CTestedProcess process;
         const COPYDATASTRUCT data{kCopyDataStop, 0, nullptr};
         EXPECT_EQ(Ask(process, WM_COPYDATA, reinterpret_cast<WPARAM>(sender),

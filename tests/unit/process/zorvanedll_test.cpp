@@ -31,6 +31,14 @@ void Copy(const std::wstring& folder, const std::wstring& file, const CTempFolde
     std::filesystem::copy_file(BuildFolder(folder) + L"\\" + file, to.PathOf(file));
 }
 
+HMODULE LoadOrThrow(const std::wstring& path) {
+    const HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    if (!module) {
+        throw std::runtime_error("the library cannot be loaded");
+    }
+    return module;
+}
+
 // Loads the library and leaves it loaded, as its host does. The machine has no NVIDIA driver and
 // the temperature task is switched off, so that nothing of a real machine is touched.
 class CLoadedLibrary {
@@ -41,11 +49,7 @@ class CLoadedLibrary {
         if (withLogFolder) {
             std::filesystem::create_directory(m_folder.PathOf(L"Log"));
         }
-        m_module = LoadLibraryExW(m_folder.PathOf(L"Zorvane.dll").c_str(), nullptr,
-                                  LOAD_WITH_ALTERED_SEARCH_PATH);
-        if (!m_module) {
-            throw std::runtime_error("the library cannot be loaded");
-        }
+        m_module = LoadOrThrow(m_folder.PathOf(L"Zorvane.dll"));
         const FARPROC entry = GetProcAddress(m_module, "ZorvaneProcess");
         m_entry = reinterpret_cast<void (*)(wchar_t*)>(reinterpret_cast<void*>(entry));
     }

@@ -11,7 +11,9 @@ inline zorvane::GpuReading Reading(std::uint32_t index, const std::string& busId
     reading.index = index;
     reading.count = 8;
     reading.gpuUtilizationPercent = 10 + index;
-    if (!busId.empty()) reading.pci = zorvane::PciLocation{0, 1, 2, 0x268410DE, busId};
+    if (!busId.empty()) {
+        reading.pci = zorvane::PciLocation{0, 1, 2, 0x268410DE, busId};
+    }
     return reading;
 }
 

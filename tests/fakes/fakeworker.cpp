@@ -103,8 +103,8 @@ void SendGpu(std::uint32_t kind, std::uint32_t index) {
     if (kind == kGpuRecordStatic) {
         record.totalMemoryKiB = 24ULL << 20;
         SetText(record.driverVersion, L"535.98");
-        for (std::uint32_t type = 0; type < kClockTypeCount; ++type) {
-            record.maxClockMHz[type] = 2000;
+        for (std::uint32_t& clock : record.maxClockMHz) {
+            clock = 2000;
         }
     }
     Send(kCopyDataTaskData, &record, sizeof(record));

@@ -13,7 +13,9 @@ inline zorvane::GpuReading Reading(std::uint32_t index, const std::string& busId
     reading.count = 8;
     reading.gpuUtilizationPercent = 10 + index;
     reading.memoryUtilizationPercent = 0;
-    if (!busId.empty()) reading.pci = zorvane::PciLocation{0, 1, 2, 0x268410DE, busId};
+    if (!busId.empty()) {
+        reading.pci = zorvane::PciLocation{0, 1, 2, 0x268410DE, busId};
+    }
     return reading;
 }
 

@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <thread>
 
-#include "nvmlinfo/nvmlinfotask.h"
-#include "process/msgloopprocess.h"
-#include "stopwatch.h"
+#include "bench/stopwatch.h"
+#include "src/nvmlinfo/nvmlinfotask.h"
+#include "src/process/msgloopprocess.h"
 #include "zorvane/wire.h"
 
 namespace {

@@ -8,11 +8,13 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "log/logger.h"
-#include "log/logsite.h"
-#include "stopwatch.h"
+#include "bench/stopwatch.h"
+#include "src/log/logger.h"
+#include "src/log/logsite.h"
 
 namespace {
+
+constexpr char kLogSource[] = "tests\\bench_log.cpp";
 
 constexpr int kLines = 20000;
 

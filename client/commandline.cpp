@@ -10,7 +10,7 @@ std::wstring QuoteWord(std::wstring_view word) {
     }
     // Backslashes are doubled only where a quotation mark follows, ours at the end included.
     std::wstring quoted = L"\"";
-    std::size_t backslashes = 0;
+    size_t backslashes = 0;
     for (const wchar_t c : word) {
         if (c == L'"') {
             quoted.append(backslashes + 1, L'\\');
@@ -24,7 +24,7 @@ std::wstring QuoteWord(std::wstring_view word) {
 }
 
 std::wstring WindowText(HWND window) {
-    return std::to_wstring(static_cast<std::int32_t>(reinterpret_cast<std::intptr_t>(window)));
+    return std::to_wstring(static_cast<int32_t>(reinterpret_cast<intptr_t>(window)));
 }
 
 std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow) {

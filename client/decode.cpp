@@ -12,15 +12,15 @@
 namespace zorvane {
 namespace {
 
-/** Longest CPU temperature text: eleven characters, an int with its sign, a brace and the NUL. */
-constexpr std::size_t kLongestCpuText = sizeof(R"({"CpuTemp":-2147483648})");
+// Longest CPU temperature text: eleven characters, an int with its sign, a brace and the NUL.
+constexpr size_t kLongestCpuText = sizeof(R"({"CpuTemp":-2147483648})");
 
-PayloadError WrongSize(const char* what, std::uint32_t size, std::size_t expected) {
+PayloadError WrongSize(const char* what, uint32_t size, size_t expected) {
     return {PayloadFault::kWrongSize, std::string(what) + " of " + std::to_string(size) +
                                           " bytes, expected " + std::to_string(expected)};
 }
 
-/** A wire structure copied out of the payload, which may lie at any address. */
+// A wire structure copied out of the payload, which may lie at any address.
 template <typename T>
 std::optional<T> ReadWhole(const Payload& payload) {
     static_assert(std::is_trivially_copyable_v<T>);
@@ -37,7 +37,7 @@ bool IsTerminated(const Char (&field)[kWireTextLength]) {
     return std::find(std::begin(field), std::end(field), Char{}) != std::end(field);
 }
 
-/** A text field that IsTerminated accepts; empty means not read. */
+// A text field that IsTerminated accepts; empty means not read.
 std::optional<std::wstring> Text(const wchar_t (&field)[kWireTextLength]) {
     if (field[0] == L'\0') {
         return std::nullopt;
@@ -53,10 +53,10 @@ std::optional<Number> UnlessEqual(Number value, Number notRead) {
     return value;
 }
 
-Clocks ReadClocks(const std::uint32_t (&clocks)[kClockTypeCount]) {
+Clocks ReadClocks(const uint32_t (&clocks)[kClockTypeCount]) {
     Clocks result;
     std::transform(std::begin(clocks), std::end(clocks), result.begin(),
-                   [](std::uint32_t mhz) { return UnlessEqual(mhz, 0U); });
+                   [](uint32_t mhz) { return UnlessEqual(mhz, 0u); });
     return result;
 }
 
@@ -83,7 +83,7 @@ GpuReading ReadReading(const NvmlGpuRecord& record) {
     reading.index = record.gpuIndex;
     reading.count = record.gpuCount;
     reading.name = Text(record.name);
-    reading.temperatureCelsius = UnlessEqual(record.temperatureCelsius, 0U);
+    reading.temperatureCelsius = UnlessEqual(record.temperatureCelsius, 0u);
     reading.fanSpeedPercent = UnlessEqual(record.fanSpeedPercent, ZORVANE_FAN_SPEED_UNKNOWN);
     reading.clocksMHz = ReadClocks(record.clockMHz);
     reading.pci = ReadPci(record);
@@ -100,7 +100,7 @@ GpuReading ReadReading(const NvmlGpuRecord& record) {
 GpuStatic ReadStatic(const NvmlGpuRecord& record) {
     GpuStatic fixed;
     fixed.first = ReadReading(record);
-    fixed.totalMemoryKiB = UnlessEqual(record.totalMemoryKiB, std::uint64_t{0});
+    fixed.totalMemoryKiB = UnlessEqual(record.totalMemoryKiB, uint64_t{0});
     fixed.serial = Text(record.serial);
     fixed.vbiosVersion = Text(record.vbiosVersion);
     fixed.driverVersion = Text(record.driverVersion);
@@ -108,7 +108,7 @@ GpuStatic ReadStatic(const NvmlGpuRecord& record) {
     return fixed;
 }
 
-/** The name of the first text field without a terminator; null when all have one. */
+// The name of the first text field without a terminator; null when all have one.
 const char* FirstUnterminated(const NvmlGpuRecord& record) {
     if (!IsTerminated(record.entry)) {
         return "entry";
@@ -166,7 +166,7 @@ Decoded DecodeGpu(const Payload& payload) {
                         "GPU record: unknown kind " + std::to_string(record->kind)};
 }
 
-/** n of exactly {"CpuTemp":n}, n being a JSON whole number that fits an int. */
+// n of exactly {"CpuTemp":n}, n being a JSON whole number that fits an int.
 std::optional<int> ParseCpuText(std::string_view text) {
     constexpr std::string_view kPrefix = R"({"CpuTemp":)";
     if (!text.starts_with(kPrefix) || !text.ends_with('}')) {
@@ -186,7 +186,7 @@ std::optional<int> ParseCpuText(std::string_view text) {
     return value;
 }
 
-/** The text with everything but printable ASCII replaced, so that it can be shown anywhere. */
+// The text with everything but printable ASCII replaced, so that it can be shown anywhere.
 std::string Shown(std::string_view text) {
     std::string shown(text);
     std::replace_if(

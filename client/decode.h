@@ -33,9 +33,9 @@ namespace zorvane {
 /** What arrived with one WM_COPYDATA. */
 struct Payload {
     /** COPYDATASTRUCT.dwData, whole. */
-    std::uint64_t code = 0;
+    uint64_t code = 0;
     /** COPYDATASTRUCT.cbData: the size in bytes that was sent. */
-    std::uint32_t size = 0;
+    uint32_t size = 0;
     /** The bytes; fewer than `size` where a receiver did not keep an oversized payload. */
     std::vector<std::byte> bytes;
 };
@@ -44,18 +44,18 @@ struct Payload {
 struct Hello {
     std::wstring entry;
     /** Value of the handle of the window that takes kCopyDataStop. */
-    std::uint64_t workerWindow = 0;
+    uint64_t workerWindow = 0;
 };
 
 /** More GPUs than any machine has; a record that tells of more is not taken. */
-inline constexpr std::uint32_t kMostGpus = 1024;
+inline constexpr uint32_t kMostGpus = 1024;
 
 struct PciLocation {
-    std::uint32_t domain = 0;
-    std::uint32_t bus = 0;
-    std::uint32_t device = 0;
+    uint32_t domain = 0;
+    uint32_t bus = 0;
+    uint32_t device = 0;
     /** Device id in the high, vendor id in the low 16 bits. */
-    std::uint32_t deviceId = 0;
+    uint32_t deviceId = 0;
     /**
      * "domain:bus:device.function", never empty: made of the numbers for a driver that is too old
      * to give it. Tells GPUs apart, across boots too; the index does not.
@@ -64,20 +64,20 @@ struct PciLocation {
 };
 
 /** MHz, indexed by kClockGraphics and its neighbours. */
-using Clocks = std::array<std::optional<std::uint32_t>, kClockTypeCount>;
+using Clocks = std::array<std::optional<uint32_t>, kClockTypeCount>;
 
 /** One GPU's readings of one cycle. */
 struct GpuReading {
     std::wstring entry;
-    std::uint32_t index = 0;
-    std::uint32_t count = 0;
+    uint32_t index = 0;
+    uint32_t count = 0;
     std::optional<std::wstring> name;
     /** Both or none. An idle GPU reads 0; a record in which nothing was read has none. */
-    std::optional<std::uint32_t> gpuUtilizationPercent;
-    std::optional<std::uint32_t> memoryUtilizationPercent;
-    std::optional<std::uint32_t> temperatureCelsius;
+    std::optional<uint32_t> gpuUtilizationPercent;
+    std::optional<uint32_t> memoryUtilizationPercent;
+    std::optional<uint32_t> temperatureCelsius;
     /** The intended speed; may be over 100. */
-    std::optional<std::uint32_t> fanSpeedPercent;
+    std::optional<uint32_t> fanSpeedPercent;
     Clocks clocksMHz;
     std::optional<PciLocation> pci;
 };
@@ -86,7 +86,7 @@ struct GpuReading {
 struct GpuStatic {
     /** Readings taken with it. */
     GpuReading first;
-    std::optional<std::uint64_t> totalMemoryKiB;
+    std::optional<uint64_t> totalMemoryKiB;
     std::optional<std::wstring> serial;
     std::optional<std::wstring> vbiosVersion;
     std::optional<std::wstring> driverVersion;

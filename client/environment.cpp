@@ -27,7 +27,7 @@ std::vector<wchar_t> ChangeEnvironment(const wchar_t* block,
     std::map<std::wstring, std::wstring, CLessIgnoringCase> variables;
     for (std::wstring_view text(block); !text.empty(); text = text.data() + text.size() + 1) {
         // The current folders of the drives are variables too, of names like "=C:".
-        const std::size_t equals = text.find(L'=', 1);
+        const size_t equals = text.find(L'=', 1);
         if (equals == std::wstring_view::npos) {
             continue;
         }

@@ -42,19 +42,17 @@ constexpr CodeText kCrashes[] = {
     {0x20474343, "crashed: uncaught C++ exception"},
 };
 
-template <std::size_t N>
+template <size_t N>
 const char* Find(const CodeText (&table)[N], DWORD code) {
     const auto* row = std::find_if(std::begin(table), std::end(table),
                                    [code](const CodeText& entry) { return entry.code == code; });
     return row == std::end(table) ? nullptr : row->text;
 }
 
-/** Codes of exceptions have their two top bits set, vendor-defined ones included. */
-bool IsException(DWORD code) {
-    return (code & 0xC0000000) == 0xC0000000 || Find(kCrashes, code) != nullptr;
-}
+// Codes of exceptions have their two top bits set, vendor-defined ones included.
+bool IsException(DWORD code) { return (code & 0xC0000000) == 0xC0000000 || Find(kCrashes, code); }
 
-/** Small codes are shown as programs write them, status codes as their headers do. */
+// Small codes are shown as programs write them, status codes as their headers do.
 std::string Number(DWORD code) {
     std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), code < 0x10000 ? "%lu" : "0x%08lX", code);
@@ -90,7 +88,7 @@ ExitKind ClassifyExit(DWORD code, bool greeted) {
     if (greeted) {
         return ExitKind::kCrash;
     }
-    if (Find(kLoadFailures, code) != nullptr) {
+    if (Find(kLoadFailures, code)) {
         return ExitKind::kHostFailure;
     }
     return IsException(code) ? ExitKind::kCrash : ExitKind::kHostFailure;

@@ -32,7 +32,7 @@ std::optional<CallError> CMessageWindow::Create(Handler handler) {
 }
 
 void CMessageWindow::Destroy() {
-    if (m_window != nullptr) {
+    if (m_window) {
         DestroyWindow(m_window);
     }
 }
@@ -47,7 +47,7 @@ LRESULT CALLBACK CMessageWindow::WindowProc(HWND window, UINT message, WPARAM wP
         SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
     }
     auto* self = reinterpret_cast<CMessageWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (self == nullptr) {
+    if (!self) {
         return DefWindowProcW(window, message, wParam, lParam);
     }
     if (message == WM_NCDESTROY) {

@@ -53,13 +53,13 @@ void CStubWindow::Deliver() {
 }
 
 bool CStubWindow::Take(HWND sender, const COPYDATASTRUCT* data) {
-    if (data == nullptr || m_waiting.size() >= kLongestQueue) {
+    if (!data || m_waiting.size() >= kLongestQueue) {
         return false;
     }
     Payload payload{data->dwData, data->cbData, {}};
-    if (data->lpData != nullptr) {
+    if (data->lpData) {
         const auto* bytes = static_cast<const std::byte*>(data->lpData);
-        payload.bytes.assign(bytes, bytes + std::min<std::size_t>(data->cbData, kKeptBytes));
+        payload.bytes.assign(bytes, bytes + std::min<size_t>(data->cbData, kKeptBytes));
     }
     m_waiting.push_back({sender, std::move(payload)});
     return true;

@@ -31,10 +31,10 @@ class CStubWindow {
     using Sink = std::function<void(HWND sender, const Payload& payload)>;
 
     /** Bytes of a payload that are kept. No payload that can be decoded is longer. */
-    static constexpr std::size_t kKeptBytes = 1024;
+    static constexpr size_t kKeptBytes = 1024;
 
     /** Payloads that may wait; further ones are answered with FALSE, which tells the sender. */
-    static constexpr std::size_t kLongestQueue = 1024;
+    static constexpr size_t kLongestQueue = 1024;
 
     /**
      * Makes the window. An elevated stub lets WM_COPYDATA in from workers that are not elevated.

@@ -9,7 +9,7 @@
 namespace zorvane {
 namespace {
 
-/** A job that ends its processes when its last handle goes, and keeps the system's dialog away. */
+// A job that ends its processes when its last handle goes, and keeps the system's dialog away.
 std::optional<CallError> MakeJob(CUniqueHandle& job) {
     job.reset(CreateJobObjectW(nullptr, nullptr));
     if (!job) {
@@ -94,7 +94,7 @@ std::optional<CallError> CWorkerProcess::Terminate() {
 }
 
 void CWorkerProcess::Close() {
-    if (m_wait != nullptr) {
+    if (m_wait) {
         UnregisterWaitEx(m_wait, INVALID_HANDLE_VALUE);
     }
     m_wait = nullptr;

@@ -46,9 +46,9 @@ std::optional<CallError> CWorkerSession::Start(const WorkerCommand& command) {
     return m_process.Start(command, m_stub.Handle(), m_control.Handle(), kProcessEndMessage);
 }
 
-/** Once: a session that is started again is in this window's handler when that happens. */
+// Once: a session that is started again is in this window's handler when that happens.
 std::optional<CallError> CWorkerSession::MakeControlWindow() {
-    if (m_control.Handle() != nullptr) {
+    if (m_control.Handle()) {
         return std::nullopt;
     }
     return m_control.Create(
@@ -67,7 +67,7 @@ void CWorkerSession::Press(const std::string& reason) {
             m_step = StopStep::kAsked;
             m_listener.OnStopStep(m_step, reason);
             WaitBeforeNextStep(m_times.afterAsking);
-            if (m_workerWindow != nullptr) {
+            if (m_workerWindow) {
                 SendStop();
             }
             return;
@@ -146,8 +146,8 @@ void CWorkerSession::OnPayload(HWND sender, const Payload& payload) {
 }
 
 void CWorkerSession::OnHello(const Hello& hello) {
-    const auto window = reinterpret_cast<HWND>(static_cast<std::uintptr_t>(hello.workerWindow));
-    if (window == nullptr || IsForeign(window)) {
+    const auto window = reinterpret_cast<HWND>(static_cast<uintptr_t>(hello.workerWindow));
+    if (!window || IsForeign(window)) {
         m_listener.OnPayloadError({PayloadFault::kForeignWindow,
                                    "hello names the window " + std::to_string(hello.workerWindow) +
                                        ", which is none of the worker's"});
@@ -182,7 +182,7 @@ void CWorkerSession::OnProcessEnd() {
     m_listener.OnExit(exit);
 }
 
-/** A window that is gone, or no window at all, could have been the worker's. */
+// A window that is gone, or no window at all, could have been the worker's.
 bool CWorkerSession::IsForeign(HWND window) const {
     DWORD owner = 0;
     return GetWindowThreadProcessId(window, &owner) != 0 && owner != m_process.Id();

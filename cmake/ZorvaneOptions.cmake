@@ -17,6 +17,10 @@ set(CMAKE_CXX_STANDARD_LIBRARIES "" CACHE STRING "" FORCE)
 
 add_library(zorvane_options INTERFACE)
 
+# Every include names its path from the root; the wire header is found as its users find it.
+target_include_directories(zorvane_options INTERFACE
+  "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include")
+
 target_compile_definitions(zorvane_options INTERFACE
   UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 WINVER=0x0A00)
 

@@ -1,4 +1,4 @@
-#include "imports.h"
+#include "host/imports.h"
 
 #include <windows.h>
 

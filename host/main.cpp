@@ -2,9 +2,9 @@
 // --library=PATH names another library than the one beside this program.
 #include <windows.h>
 
-#include "process/commandlineargs.h"
-#include "reporterror.h"
-#include "workerlibrary.h"
+#include "host/reporterror.h"
+#include "host/workerlibrary.h"
+#include "src/process/commandlineargs.h"
 
 int main() {
     // A worker has nobody to answer a message box.
@@ -18,11 +18,11 @@ int main() {
 
     CWorkerLibrary library;
     std::wstring error;
-    const EHostExit loaded = library.Load(path, error);
-    if (loaded != EHostExit::kOrderlyEnd) {
+    const HostExit loaded = library.Load(path, error);
+    if (loaded != HostExit::kOrderlyEnd) {
         ReportError(error);
         return static_cast<int>(loaded);
     }
     library.Run(GetCommandLineW());
-    return static_cast<int>(EHostExit::kOrderlyEnd);
+    return static_cast<int>(HostExit::kOrderlyEnd);
 }

@@ -1,4 +1,4 @@
-#include "reporterror.h"
+#include "host/reporterror.h"
 
 #include <array>
 

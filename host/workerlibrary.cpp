@@ -1,11 +1,11 @@
-#include "workerlibrary.h"
+#include "host/workerlibrary.h"
 
 #include <windows.h>
 
 #include <array>
 
-#include "imports.h"
-#include "reporterror.h"
+#include "host/imports.h"
+#include "host/reporterror.h"
 
 namespace {
 
@@ -42,16 +42,16 @@ std::wstring CWorkerLibrary::DefaultPath() {
     return Folder(executable.data()) + L"Zorvane.dll";
 }
 
-EHostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
+HostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
     if (path.empty()) {
         error = L"the library has no name: --library wants a path behind its \"=\"";
-        return EHostExit::kLibraryMissing;
+        return HostExit::kLibraryMissing;
     }
     const std::wstring fullPath = FullPath(path);
     if (GetFileAttributesW(fullPath.c_str()) == INVALID_FILE_ATTRIBUTES) {
         const DWORD code = GetLastError();
         error = L"library " + fullPath + L" not found: " + DescribeError(code);
-        return EHostExit::kLibraryMissing;
+        return HostExit::kLibraryMissing;
     }
     // Never the current folder or PATH: this process may run elevated.
     AddDllDirectory(Folder(fullPath).c_str());
@@ -68,20 +68,20 @@ EHostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
             if (import == L"Platform.dll") {
                 error += L"; on a PC without AMD's, copy the one from platform-standin beside it";
             }
-            return EHostExit::kDependencyMissing;
+            return HostExit::kDependencyMissing;
         }
         error = L"library " + fullPath + L" cannot be loaded: " + DescribeError(loadError);
-        return EHostExit::kLibraryUnusable;
+        return HostExit::kLibraryUnusable;
     }
     m_module = module;
     const FARPROC entry = GetProcAddress(module, kExportName);
     if (!entry) {
         const DWORD code = GetLastError();
         error = L"library " + fullPath + L" has no export ZorvaneProcess: " + DescribeError(code);
-        return EHostExit::kExportMissing;
+        return HostExit::kExportMissing;
     }
     m_entry = reinterpret_cast<void (*)(wchar_t*)>(reinterpret_cast<void*>(entry));
-    return EHostExit::kOrderlyEnd;
+    return HostExit::kOrderlyEnd;
 }
 
 void CWorkerLibrary::Run(wchar_t* commandLine) const { m_entry(commandLine); }

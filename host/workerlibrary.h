@@ -4,7 +4,7 @@
 #include <string>
 
 /** Exit codes of the host. */
-enum class EHostExit : int {
+enum class HostExit : int {
     kOrderlyEnd = 0,
     kLibraryMissing = 2,
     /** A library that the worker library needs is missing or broken. */
@@ -24,7 +24,7 @@ class CWorkerLibrary {
      * Loads `path`; what it needs is looked for beside it, beside the executable and in the system
      * folder. On failure `error` is one line that names what is missing.
      */
-    EHostExit Load(const std::wstring& path, std::wstring& error);
+    HostExit Load(const std::wstring& path, std::wstring& error);
 
     /** Calls the export on this thread and returns when the worker has ended. Needs Load. */
     void Run(wchar_t* commandLine) const;

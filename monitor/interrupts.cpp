@@ -25,7 +25,7 @@ BOOL WINAPI OnConsoleEvent(DWORD type) {
 }  // namespace
 
 CInterrupts::~CInterrupts() {
-    if (s_runEnded != nullptr) {
+    if (s_runEnded) {
         SetEvent(s_runEnded);
     }
 }
@@ -33,7 +33,7 @@ CInterrupts::~CInterrupts() {
 std::optional<CallError> CInterrupts::Install() {
     s_interrupted = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     s_runEnded = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    if (s_interrupted == nullptr || s_runEnded == nullptr) {
+    if (!s_interrupted || !s_runEnded) {
         return LastCallError("CreateEventW");
     }
     if (!SetConsoleCtrlHandler(&OnConsoleEvent, TRUE)) {

@@ -38,7 +38,7 @@ Json PciJson(const std::optional<PciLocation>& pci) {
 
 Json Begin(const char* type, const std::string& time) { return {{"type", type}, {"time", time}}; }
 
-/** What both kinds of GPU lines begin with. */
+// What both kinds of GPU lines begin with.
 Json BeginGpu(const char* type, const std::string& time, const GpuReading& reading) {
     Json line = Begin(type, time);
     line["index"] = reading.index;

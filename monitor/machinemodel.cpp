@@ -33,7 +33,7 @@ std::string CMachineModel::SourceOf(const GpuReading& reading) {
     return reading.pci->busId;
 }
 
-bool CMachineModel::IsOtherGpus(const std::string& busId, std::uint32_t index) const {
+bool CMachineModel::IsOtherGpus(const std::string& busId, uint32_t index) const {
     return std::any_of(m_sourceByIndex.begin(), m_sourceByIndex.end(), [&](const auto& known) {
         return known.second == busId && known.first != index;
     });

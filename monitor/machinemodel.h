@@ -47,12 +47,12 @@ class CMachineModel {
     const std::optional<CpuTemperature>& Cpu() const { return m_cpu; }
 
   private:
-    bool IsOtherGpus(const std::string& busId, std::uint32_t index) const;
+    bool IsOtherGpus(const std::string& busId, uint32_t index) const;
 
     DWORD m_workerId = 0;
     std::optional<Hello> m_hello;
     std::map<std::string, GpuRow> m_gpus;
-    std::map<std::uint32_t, std::string> m_sourceByIndex;
+    std::map<uint32_t, std::string> m_sourceByIndex;
     std::optional<CpuTemperature> m_cpu;
 };
 

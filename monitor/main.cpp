@@ -1,4 +1,4 @@
-/** zorvanemon.exe: a command-line stub. Its options and exit codes: zorvanemon --help. */
+// zorvanemon.exe: a command-line stub. Its options and exit codes: zorvanemon --help.
 #include <windows.h>
 // After windows.h, which it needs.
 #include <shellapi.h>
@@ -18,7 +18,7 @@
 
 namespace {
 
-/** The words behind the program's name in UTF-8; main's own are in the system's code page. */
+// The words behind the program's name in UTF-8; main's own are in the system's code page.
 std::vector<std::string> CommandLineWords() {
     int count = 0;
     LPWSTR* words = CommandLineToArgvW(GetCommandLineW(), &count);
@@ -30,7 +30,7 @@ std::vector<std::string> CommandLineWords() {
     return result;
 }
 
-/** zorvanehost.exe beside this program. */
+// zorvanehost.exe beside this program.
 std::wstring DefaultHost() {
     std::wstring path(MAX_PATH, L'\0');
     for (;;) {

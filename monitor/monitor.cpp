@@ -11,10 +11,10 @@
 namespace zorvane {
 namespace {
 
-/** Where the worker's log is to be found, for people. */
+// Where the worker's log is to be found, for people.
 std::string LogPath(const WorkerCommand& worker) {
     const std::wstring& file = worker.libraryPath.empty() ? worker.host : worker.libraryPath;
-    const std::size_t slash = file.find_last_of(L"\\/");
+    const size_t slash = file.find_last_of(L"\\/");
     const std::wstring folder =
         slash == std::wstring::npos ? std::wstring() : file.substr(0, slash + 1);
     return ToUtf8(folder + L"Log\\Qorvella_HardwareDll.log");
@@ -156,7 +156,7 @@ void CMonitor::OnCpuTemperature(const CpuTemperature& temperature) {
     }
 }
 
-/** False when the run is over: what comes now belongs to a round that nobody asked for. */
+// False when the run is over: what comes now belongs to a round that nobody asked for.
 bool CMonitor::EntersRound(const std::string& source) {
     if (m_ending) {
         return false;
@@ -223,7 +223,7 @@ std::optional<std::chrono::milliseconds> CMonitor::RestartAfter(const WorkerExit
     return RestartPause(m_restartAttempt);
 }
 
-/** Says what nobody expects; an orderly end that was asked for needs no words. */
+// Says what nobody expects; an orderly end that was asked for needs no words.
 void CMonitor::NoteExit(const ExitEvent& event) {
     const std::string what = "the worker " + DescribeExit(event.exit);
     if (event.restartIn) {

@@ -31,7 +31,7 @@ Exit codes:
   5  the worker had to be ended by force
   6  after readings the worker ended by itself, or crashed under --no-restart, too early)";
 
-/** About 30 years: more does not fit the timers. */
+// About 30 years: more does not fit the timers.
 constexpr double kLongestSeconds = 1e9;
 
 std::string LowerAscii(std::string text) {
@@ -41,7 +41,7 @@ std::string LowerAscii(std::string text) {
     return text;
 }
 
-/** The worker takes the last of equal keys, so these words would undo what the options say. */
+// The worker takes the last of equal keys, so these words would undo what the options say.
 std::string CheckWord(const std::string& word) {
     const std::string key = LowerAscii(word.substr(0, word.find('=')));
     const bool isReserved = key == "--wnd" || key == "--entry" || key == "--library";
@@ -49,7 +49,7 @@ std::string CheckWord(const std::string& word) {
 }
 
 std::string CheckVariable(const std::string& text) {
-    const std::size_t equals = text.find('=');
+    const size_t equals = text.find('=');
     const bool isChange = equals != std::string::npos && equals > 0;
     return isChange ? "" : "expected NAME=VALUE, found " + text;
 }
@@ -68,13 +68,13 @@ std::string CheckCount(const std::string& text) {
     return isNumber && isPositive ? "" : "expected a whole number of rounds from 1, found " + text;
 }
 
-/** What the command line fills, in its own types. */
+// What the command line fills, in its own types.
 struct Raw {
     std::string host;
     std::string libraryPath;
     std::string entry = "zorvanemon";
     std::string format = "table";
-    std::uint64_t count = 0;
+    uint64_t count = 0;
     double seconds = 0;
     std::vector<std::string> variables;
     bool noRestart = false;
@@ -125,7 +125,7 @@ Options Convert(const CLI::App& app, const Raw& raw, const std::wstring& default
         options.worker.words.push_back(ToWide(word));
     }
     for (const std::string& text : raw.variables) {
-        const std::size_t equals = text.find('=');
+        const size_t equals = text.find('=');
         options.worker.environment.push_back(
             {ToWide(text.substr(0, equals)), ToWide(text.substr(equals + 1))});
     }
@@ -135,7 +135,7 @@ Options Convert(const CLI::App& app, const Raw& raw, const std::wstring& default
     }
     if (app.count("--duration") > 0) {
         const double milliseconds = std::ceil(raw.seconds * 1000);
-        options.duration = std::chrono::milliseconds(static_cast<std::int64_t>(milliseconds));
+        options.duration = std::chrono::milliseconds(static_cast<int64_t>(milliseconds));
     }
     options.restart = !raw.noRestart;
     return options;

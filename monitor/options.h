@@ -18,7 +18,7 @@ struct Options {
     WorkerCommand worker;
     Format format = Format::kTable;
     /** Complete rounds after which the run ends. */
-    std::optional<std::uint64_t> count;
+    std::optional<uint64_t> count;
     std::optional<std::chrono::milliseconds> duration;
     /** Whether a worker that crashed is started again. */
     bool restart = true;

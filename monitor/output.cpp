@@ -32,7 +32,7 @@ std::optional<CallError> WriteBytes(HANDLE handle, std::string_view text) {
     return std::nullopt;
 }
 
-/** A console takes UTF-16, whatever its code page; everything else takes the bytes. */
+// A console takes UTF-16, whatever its code page; everything else takes the bytes.
 std::optional<CallError> WriteText(HANDLE handle, std::string_view text) {
     return IsConsole(handle) ? WriteConsoleText(handle, text) : WriteBytes(handle, text);
 }
@@ -53,13 +53,13 @@ TerminalSize COutput::Size() const {
         return {};
     }
     const SMALL_RECT& window = info.srWindow;
-    return {static_cast<std::size_t>(window.Right - window.Left + 1),
-            static_cast<std::size_t>(window.Bottom - window.Top + 1)};
+    return {static_cast<size_t>(window.Right - window.Left + 1),
+            static_cast<size_t>(window.Bottom - window.Top + 1)};
 }
 
 // The console's own functions rather than escape sequences: they work in every console of Windows,
 // and in Wine's, which takes the mode for sequences and then loses count of its lines.
-void COutput::MoveUp(std::size_t lines) const {
+void COutput::MoveUp(size_t lines) const {
     CONSOLE_SCREEN_BUFFER_INFO info{};
     if (!GetConsoleScreenBufferInfo(m_handle, &info)) {
         return;

@@ -13,8 +13,8 @@
 namespace zorvane {
 
 struct TerminalSize {
-    std::size_t columns = 80;
-    std::size_t rows = 25;
+    size_t columns = 80;
+    size_t rows = 25;
 };
 
 /**
@@ -35,7 +35,7 @@ class COutput {
     TerminalSize Size() const;
 
     /** Puts the cursor to the begin of the line that is `lines` higher. */
-    void MoveUp(std::size_t lines) const;
+    void MoveUp(size_t lines) const;
 
     /** Why nothing is written any more. */
     const std::optional<CallError>& Failure() const { return m_failure; }

@@ -16,7 +16,7 @@ std::optional<unsigned> CReportLimiter::Admit(const std::string& cause,
         return std::nullopt;
     }
     known.lastTold = now;
-    return std::exchange(known.leftOut, 0U);
+    return std::exchange(known.leftOut, 0u);
 }
 
 }  // namespace zorvane

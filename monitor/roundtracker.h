@@ -28,11 +28,11 @@ class CRoundTracker {
     const std::set<std::string>& Sources() const { return m_sources; }
 
     /** Rounds that are complete. */
-    std::uint64_t Completed() const { return m_completed; }
+    uint64_t Completed() const { return m_completed; }
 
   private:
     std::set<std::string> m_sources;
-    std::uint64_t m_completed = 0;
+    uint64_t m_completed = 0;
 };
 
 }  // namespace zorvane

@@ -11,7 +11,7 @@ namespace zorvane {
 namespace {
 
 constexpr char kNotRead[] = "n/a";
-constexpr std::size_t kGap = 2;
+constexpr size_t kGap = 2;
 
 using Cell = std::string (*)(const std::string& source, const GpuRow& row);
 
@@ -19,7 +19,7 @@ struct Column {
     const char* heading;
     const char* unit;
     bool isText;
-    /** Columns of the highest rank go first when the table is too wide; those of rank 0 stay. */
+    // Columns of the highest rank go first when the table is too wide; those of rank 0 stay.
     int rank;
     Cell cell;
 };
@@ -30,10 +30,10 @@ std::string OrNotRead(const std::optional<T>& value) {
 }
 
 std::string Clock(const GpuRow& row, int type) {
-    return row.latest ? OrNotRead(row.latest->clocksMHz[static_cast<std::size_t>(type)]) : kNotRead;
+    return row.latest ? OrNotRead(row.latest->clocksMHz[static_cast<size_t>(type)]) : kNotRead;
 }
 
-/** A name from outside, as one line of text that cannot steer a terminal. */
+// A name from outside, as one line of text that cannot steer a terminal.
 std::string Harmless(std::wstring text) {
     std::replace_if(
         text.begin(), text.end(),
@@ -93,15 +93,15 @@ constexpr Column kColumns[] = {
     {"VRAM", "MiB", false, 3, [](const std::string&, const GpuRow& row) { return TotalMiB(row); }},
 };
 
-/** Characters of UTF-8 text: every byte but those that continue a character. */
-std::size_t Length(std::string_view text) {
-    return static_cast<std::size_t>(
+// Characters of UTF-8 text: every byte but those that continue a character.
+size_t Length(std::string_view text) {
+    return static_cast<size_t>(
         std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
-std::string Cut(const std::string& text, std::size_t width) {
-    std::size_t characters = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
+std::string Cut(const std::string& text, size_t width) {
+    size_t characters = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
         if ((text[i] & 0xC0) != 0x80 && characters++ == width) {
             return text.substr(0, i);
         }
@@ -109,11 +109,11 @@ std::string Cut(const std::string& text, std::size_t width) {
     return text;
 }
 
-/** One column with the text of all its lines. */
+// One column with the text of all its lines.
 struct FilledColumn {
     const Column* column = nullptr;
     std::vector<std::string> texts;
-    std::size_t width = 0;
+    size_t width = 0;
 };
 
 FilledColumn Fill(const Column& column, const CMachineModel& model) {
@@ -127,16 +127,15 @@ FilledColumn Fill(const Column& column, const CMachineModel& model) {
     return filled;
 }
 
-std::size_t TotalWidth(const std::vector<FilledColumn>& columns) {
-    return std::accumulate(columns.begin(), columns.end(), std::size_t{0},
-                           [](std::size_t sum, const FilledColumn& filled) {
-                               return sum + filled.width + kGap;
-                           }) -
+size_t TotalWidth(const std::vector<FilledColumn>& columns) {
+    return std::accumulate(
+               columns.begin(), columns.end(), size_t{0},
+               [](size_t sum, const FilledColumn& filled) { return sum + filled.width + kGap; }) -
            kGap;
 }
 
-/** Leaves columns out until the rest fits or only those of rank 0 are left. */
-void Fit(std::vector<FilledColumn>& columns, std::size_t width) {
+// Leaves columns out until the rest fits or only those of rank 0 are left.
+void Fit(std::vector<FilledColumn>& columns, size_t width) {
     while (TotalWidth(columns) > width) {
         const auto last = std::max_element(columns.begin(), columns.end(),
                                            [](const FilledColumn& left, const FilledColumn& right) {
@@ -149,7 +148,7 @@ void Fit(std::vector<FilledColumn>& columns, std::size_t width) {
     }
 }
 
-std::string Line(const std::vector<FilledColumn>& columns, std::size_t number) {
+std::string Line(const std::vector<FilledColumn>& columns, size_t number) {
     std::string line;
     for (const FilledColumn& filled : columns) {
         const std::string& text = filled.texts[number];
@@ -180,7 +179,7 @@ std::string WorkerLine(const CMachineModel& model, std::string_view clock) {
                        DriverVersion(model));
 }
 
-std::vector<std::string> GpuLines(const CMachineModel& model, std::size_t width) {
+std::vector<std::string> GpuLines(const CMachineModel& model, size_t width) {
     if (model.Gpus().empty()) {
         return {"No NVIDIA GPU has been reported."};
     }
@@ -190,7 +189,7 @@ std::vector<std::string> GpuLines(const CMachineModel& model, std::size_t width)
     }
     Fit(columns, width);
     std::vector<std::string> lines;
-    for (std::size_t i = 0; i < model.Gpus().size() + 2; ++i) {
+    for (size_t i = 0; i < model.Gpus().size() + 2; ++i) {
         lines.push_back(Line(columns, i));
     }
     return lines;
@@ -203,13 +202,13 @@ std::string CpuLine(const CMachineModel& model) {
 
 }  // namespace
 
-std::string Padded(const std::string& text, std::size_t width) {
-    const std::size_t length = Length(text);
+std::string Padded(const std::string& text, size_t width) {
+    const size_t length = Length(text);
     return length < width ? text + std::string(width - length, ' ') : text;
 }
 
 std::vector<std::string> RenderTable(const CMachineModel& model, std::string_view clock,
-                                     std::size_t width) {
+                                     size_t width) {
     std::vector<std::string> lines = GpuLines(model, width);
     lines.insert(lines.begin(), WorkerLine(model, clock));
     lines.push_back(CpuLine(model));

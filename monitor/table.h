@@ -11,7 +11,7 @@
 namespace zorvane {
 
 /** A width that no table reaches. */
-constexpr std::size_t kAnyWidth = static_cast<std::size_t>(-1);
+constexpr size_t kAnyWidth = static_cast<size_t>(-1);
 
 /**
  * The lines of the table, in UTF-8 and without line ends: the worker, one line for each GPU, and
@@ -19,9 +19,9 @@ constexpr std::size_t kAnyWidth = static_cast<std::size_t>(-1);
  * are left out, the least telling first; lines that are still too long are cut.
  */
 std::vector<std::string> RenderTable(const CMachineModel& model, std::string_view clock,
-                                     std::size_t width);
+                                     size_t width);
 
 /** The text with blanks behind it, `width` characters long at least. */
-std::string Padded(const std::string& text, std::size_t width);
+std::string Padded(const std::string& text, size_t width);
 
 }  // namespace zorvane

@@ -51,7 +51,7 @@ void CLiveTableView::ShowEvent(const Event& event) {
 void CLiveTableView::ShowChange(const CMachineModel& model) {
     const TerminalSize size = m_output.Size();
     // A line as wide as the terminal would wrap, and a table as high would scroll its top away.
-    const std::size_t width = size.columns - 1;
+    const size_t width = size.columns - 1;
     std::vector<std::string> lines = RenderTable(model, LocalClock(), width);
     if (lines.size() >= size.rows) {
         lines.resize(size.rows - 1);
@@ -70,7 +70,7 @@ void CLiveTableView::ShowChange(const CMachineModel& model) {
 void CLiveTableView::ShowNote(const std::string& text) {
     m_output.MoveUp(m_drawn);
     const std::string blanks = Padded("", m_output.Size().columns - 1) + "\n";
-    for (std::size_t i = 0; i < m_drawn; ++i) {
+    for (size_t i = 0; i < m_drawn; ++i) {
         m_output.Write(blanks);
     }
     m_output.MoveUp(m_drawn);

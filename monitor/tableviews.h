@@ -35,7 +35,7 @@ class CLiveTableView : public IView {
   private:
     COutput& m_output;
     /** Lines of the table above the cursor. */
-    std::size_t m_drawn = 0;
+    size_t m_drawn = 0;
     std::string m_table;
 };
 

@@ -1,5 +1,5 @@
 // A Platform.dll for machines that have none of AMD's: it never starts and knows no device.
-#include "amdsdk/platform.h"
+#include "src/amdsdk/platform.h"
 
 namespace {
 

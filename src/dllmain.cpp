@@ -3,10 +3,10 @@
 #include <functional>
 #include <memory>
 
-#include "log/logger.h"
-#include "module.h"
-#include "process/msgloopprocess.h"
-#include "zorvaneprocess.h"
+#include "src/log/logger.h"
+#include "src/module.h"
+#include "src/process/msgloopprocess.h"
+#include "src/zorvaneprocess.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
     if (reason != DLL_PROCESS_ATTACH) {
@@ -20,10 +20,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
     return TRUE;
 }
 
-/**
- * Runs the worker on the calling thread and returns when it has ended. The command line names the
- * stub window (--wnd) and this worker (--entry); it is only read. Reports nothing to its caller.
- */
+// Runs the worker on the calling thread and returns when it has ended. The command line names the
+// stub window (--wnd) and this worker (--entry); it is only read. Reports nothing to its caller.
 extern "C" void ZorvaneProcess(wchar_t* commandLine) {
     const auto host = std::make_shared<CMsgLoopProcess>();
     const auto manager = std::make_shared<CZorvaneProcess>();

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "process/iprocess.h"
+#include "src/process/iprocess.h"
 
 /**
  * One task. Always owned by a std::shared_ptr that was made for the concrete type, which is why

@@ -1,4 +1,4 @@
-#include "module.h"
+#include "src/module.h"
 
 #include <shlwapi.h>
 

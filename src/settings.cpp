@@ -1,6 +1,6 @@
-#include "settings.h"
+#include "src/settings.h"
 
-#include "module.h"
+#include "src/module.h"
 
 namespace {
 

@@ -1,12 +1,14 @@
-#include "zorvaneprocess.h"
+#include "src/zorvaneprocess.h"
 
-#include "amdsdk/amdsdktask.h"
-#include "log/logger.h"
-#include "log/logsite.h"
-#include "nvmlinfo/nvmlinfotask.h"
-#include "settings.h"
+#include "src/amdsdk/amdsdktask.h"
+#include "src/log/logger.h"
+#include "src/log/logsite.h"
+#include "src/nvmlinfo/nvmlinfotask.h"
+#include "src/settings.h"
 
 namespace {
+
+constexpr char kLogSource[] = "src\\zorvaneprocess.cpp";
 
 constexpr DWORD kCyclePauseMs = 1000;
 
@@ -89,7 +91,7 @@ void CZorvaneProcess::RunCycle(const std::shared_ptr<IProcess>& process) {
             continue;
         }
         task->Uninit();
-        m_tasks.erase(m_tasks.begin() + static_cast<std::ptrdiff_t>(position));
+        m_tasks.erase(m_tasks.begin() + static_cast<ptrdiff_t>(position));
         task.reset();
         LOG_INFO(L"task erro. size:%d", static_cast<int>(m_tasks.size()));
     }

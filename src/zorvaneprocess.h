@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "izorvanetask.h"
+#include "src/izorvanetask.h"
 
 /**
  * Decides which tasks exist and runs them once a second, in the order in which they were added,

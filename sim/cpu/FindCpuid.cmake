@@ -48,7 +48,7 @@ file(CONFIGURE OUTPUT "${HEADER}" @ONLY CONTENT [[
 // Made by the build from the library's disassembly.
 #pragma once
 
-#include "cpu/cpuidpatch.h"
+#include "sim/cpu/cpuidpatch.h"
 
 inline constexpr uint32_t kCpuidAddresses[] = {
     @addresses@};

@@ -1,4 +1,4 @@
-#include "cpu/cpuidanswer.h"
+#include "sim/cpu/cpuidanswer.h"
 
 #include <cstring>
 
@@ -7,7 +7,7 @@ namespace {
 constexpr uint32_t kVendorLeaf = 0;
 constexpr uint32_t kSignatureLeaf = 0x80000001;
 constexpr uint32_t kPackageTypeShift = 28;
-constexpr uint32_t kPackageTypeMask = 0xFU << kPackageTypeShift;
+constexpr uint32_t kPackageTypeMask = 0xFu << kPackageTypeShift;
 
 uint32_t FourCharacters(const std::string& text, size_t position) {
     uint32_t number = 0;

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "scenario/scenario.h"
+#include "sim/scenario/scenario.h"
 
 /** The registers that CPUID writes. */
 struct CpuidRegisters {

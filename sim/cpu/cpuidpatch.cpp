@@ -1,4 +1,4 @@
-#include "cpu/cpuidpatch.h"
+#include "sim/cpu/cpuidpatch.h"
 
 #include <windows.h>
 
@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "cpu/cpuidanswer.h"
+#include "sim/cpu/cpuidanswer.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "scenario/scenario.h"
+#include "sim/scenario/scenario.h"
 
 /** Which image it is, and where its CPUID instructions begin, relative to its base. */
 struct CpuidImage {

@@ -4,19 +4,19 @@
 
 #include <filesystem>
 
-#include "cpu/cpuidpatch.h"
 #include "cpuidimage.h"
-#include "process/commandlineargs.h"
-#include "reporterror.h"
-#include "scenario/environment.h"
-#include "scenario/jsonplace.h"
-#include "scenario/scenariofile.h"
-#include "scenario/widetext.h"
-#include "workerlibrary.h"
+#include "host/reporterror.h"
+#include "host/workerlibrary.h"
+#include "sim/cpu/cpuidpatch.h"
+#include "sim/scenario/environment.h"
+#include "sim/scenario/jsonplace.h"
+#include "sim/scenario/scenariofile.h"
+#include "sim/scenario/widetext.h"
+#include "src/process/commandlineargs.h"
 
 namespace {
 
-// Exit codes beside those of EHostExit.
+// Exit codes beside those of HostExit.
 constexpr int kScenarioUnusable = 6;
 constexpr int kProcessorNotSimulated = 7;
 
@@ -42,8 +42,8 @@ int RunOn(const Scenario& scenario) {
     const std::wstring path = LibraryPath();
     CWorkerLibrary library;
     std::wstring error;
-    const EHostExit loaded = library.Load(path, error);
-    if (loaded != EHostExit::kOrderlyEnd) {
+    const HostExit loaded = library.Load(path, error);
+    if (loaded != HostExit::kOrderlyEnd) {
         return Fail(error, static_cast<int>(loaded));
     }
     if (scenario.cpu) {
@@ -54,7 +54,7 @@ int RunOn(const Scenario& scenario) {
                     kProcessorNotSimulated);
     }
     library.Run(GetCommandLineW());
-    return static_cast<int>(EHostExit::kOrderlyEnd);
+    return static_cast<int>(HostExit::kOrderlyEnd);
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
-#include "nvml/nvmlcall.h"
+#include "sim/nvml/nvmlcall.h"
 
 #include <cstring>
 #include <mutex>
 
-#include "scenario/calllog.h"
-#include "scenario/environment.h"
-#include "scenario/scenariofile.h"
+#include "sim/scenario/calllog.h"
+#include "sim/scenario/environment.h"
+#include "sim/scenario/scenariofile.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <functional>
 #include <string>
 
-#include "nvml/nvmlexports.h"
-#include "scenario/scenario.h"
+#include "sim/nvml/nvmlexports.h"
+#include "sim/scenario/scenario.h"
 
 /** What fills the buffers of a failing call that writes nevertheless. */
 inline constexpr unsigned char kGarbageByte = 0x58;

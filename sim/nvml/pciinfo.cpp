@@ -1,7 +1,7 @@
 // Where a GPU sits on the PCI bus, in the three forms that the interface has had.
 #include <cstddef>
 
-#include "nvml/textanswer.h"
+#include "sim/nvml/textanswer.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Readings of a GPU that are numbers.
-#include "nvml/nvmlcall.h"
+#include "sim/nvml/nvmlcall.h"
 
 namespace {
 

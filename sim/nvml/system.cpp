@@ -1,9 +1,9 @@
 // Starting, stopping, counting and finding.
 #include <cstring>
 
-#include "nvml/nvmlcall.h"
-#include "nvml/textanswer.h"
-#include "scenario/calllog.h"
+#include "sim/nvml/nvmlcall.h"
+#include "sim/nvml/textanswer.h"
+#include "sim/scenario/calllog.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "nvml/textanswer.h"
+#include "sim/nvml/textanswer.h"
 
 #include <algorithm>
 

@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-#include "nvml/nvmlcall.h"
+#include "sim/nvml/nvmlcall.h"
 
 /** A call that writes a text of at most `length` bytes, NUL included. */
 NvmlCall TextCall(const char* function, char* buffer, uint32_t length);

@@ -1,5 +1,5 @@
 // Readings of a GPU that are texts.
-#include "nvml/textanswer.h"
+#include "sim/nvml/textanswer.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "nvml/nvmlcall.h"
+#include "sim/nvml/nvmlcall.h"
 
 #ifndef ZORVANE_SIM_CRASH_AFTER_READINGS
 #define ZORVANE_SIM_CRASH_AFTER_READINGS 0

@@ -1,11 +1,11 @@
-#include "platform/device.h"
+#include "sim/platform/device.h"
 
 #include <cstring>
 #include <mutex>
 
-#include "scenario/calllog.h"
-#include "scenario/environment.h"
-#include "scenario/scenariofile.h"
+#include "sim/scenario/calllog.h"
+#include "sim/scenario/environment.h"
+#include "sim/scenario/scenariofile.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 /** The devices of the simulated Platform.dll. */
 #pragma once
 
-#include "platform/vendorobject.h"
-#include "scenario/scenario.h"
+#include "sim/platform/vendorobject.h"
+#include "sim/scenario/scenario.h"
 
 /** The scenario's processor; one without devices, on which Init fails, when it has none. */
 Cpu& CurrentCpu();

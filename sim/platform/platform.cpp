@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/device.h"
-#include "scenario/calllog.h"
-#include "scenario/environment.h"
+#include "sim/platform/device.h"
+#include "sim/scenario/calllog.h"
+#include "sim/scenario/environment.h"
 
 namespace {
 
@@ -91,7 +91,7 @@ void ReportUnusedSlot(size_t number) {
     std::abort();
 }
 
-/** The library's one export; its decorated name is in platform.def. */
+// The library's one export; its decorated name is in platform.def.
 extern "C" VendorObject* GetPlatformObject() {
     LogCall("GetPlatform()");
     return &s_platform;

@@ -41,7 +41,7 @@ constexpr std::array<Slot, Size> UnusedSlots() {
 }
 
 /** What a bool looks like in a register: every bit above its byte is set. */
-inline uint64_t BoolInRegister(bool value) { return ~uint64_t{0xFF} | (value ? 1U : 0U); }
+inline uint64_t BoolInRegister(bool value) { return ~uint64_t{0xFF} | (value ? 1u : 0u); }
 
 /** What a 32-bit number looks like in a register: every bit above it is set. */
 inline uint64_t NumberInRegister(int32_t value) {

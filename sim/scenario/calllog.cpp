@@ -1,8 +1,8 @@
-#include "scenario/calllog.h"
+#include "sim/scenario/calllog.h"
 
 #include <windows.h>
 
-#include "scenario/environment.h"
+#include "sim/scenario/environment.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#include "scenario/scenarioparts.h"
-#include "scenario/widetext.h"
+#include "sim/scenario/scenarioparts.h"
+#include "sim/scenario/widetext.h"
 
 namespace {
 

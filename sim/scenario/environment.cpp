@@ -1,4 +1,4 @@
-#include "scenario/environment.h"
+#include "sim/scenario/environment.h"
 
 #include <windows.h>
 

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "scenario/scenarioparts.h"
+#include "sim/scenario/scenarioparts.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "scenario/jsonplace.h"
+#include "sim/scenario/jsonplace.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "scenario/movingvalue.h"
+#include "sim/scenario/movingvalue.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,7 +20,7 @@ double ValueOf(double constant, double /*seconds*/) { return constant; }
 double ValueOf(const Wave& wave, double seconds) {
     const double periods = seconds / wave.periodSeconds;
     const double fraction = periods - std::floor(periods);
-    const double shape = wave.shape == EWaveShape::kTriangle
+    const double shape = wave.shape == WaveShape::kTriangle
                              ? Triangle(fraction)
                              : std::sin(2 * std::numbers::pi * fraction);
     return wave.base + wave.amplitude * shape;

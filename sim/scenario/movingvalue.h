@@ -7,11 +7,11 @@
 #include <vector>
 
 /** The shape of one period of a wave; each begins at its middle and rises first. */
-enum class EWaveShape { kTriangle, kSine };
+enum class WaveShape { kTriangle, kSine };
 
 /** base + amplitude * shape(seconds / periodSeconds); the shape runs 0, 1, 0, -1, 0. */
 struct Wave {
-    EWaveShape shape = EWaveShape::kTriangle;
+    WaveShape shape = WaveShape::kTriangle;
     double base = 0;
     double amplitude = 0;
     double periodSeconds = 1;

@@ -1,4 +1,4 @@
-#include "scenario/nvmlfunctions.h"
+#include "sim/scenario/nvmlfunctions.h"
 
 std::string_view WithoutVersion(std::string_view entryPoint) {
     return entryPoint.substr(0, entryPoint.rfind("_v"));

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "scenario/movingvalue.h"
+#include "sim/scenario/movingvalue.h"
 
 /** NVML's clock types: graphics, SM, memory, video. */
 inline constexpr size_t kClockTypes = 4;

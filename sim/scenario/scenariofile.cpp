@@ -1,12 +1,12 @@
-#include "scenario/scenariofile.h"
+#include "sim/scenario/scenariofile.h"
 
 #include <fstream>
 #include <sstream>
 
-#include "scenario/calllog.h"
-#include "scenario/environment.h"
-#include "scenario/jsonplace.h"
-#include "scenario/widetext.h"
+#include "sim/scenario/calllog.h"
+#include "sim/scenario/environment.h"
+#include "sim/scenario/jsonplace.h"
+#include "sim/scenario/widetext.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "scenario/scenario.h"
+#include "sim/scenario/scenario.h"
 
 /** The file that ZORVANE_SIM_SCENARIO names, else scenario.json in this module's folder. */
 std::filesystem::path ScenarioPath();

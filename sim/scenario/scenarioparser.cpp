@@ -1,6 +1,6 @@
-#include "scenario/nvmlfunctions.h"
-#include "scenario/scenario.h"
-#include "scenario/scenarioparts.h"
+#include "sim/scenario/nvmlfunctions.h"
+#include "sim/scenario/scenario.h"
+#include "sim/scenario/scenarioparts.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "scenario/jsonplace.h"
-#include "scenario/scenario.h"
+#include "sim/scenario/jsonplace.h"
+#include "sim/scenario/scenario.h"
 
 /** A number, or an object with "perRead", "steps" or "base". */
 CMovingValue ReadMovingValue(const CJsonPlace& place);

@@ -1,16 +1,16 @@
-#include "scenario/nvmlfunctions.h"
-#include "scenario/scenarioparts.h"
+#include "sim/scenario/nvmlfunctions.h"
+#include "sim/scenario/scenarioparts.h"
 
 namespace {
 
 constexpr char kValueForms[] = R"(a number or an object with "perRead", "steps" or "base")";
 
-EWaveShape ReadShape(const CJsonPlace& place) {
+WaveShape ReadShape(const CJsonPlace& place) {
     const std::string name = place.Text();
     if (name != "triangle" && name != "sine") {
         place.Fail(R"("triangle" or "sine")");
     }
-    return name == "sine" ? EWaveShape::kSine : EWaveShape::kTriangle;
+    return name == "sine" ? WaveShape::kSine : WaveShape::kTriangle;
 }
 
 CMovingValue ReadWave(const CJsonPlace& place) {

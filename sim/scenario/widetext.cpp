@@ -1,4 +1,4 @@
-#include "scenario/widetext.h"
+#include "sim/scenario/widetext.h"
 
 #include <windows.h>
 

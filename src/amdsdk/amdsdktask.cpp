@@ -1,4 +1,4 @@
-#include "amdsdk/amdsdktask.h"
+#include "src/amdsdk/amdsdktask.h"
 
 #include <emmintrin.h>
 #include <intrin.h>
@@ -9,15 +9,17 @@
 #include <optional>
 #include <string>
 
-#include "amdsdk/modeloffsets.h"
-#include "amdsdk/processortable.h"
-#include "amdsdk/productname.h"
-#include "amdsdk/utility.h"
-#include "log/logsite.h"
-#include "settings.h"
+#include "src/amdsdk/modeloffsets.h"
+#include "src/amdsdk/processortable.h"
+#include "src/amdsdk/productname.h"
+#include "src/amdsdk/utility.h"
+#include "src/log/logsite.h"
+#include "src/settings.h"
 #include "zorvane/wire.h"
 
 namespace {
+
+constexpr char kLogSource[] = "amdsdk\\amdsdktask.cpp";
 
 constexpr int kTempSourceUndecided = 0;
 constexpr int kTempSourceOffset = 1;
@@ -225,7 +227,7 @@ bool IsSupportedProcessor(bool* skipVbsCheck) {
     const CpuId answer = ExecuteCpuId(0x80000001);
     const auto packageType = static_cast<int32_t>(answer.ebx) >> 28;
     LOG_INFO(L"pkgType:%d, CPUID:%lu", packageType, static_cast<unsigned long>(answer.eax));
-    const EProcessorSupport support = LookUpProcessor(packageType, answer.eax);
-    *skipVbsCheck = support == EProcessorSupport::kYes;
-    return support != EProcessorSupport::kNo;
+    const ProcessorSupport support = LookUpProcessor(packageType, answer.eax);
+    *skipVbsCheck = support == ProcessorSupport::kYes;
+    return support != ProcessorSupport::kNo;
 }

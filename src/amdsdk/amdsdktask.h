@@ -1,8 +1,8 @@
 /** The task that reports the temperature of an AMD processor. */
 #pragma once
 
-#include "amdsdk/platform.h"
-#include "izorvanetask.h"
+#include "src/amdsdk/platform.h"
+#include "src/izorvanetask.h"
 
 /**
  * Reads the CPU temperature through AMD's library and sends it as the text {"CpuTemp":n}. Work

@@ -1,4 +1,4 @@
-#include "amdsdk/modeloffsets.h"
+#include "src/amdsdk/modeloffsets.h"
 
 #include <stdlib.h>
 #include <string.h>

@@ -1,4 +1,4 @@
-#include "amdsdk/processortable.h"
+#include "src/amdsdk/processortable.h"
 
 #include <algorithm>
 #include <iterator>
@@ -12,11 +12,11 @@ constexpr unsigned kType7 = 1u << 7;
 struct Row {
     unsigned packageTypes;
     uint32_t signature;
-    EProcessorSupport support;
+    ProcessorSupport support;
 };
 
-constexpr EProcessorSupport kOlder = EProcessorSupport::kVbsMustBeOff;
-constexpr EProcessorSupport kNewer = EProcessorSupport::kYes;
+constexpr ProcessorSupport kOlder = ProcessorSupport::kVbsMustBeOff;
+constexpr ProcessorSupport kNewer = ProcessorSupport::kYes;
 
 // The differences between the package types are intended, odd as they look.
 constexpr Row kRows[] = {
@@ -42,14 +42,14 @@ constexpr Row kRows[] = {
 
 }  // namespace
 
-EProcessorSupport LookUpProcessor(int32_t packageType, uint32_t signature) {
+ProcessorSupport LookUpProcessor(int32_t packageType, uint32_t signature) {
     if (packageType < 0 || packageType > 7) {
-        return EProcessorSupport::kNo;
+        return ProcessorSupport::kNo;
     }
     const unsigned type = 1u << packageType;
     const Row* row =
         std::find_if(std::begin(kRows), std::end(kRows), [type, signature](const Row& candidate) {
             return (candidate.packageTypes & type) != 0 && candidate.signature == signature;
         });
-    return row == std::end(kRows) ? EProcessorSupport::kNo : row->support;
+    return row == std::end(kRows) ? ProcessorSupport::kNo : row->support;
 }

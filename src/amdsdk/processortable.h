@@ -4,7 +4,7 @@
 #include <cstdint>
 
 /** What is known of a processor. */
-enum class EProcessorSupport {
+enum class ProcessorSupport {
     kNo,
     /** Supported, but only while Virtualization-Based Security is off. */
     kVbsMustBeOff,
@@ -15,4 +15,4 @@ enum class EProcessorSupport {
  * Looks a processor up: `packageType` is EBX of CPUID leaf 0x80000001 shifted right by 28 as a
  * signed number (-8 to 7), `signature` that leaf's whole EAX.
  */
-EProcessorSupport LookUpProcessor(int32_t packageType, uint32_t signature);
+ProcessorSupport LookUpProcessor(int32_t packageType, uint32_t signature);

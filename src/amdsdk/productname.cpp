@@ -1,4 +1,4 @@
-#include "amdsdk/productname.h"
+#include "src/amdsdk/productname.h"
 
 #include <wchar.h>
 

@@ -1,4 +1,4 @@
-#include "amdsdk/utility.h"
+#include "src/amdsdk/utility.h"
 
 #include <windows.h>
 
@@ -6,11 +6,13 @@
 
 #include <string>
 
-#include "amdsdk/servicehandle.h"
-#include "log/logsite.h"
-#include "module.h"
+#include "src/amdsdk/servicehandle.h"
+#include "src/log/logsite.h"
+#include "src/module.h"
 
 namespace {
+
+constexpr char kLogSource[] = "amdsdk\\utility.cpp";
 
 constexpr wchar_t kDriverDevicePath[] = L"\\\\.\\AMDRyzenMasterDriverV15";
 

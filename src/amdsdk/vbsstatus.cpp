@@ -6,7 +6,7 @@
 
 #include <memory>
 
-#include "amdsdk/utility.h"
+#include "src/amdsdk/utility.h"
 
 namespace {
 

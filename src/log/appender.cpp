@@ -1,4 +1,4 @@
-#include "log/appender.h"
+#include "src/log/appender.h"
 
 #include <fcntl.h>
 #include <io.h>
@@ -8,7 +8,7 @@
 #include <sys/timeb.h>
 #include <time.h>
 
-#include "log/criticalsectionguard.h"
+#include "src/log/criticalsectionguard.h"
 
 namespace ZorLog {
 

@@ -1,4 +1,4 @@
-#include "log/locks.h"
+#include "src/log/locks.h"
 
 namespace _BaseModule {
 

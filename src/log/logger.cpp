@@ -1,13 +1,13 @@
-#include "log/logger.h"
+#include "src/log/logger.h"
 
 #include <shlwapi.h>
 
 #include <atomic>
 #include <new>
 
-#include "log/appender.h"
-#include "log/criticalsectionguard.h"
-#include "log/locks.h"
+#include "src/log/appender.h"
+#include "src/log/criticalsectionguard.h"
+#include "src/log/locks.h"
 
 namespace ZorLog {
 

@@ -1,4 +1,4 @@
-#include "log/logsite.h"
+#include "src/log/logsite.h"
 
 #include <stdarg.h>
 #include <stdio.h>
@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-#include "log/logger.h"
+#include "src/log/logger.h"
 
 namespace ZorLog {
 

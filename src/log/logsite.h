@@ -23,10 +23,16 @@ void WriteSite(const char* path, int line, const wchar_t* format, ...);
 
 }  // namespace ZorLog
 
-/** Logs one information-level message; its arguments are not evaluated when the log is silent. */
-#define LOG_INFO(...)                                           \
-    do {                                                        \
-        if (ZorLog::IsSiteEnabled()) {                          \
-            ZorLog::WriteSite(__FILE__, __LINE__, __VA_ARGS__); \
-        }                                                       \
+/**
+ * Logs one information-level message; its arguments are not evaluated when the log is silent.
+ *
+ * A file with log sites defines `constexpr char kLogSource[]`, a path of the form
+ * "folder\\name.cpp". Readers of the log know the sources by name, so it stays what it is when code
+ * moves, and does not depend on how a compiler records paths.
+ */
+#define LOG_INFO(...)                                             \
+    do {                                                          \
+        if (ZorLog::IsSiteEnabled()) {                            \
+            ZorLog::WriteSite(kLogSource, __LINE__, __VA_ARGS__); \
+        }                                                         \
     } while (false)

@@ -1,12 +1,14 @@
-#include "nvmlinfo/dynamicnvml.h"
+#include "src/nvmlinfo/dynamicnvml.h"
 
 #include <windows.h>
 
 #include <initializer_list>
 
-#include "log/logsite.h"
+#include "src/log/logsite.h"
 
 namespace {
+
+constexpr char kLogSource[] = "nvmlinfo\\dynamicnvml.cpp";
 
 // The first of `names` that the library exports, else null.
 template <typename Function>

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "nvmlinfo/nvml.h"
+#include "src/nvmlinfo/nvml.h"
 
 /** An 8-bit text from NVML, always terminated; empty when it could not be read. */
 struct NvmlText {

@@ -1,16 +1,18 @@
-#include "nvmlinfo/nvmlinfotask.h"
+#include "src/nvmlinfo/nvmlinfotask.h"
 
 #include <shlwapi.h>
 
 #include <algorithm>
 #include <iterator>
 
-#include "amdsdk/utility.h"
-#include "log/logsite.h"
-#include "module.h"
+#include "src/amdsdk/utility.h"
+#include "src/log/logsite.h"
+#include "src/module.h"
 #include "zorvane/wire.h"
 
 namespace {
+
+constexpr char kLogSource[] = "nvmlinfo\\nvmlinfotask.cpp";
 
 // One for all instances: the static records are sent once in the life of the process.
 bool s_staticPass = true;

@@ -1,8 +1,8 @@
 /** The task that reports NVIDIA GPUs. */
 #pragma once
 
-#include "izorvanetask.h"
-#include "nvmlinfo/dynamicnvml.h"
+#include "src/izorvanetask.h"
+#include "src/nvmlinfo/dynamicnvml.h"
 
 /**
  * Sends one static record per GPU once per process, and one dynamic record per GPU every cycle,

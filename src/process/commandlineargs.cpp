@@ -1,4 +1,4 @@
-#include "process/commandlineargs.h"
+#include "src/process/commandlineargs.h"
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-#include "process/messageloop.h"
+#include "src/process/messageloop.h"
 
 namespace {
 

@@ -1,15 +1,17 @@
-#include "process/msgloopprocess.h"
+#include "src/process/msgloopprocess.h"
 
 #include <process.h>
 
 #include <algorithm>
 #include <utility>
 
-#include "log/logsite.h"
-#include "process/srwlockguard.h"
+#include "src/log/logsite.h"
+#include "src/process/srwlockguard.h"
 #include "zorvane/wire.h"
 
 namespace {
+
+constexpr char kLogSource[] = "process\\msgloopprocess.cpp";
 
 constexpr UINT kSendTimeoutMs = 1000;
 

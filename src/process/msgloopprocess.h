@@ -4,9 +4,9 @@
 #include <functional>
 #include <string>
 
-#include "process/commandlineargs.h"
-#include "process/iprocess.h"
-#include "process/msgloopthread.h"
+#include "src/process/commandlineargs.h"
+#include "src/process/iprocess.h"
+#include "src/process/msgloopthread.h"
 
 /**
  * Greets the stub window, runs the work function once on a thread of its own, carries the tasks'

@@ -1,9 +1,11 @@
-#include "process/msgloopthread.h"
+#include "src/process/msgloopthread.h"
 
-#include "log/logsite.h"
-#include "process/messageloop.h"
+#include "src/log/logsite.h"
+#include "src/process/messageloop.h"
 
 namespace {
+
+constexpr char kLogSource[] = "process\\msgloopthread.cpp";
 
 CWindowClass s_windowClass;
 

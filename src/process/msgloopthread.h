@@ -1,8 +1,8 @@
 /** A hidden window with its message loop. */
 #pragma once
 
-#include "process/thread.h"
-#include "process/window.h"
+#include "src/process/thread.h"
+#include "src/process/window.h"
 
 /**
  * Owns one hidden, never-shown window and runs the message loop that serves it, on the thread that

@@ -1,9 +1,9 @@
-#include "process/thread.h"
+#include "src/process/thread.h"
 
 #include <objbase.h>
 #include <process.h>
 
-#include "process/srwlockguard.h"
+#include "src/process/srwlockguard.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
-#include "process/window.h"
+#include "src/process/window.h"
 
 #include <stdio.h>
 
 #include <algorithm>
 #include <vector>
 
-#include "module.h"
-#include "process/srwlockguard.h"
+#include "src/module.h"
+#include "src/process/srwlockguard.h"
 
 namespace {
 

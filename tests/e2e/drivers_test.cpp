@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "e2e/records.h"
-#include "e2e/simulatedmachine.h"
+#include "tests/e2e/records.h"
+#include "tests/e2e/simulatedmachine.h"
 
 using testing::Contains;
 using testing::StartsWith;

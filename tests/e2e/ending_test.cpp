@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "e2e/records.h"
-#include "e2e/simulatedmachine.h"
+#include "tests/e2e/records.h"
+#include "tests/e2e/simulatedmachine.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -17,7 +17,7 @@ MachineParts TwoGpusOnly() {
 }
 
 std::vector<std::string> Last(const std::vector<std::string>& lines, size_t count) {
-    return {lines.end() - static_cast<std::ptrdiff_t>(std::min(count, lines.size())), lines.end()};
+    return {lines.end() - static_cast<ptrdiff_t>(std::min(count, lines.size())), lines.end()};
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <regex>
 
-#include "e2e/records.h"
-#include "e2e/simulatedmachine.h"
-#include "support/logfile.h"
+#include "tests/e2e/records.h"
+#include "tests/e2e/simulatedmachine.h"
+#include "tests/support/logfile.h"
 
 using testing::Contains;
 using testing::Each;

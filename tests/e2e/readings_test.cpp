@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "e2e/records.h"
-#include "e2e/simulatedmachine.h"
+#include "tests/e2e/records.h"
+#include "tests/e2e/simulatedmachine.h"
 
 using testing::ElementsAre;
 

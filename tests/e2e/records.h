@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "support/recordingstub.h"
+#include "tests/support/recordingstub.h"
 #include "zorvane/wire.h"
 
 /** Two GPUs; the values of the first change with every reading. */

@@ -1,9 +1,9 @@
-#include "e2e/simulatedmachine.h"
+#include "tests/e2e/simulatedmachine.h"
 
 #include <filesystem>
 #include <sstream>
 
-#include "support/logfile.h"
+#include "tests/support/logfile.h"
 
 namespace {
 

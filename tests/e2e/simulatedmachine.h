@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "support/buildfolder.h"
-#include "support/childprocess.h"
-#include "support/tempfolder.h"
+#include "tests/support/buildfolder.h"
+#include "tests/support/childprocess.h"
+#include "tests/support/tempfolder.h"
 
 /** What is put together for a test. */
 struct MachineParts {

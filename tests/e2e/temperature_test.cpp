@@ -4,9 +4,9 @@
 
 #include <optional>
 
-#include "amdsdk/servicehandle.h"
-#include "e2e/records.h"
-#include "e2e/simulatedmachine.h"
+#include "src/amdsdk/servicehandle.h"
+#include "tests/e2e/records.h"
+#include "tests/e2e/simulatedmachine.h"
 
 using testing::Contains;
 using testing::ElementsAre;

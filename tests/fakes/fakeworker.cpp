@@ -1,24 +1,22 @@
-/**
- * A worker for tests of the stub's side: a window, and a script on its command line. It takes the
- * host's --wnd and --entry; every other word is a step, done in order on a work thread:
- *
- *   hello              the greeting; "hello:W" names the window W instead of its own
- *   static:I  gpu:I    a static or dynamic record of GPU I of 2
- *   unread:I           a dynamic record of GPU I in which nothing could be read
- *   cpu:TEXT           the text under the CPU temperature's code, with its NUL; "rawcpu:" without
- *   bytes:CODE:N       N zero bytes under a code
- *   sender:W           further payloads claim to come from the window W
- *   repeat:MS          does the steps before it again, after a pause, for ever
- *   sleep:MS           a pause
- *   env:NAME           exits with the value of an environment variable as its code
- *   deaf               from now on the stop message is ignored
- *   blind              from now on a missing stub window is ignored
- *   exit:CODE          ends at once
- *   crash              ends with an access violation
- *
- * After the last step it waits for its end: the stop message, or the stub window's disappearance,
- * either with exit code 0.
- */
+// A worker for tests of the stub's side: a window, and a script on its command line. It takes the
+// host's --wnd and --entry; every other word is a step, done in order on a work thread:
+//
+//   hello              the greeting; "hello:W" names the window W instead of its own
+//   static:I  gpu:I    a static or dynamic record of GPU I of 2
+//   unread:I           a dynamic record of GPU I in which nothing could be read
+//   cpu:TEXT           the text under the CPU temperature's code, with its NUL; "rawcpu:" without
+//   bytes:CODE:N       N zero bytes under a code
+//   sender:W           further payloads claim to come from the window W
+//   repeat:MS          does the steps before it again, after a pause, for ever
+//   sleep:MS           a pause
+//   env:NAME           exits with the value of an environment variable as its code
+//   deaf               from now on the stop message is ignored
+//   blind              from now on a missing stub window is ignored
+//   exit:CODE          ends at once
+//   crash              ends with an access violation
+//
+// After the last step it waits for its end: the stop message, or the stub window's disappearance,
+// either with exit code 0.
 #include <windows.h>
 // After windows.h, which it needs.
 #include <shellapi.h>
@@ -41,9 +39,9 @@ HWND s_window = nullptr;
 HWND s_sender = nullptr;
 std::wstring s_entry;
 
-/** The number behind the n-th colon, 0 when there is none. */
+// The number behind the n-th colon, 0 when there is none.
 long Number(const std::wstring& step, int n = 1) {
-    std::size_t at = 0;
+    size_t at = 0;
     for (int i = 0; i < n; ++i) {
         at = step.find(L':', at);
         if (at == std::wstring::npos) {
@@ -54,9 +52,9 @@ long Number(const std::wstring& step, int n = 1) {
     return std::wcstol(step.c_str() + at, nullptr, 10);
 }
 
-HWND AsWindow(long value) { return reinterpret_cast<HWND>(static_cast<std::intptr_t>(value)); }
+HWND AsWindow(long value) { return reinterpret_cast<HWND>(static_cast<intptr_t>(value)); }
 
-void Send(DWORD code, const void* bytes, std::size_t size) {
+void Send(DWORD code, const void* bytes, size_t size) {
     std::vector<char> copy(static_cast<const char*>(bytes), static_cast<const char*>(bytes) + size);
     COPYDATASTRUCT data{code, static_cast<DWORD>(size), copy.data()};
     SendMessageTimeoutW(s_stub, WM_COPYDATA, reinterpret_cast<WPARAM>(s_sender),
@@ -71,11 +69,11 @@ void SendHello(const std::wstring& step) {
     HelloPayload hello{};
     SetText(hello.entry, s_entry);
     const HWND named = step == L"hello" ? s_window : AsWindow(Number(step));
-    hello.hostWnd = reinterpret_cast<std::uint64_t>(named);
+    hello.hostWnd = reinterpret_cast<uint64_t>(named);
     Send(kCopyDataHello, &hello, sizeof(hello));
 }
 
-NvmlGpuRecord BareRecord(std::uint32_t kind, std::uint32_t index) {
+NvmlGpuRecord BareRecord(uint32_t kind, uint32_t index) {
     NvmlGpuRecord record{};
     SetText(record.entry, s_entry);
     record.kind = kind;
@@ -85,7 +83,7 @@ NvmlGpuRecord BareRecord(std::uint32_t kind, std::uint32_t index) {
     return record;
 }
 
-void SendGpu(std::uint32_t kind, std::uint32_t index) {
+void SendGpu(uint32_t kind, uint32_t index) {
     NvmlGpuRecord record = BareRecord(kind, index);
     record.gpuUtilizationPercent = 10 + index;
     record.memoryUtilizationPercent = 20 + index;
@@ -97,13 +95,13 @@ void SendGpu(std::uint32_t kind, std::uint32_t index) {
     record.pciDeviceId = 0x268410DE;
     const std::string busId = "00000000:0" + std::to_string(record.pciBus) + ":00.0";
     busId.copy(record.pciBusId, sizeof(record.pciBusId) - 1);
-    for (std::uint32_t type = 0; type < kClockTypeCount; ++type) {
+    for (uint32_t type = 0; type < kClockTypeCount; ++type) {
         record.clockMHz[type] = 1000 + type;
     }
     if (kind == kGpuRecordStatic) {
-        record.totalMemoryKiB = 24ULL << 20;
+        record.totalMemoryKiB = 24ull << 20;
         SetText(record.driverVersion, L"535.98");
-        for (std::uint32_t& clock : record.maxClockMHz) {
+        for (uint32_t& clock : record.maxClockMHz) {
             clock = 2000;
         }
     }
@@ -119,7 +117,7 @@ void SendCpu(const std::wstring& step, bool terminated) {
 }
 
 void SendZeros(const std::wstring& step) {
-    const std::vector<char> zeros(static_cast<std::size_t>(Number(step, 2)));
+    const std::vector<char> zeros(static_cast<size_t>(Number(step, 2)));
     Send(static_cast<DWORD>(Number(step)), zeros.data(), zeros.size());
 }
 
@@ -136,13 +134,13 @@ void SendZeros(const std::wstring& step) {
 
 void Crash() {
     // An address that the compiler does not see through.
-    volatile std::uintptr_t nowhere = 8;
+    volatile uintptr_t nowhere = 8;
     *reinterpret_cast<volatile int*>(nowhere) = 1;
 }
 
 void Do(const std::wstring& step) {
     const std::wstring_view verb = std::wstring_view(step).substr(0, step.find(L':'));
-    const auto index = static_cast<std::uint32_t>(Number(step));
+    const auto index = static_cast<uint32_t>(Number(step));
     if (verb == L"hello") {
         SendHello(step);
     }
@@ -189,13 +187,13 @@ void Do(const std::wstring& step) {
 }
 
 void RunScript(const std::vector<std::wstring>& steps) {
-    for (std::size_t at = 0; at < steps.size(); ++at) {
+    for (size_t at = 0; at < steps.size(); ++at) {
         Do(steps[at]);
         if (!steps[at].starts_with(L"repeat:")) {
             continue;
         }
         Sleep(static_cast<DWORD>(Number(steps[at])));
-        at = static_cast<std::size_t>(-1);
+        at = static_cast<size_t>(-1);
     }
 }
 

@@ -1,4 +1,4 @@
-#include "support/buildfolder.h"
+#include "tests/support/buildfolder.h"
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-#include "support/childprocess.h"
+#include "tests/support/childprocess.h"
 
 #include <stdexcept>
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "client/environment.h"
-#include "support/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 /** Runs one program, in a job that ends with this object, and keeps what it prints. */
 class CChildProcess {

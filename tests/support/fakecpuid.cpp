@@ -1,4 +1,4 @@
-#include "support/fakecpuid.h"
+#include "tests/support/fakecpuid.h"
 
 #include <windows.h>
 

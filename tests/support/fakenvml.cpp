@@ -1,4 +1,4 @@
-#include "support/fakenvml.h"
+#include "tests/support/fakenvml.h"
 
 #include <windows.h>
 
@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace {
 

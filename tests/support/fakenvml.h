@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "nvmlinfo/nvml.h"
+#include "src/nvmlinfo/nvml.h"
 
 /** What the library answers about one GPU. Texts are written as they are, whatever their length. */
 struct FakeGpu {

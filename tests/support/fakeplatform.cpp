@@ -1,6 +1,6 @@
-#include "support/fakeplatform.h"
+#include "tests/support/fakeplatform.h"
 
-#include "support/slottable.h"
+#include "tests/support/slottable.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "amdsdk/platform.h"
+#include "src/amdsdk/platform.h"
 
 /**
  * The platform that this program's GetPlatform answers with. Behaviour is set through the

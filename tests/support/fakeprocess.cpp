@@ -1,4 +1,4 @@
-#include "support/fakeprocess.h"
+#include "tests/support/fakeprocess.h"
 
 #include "zorvane/wire.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "process/iprocess.h"
+#include "src/process/iprocess.h"
 
 /** Keeps what tasks hand over and answers WaitQuit as told. Used on one thread. */
 class CFakeProcess : public IProcess {

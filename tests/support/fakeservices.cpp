@@ -1,9 +1,9 @@
-#include "support/fakeservices.h"
+#include "tests/support/fakeservices.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "support/logfile.h"
+#include "tests/support/logfile.h"
 
 std::vector<std::string> SplitLines(const std::string& text) {
     std::vector<std::string> lines;

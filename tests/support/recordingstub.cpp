@@ -1,4 +1,4 @@
-#include "support/recordingstub.h"
+#include "tests/support/recordingstub.h"
 
 #include <algorithm>
 #include <chrono>

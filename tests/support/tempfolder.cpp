@@ -1,4 +1,4 @@
-#include "support/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 #include <windows.h>
 

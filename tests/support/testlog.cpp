@@ -1,7 +1,7 @@
-#include "support/testlog.h"
+#include "tests/support/testlog.h"
 
-#include "log/logger.h"
-#include "support/logfile.h"
+#include "src/log/logger.h"
+#include "tests/support/logfile.h"
 
 CTestLog::CTestLog() {
     ZorLog::ShutdownLogger();

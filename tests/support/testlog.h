@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "support/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 /** Opens the process-wide log in a folder of its own, and closes and deletes it. */
 class CTestLog {

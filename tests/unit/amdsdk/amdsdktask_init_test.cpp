@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "amdsdk/amdsdktask.h"
-#include "fakemachine.h"
-#include "support/testlog.h"
+#include "src/amdsdk/amdsdktask.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/amdsdk/fakemachine.h"
 
 // Starting the task: each step with what it asks, and that nothing is asked after a step that
 // fails.

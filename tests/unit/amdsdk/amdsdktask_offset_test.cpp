@@ -1,6 +1,6 @@
 #include <limits>
 
-#include "executefixture.h"
+#include "tests/unit/amdsdk/executefixture.h"
 
 // Run steps of a task whose source is the CPU's temperature less an offset. The source is picked
 // once in the life of a process, so all tests of this program have this one.
@@ -33,7 +33,7 @@ class COffsetTest : public CExecuteTest {
 
     Lines NewMessages() const {
         const Lines all = m_log.Messages();
-        return {all.begin() + static_cast<std::ptrdiff_t>(m_settled), all.end()};
+        return {all.begin() + static_cast<ptrdiff_t>(m_settled), all.end()};
     }
 
     size_t m_settled = 0;
@@ -114,7 +114,7 @@ TEST_F(COffsetTest, EveryListedNameHasItsOffset) {
 
 TEST_F(COffsetTest, LongNamesAreLookedAtForTheir256BytesOnly) {
     SetCurrent(100);
-    for (const size_t length : {255U, 256U, 257U, 4096U}) {
+    for (const size_t length : {255u, 256u, 257u, 4096u}) {
         const std::wstring unlisted(length, L'x');
         m_platform.cpuName = unlisted.c_str();
         EXPECT_EQ(Execute(), 1);
@@ -199,7 +199,7 @@ TEST_F(COffsetTest, FailingStatusIsLoggedByItsTextAndCountsAsZero) {
         EXPECT_EQ(m_platform.calls,
                   (Lines{"GetDeviceManager", "GetDevice(0, 0)", "GetCurrentTemperature"}));
         const Lines messages = m_log.Messages();
-        ASSERT_GE(messages.size(), 2U);
+        ASSERT_GE(messages.size(), 2u);
         EXPECT_EQ(messages[messages.size() - 2],
                   std::string("[amdsdktask] GetCurrentTemperature ") + failure.text);
     }

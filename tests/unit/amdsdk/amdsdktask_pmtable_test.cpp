@@ -1,7 +1,7 @@
 #include <cmath>
 #include <limits>
 
-#include "executefixture.h"
+#include "tests/unit/amdsdk/executefixture.h"
 
 // Run steps of a task whose source is the PM table. The source is picked once in the life of a
 // process, so all tests of this program have this one.
@@ -28,8 +28,8 @@ class CPMTableTest : public CExecuteTest {
 TEST_F(CPMTableTest, ReadingIsSentAsJsonWithItsNulUnderCode3345) {
     SetPMTable(47);
     EXPECT_EQ(Execute(), 1);
-    ASSERT_EQ(m_process->messages.size(), 1U);
-    EXPECT_EQ(m_process->messages[0].code, 3345U);
+    ASSERT_EQ(m_process->messages.size(), 1u);
+    EXPECT_EQ(m_process->messages[0].code, 3345u);
     EXPECT_EQ(m_process->messages[0].payload, std::string("{\"CpuTemp\":47}\0", 15));
     EXPECT_EQ(m_writes, Lines{});
     EXPECT_EQ(NewMessages(), Lines{"[amdsdktask] GetCurrentTemperature 47.00 Celsius"});
@@ -141,7 +141,7 @@ TEST_F(CPMTableTest, FailingStatusIsLoggedByItsTextAndCountsAsZero) {
         EXPECT_EQ(TakeTexts(), Lines{});
         EXPECT_EQ(m_writes, kSwitchedOff);
         const Lines messages = m_log.Messages();
-        ASSERT_GE(messages.size(), 2U);
+        ASSERT_GE(messages.size(), 2u);
         EXPECT_EQ(messages[messages.size() - 2],
                   std::string("[amdsdktask] GetPMTableData ") + failure.text);
         EXPECT_EQ(messages.back(), "[amdsdktask] temp is 0");
@@ -154,7 +154,7 @@ TEST_F(CPMTableTest, StatusThatHasNoTextIsAFailureToo) {
         m_platform.pmTable = [status](PMTableData*) { return status; };
         EXPECT_EQ(Execute(), 0) << status;
         const Lines messages = m_log.Messages();
-        ASSERT_GE(messages.size(), 2U);
+        ASSERT_GE(messages.size(), 2u);
         EXPECT_THAT(messages[messages.size() - 2],
                     testing::StartsWith("[amdsdktask] GetPMTableData "));
     }

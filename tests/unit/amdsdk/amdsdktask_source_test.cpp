@@ -1,4 +1,4 @@
-#include "executefixture.h"
+#include "tests/unit/amdsdk/executefixture.h"
 
 // The choice of the source, which a process makes once: each test has a process of its own.
 
@@ -21,7 +21,7 @@ class CSourceTest : public CExecuteTest {
         m_platform.calls.clear();
         EXPECT_EQ(Execute(), 1);
         EXPECT_EQ(TakeTexts(), Lines{Json("50")});
-        EXPECT_EQ(CountOf("GetPMTableData"), 0U);
+        EXPECT_EQ(CountOf("GetPMTableData"), 0u);
     }
 
     // The first step sends what the PM table gives; from then on nothing else is asked, also when
@@ -36,8 +36,8 @@ class CSourceTest : public CExecuteTest {
         SetPMTable(48);
         EXPECT_EQ(Execute(), 1);
         EXPECT_EQ(TakeTexts(), Lines{Json("48")});
-        EXPECT_EQ(CountOf("GetPMTableData"), 3U);
-        EXPECT_EQ(CountOf("GetCurrentTemperature"), 0U);
+        EXPECT_EQ(CountOf("GetPMTableData"), 3u);
+        EXPECT_EQ(CountOf("GetCurrentTemperature"), 0u);
     }
 };
 
@@ -98,7 +98,7 @@ TEST_F(CSourceTest, OffsetMethodIsKeptWhenItGivesZeroLater) {
     ExpectOffsetIsPicked();
     SetCurrent(0);
     EXPECT_EQ(Execute(), 0);
-    EXPECT_EQ(CountOf("GetPMTableData"), 0U);
+    EXPECT_EQ(CountOf("GetPMTableData"), 0u);
 }
 
 TEST_F(CSourceTest, ChoiceOutlivesTheTaskThatMadeIt) {
@@ -109,7 +109,7 @@ TEST_F(CSourceTest, ChoiceOutlivesTheTaskThatMadeIt) {
     CAMDSDKTask another(&GetPlatform());
     EXPECT_EQ(another.Execute(m_process), 1);
     EXPECT_EQ(TakeTexts(), Lines{Json("50")});
-    EXPECT_EQ(CountOf("GetPMTableData"), 0U);
+    EXPECT_EQ(CountOf("GetPMTableData"), 0u);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-#include "amdsdk/amdsdktask.h"
+#include "src/amdsdk/amdsdktask.h"
 
-#include "executefixture.h"
+#include "tests/unit/amdsdk/executefixture.h"
 
 // What needs no reading.
 
@@ -16,7 +16,7 @@ TEST_F(CAmdTaskTest, IsAlwaysSupportedAndAsksNothing) {
 
 TEST_F(CAmdTaskTest, UninitShutsTheLibraryDownAndThenDeletesTheDriverService) {
     m_task.Uninit();
-    ASSERT_EQ(m_platform.calls.size(), 7U);
+    ASSERT_EQ(m_platform.calls.size(), 7u);
     EXPECT_EQ(m_platform.calls.front(), "UnInit");
     EXPECT_THAT(m_platform.calls, testing::Contains("DeleteService(service1)"));
     EXPECT_EQ(m_log.Messages(), Lines{"[utility] DeleteService AMDRyzenMasterDriverV15 success."});

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "support/fakeservices.h"
-#include "support/testlog.h"
+#include "tests/support/fakeservices.h"
+#include "tests/support/testlog.h"
 
 using Lines = std::vector<std::string>;
 

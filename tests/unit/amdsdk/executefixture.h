@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "amdsdk/amdsdktask.h"
-#include "support/fakeplatform.h"
-#include "support/fakeprocess.h"
-#include "support/fakeservices.h"
-#include "support/importpatch.h"
-#include "support/testlog.h"
+#include "src/amdsdk/amdsdktask.h"
+#include "tests/support/fakeplatform.h"
+#include "tests/support/fakeprocess.h"
+#include "tests/support/fakeservices.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
 #include "zorvane/wire.h"
 
 using Lines = std::vector<std::string>;

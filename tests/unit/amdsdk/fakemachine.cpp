@@ -1,11 +1,11 @@
-#include "fakemachine.h"
+#include "tests/unit/amdsdk/fakemachine.h"
 
 #include <gtest/gtest.h>
 #include <shlobj.h>
 
 #include <cstring>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "fakewmi.h"
-#include "support/fakecpuid.h"
-#include "support/fakeplatform.h"
-#include "support/fakeservices.h"
+#include "tests/support/fakecpuid.h"
+#include "tests/support/fakeplatform.h"
+#include "tests/support/fakeservices.h"
+#include "tests/unit/amdsdk/fakewmi.h"
 
 /**
  * Answers all that the AMD task asks the system when it starts, for its own life; one at a time. As

@@ -1,11 +1,11 @@
-#include "fakewindows.h"
+#include "tests/unit/amdsdk/fakewindows.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "support/fakeservices.h"
-#include "support/importpatch.h"
+#include "tests/support/fakeservices.h"
+#include "tests/support/importpatch.h"
 
 namespace {
 
@@ -31,9 +31,9 @@ BOOL WINAPI IsWow64Process2Fake(HANDLE process, USHORT* processMachine, USHORT* 
 
 void WINAPI RtlGetNtVersionNumbersFake(DWORD* major, DWORD* minor, DWORD* build) {
     s_windows->calls.emplace_back("RtlGetNtVersionNumbers()");
-    EXPECT_EQ(*major, 0U);
-    EXPECT_EQ(*minor, 0U);
-    EXPECT_EQ(*build, 0U);
+    EXPECT_EQ(*major, 0u);
+    EXPECT_EQ(*minor, 0u);
+    EXPECT_EQ(*build, 0u);
     *major = s_windows->major;
     *minor = s_windows->minor;
     *build = 0xF0004A61;
@@ -65,7 +65,7 @@ struct CFakeWindows::Patches {
             expected.dwOSVersionInfoSize = 284;
             expected.wProductType = 1;
             EXPECT_EQ(std::memcmp(version, &expected, sizeof(expected)), 0);
-            EXPECT_EQ(types, 0x80U);
+            EXPECT_EQ(types, 0x80u);
             EXPECT_EQ(condition, VerSetConditionMask(0, VER_PRODUCT_TYPE, VER_EQUAL));
             windows.calls.emplace_back("VerifyVersionInfoW()");
             return windows.isWorkstation ? TRUE : FALSE;

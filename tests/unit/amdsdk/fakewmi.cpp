@@ -1,10 +1,10 @@
-#include "fakewmi.h"
+#include "tests/unit/amdsdk/fakewmi.h"
 
 #include <wbemidl.h>
 
-#include "support/fakeservices.h"
-#include "support/importpatch.h"
-#include "support/slottable.h"
+#include "tests/support/fakeservices.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/slottable.h"
 
 namespace {
 

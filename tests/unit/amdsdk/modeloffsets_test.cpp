@@ -1,4 +1,4 @@
-#include "amdsdk/modeloffsets.h"
+#include "src/amdsdk/modeloffsets.h"
 
 #include <gtest/gtest.h>
 
@@ -93,7 +93,7 @@ TEST(ModelOffsets, OtherWhiteSpaceThanBlanksStaysAndMatchesNothing) {
 TEST(BlankFreeName, NullNameIsEmpty) { EXPECT_EQ(BlankFreeName(nullptr), ""); }
 
 TEST(BlankFreeName, NamesOfMoreThan255CharactersAreCutAt256Bytes) {
-    for (const size_t length : {254U, 255U, 256U, 257U, 300U, 5000U}) {
+    for (const size_t length : {254u, 255u, 256u, 257u, 300u, 5000u}) {
         EXPECT_EQ(BlankFreeName(std::wstring(length, L'x').c_str()),
                   std::string(std::min<size_t>(length, 256), 'x'))
             << length;

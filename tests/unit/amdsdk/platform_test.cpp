@@ -1,10 +1,10 @@
-#include "amdsdk/platform.h"
+#include "src/amdsdk/platform.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "support/slottable.h"
+#include "tests/support/slottable.h"
 
 // The far side is made by another compiler: what stands in a register above the bits of a result
 // is anything. So the functions here answer with the whole register.

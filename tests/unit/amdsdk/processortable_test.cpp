@@ -1,4 +1,4 @@
-#include "amdsdk/processortable.h"
+#include "src/amdsdk/processortable.h"
 
 #include <gtest/gtest.h>
 
@@ -8,15 +8,15 @@
 
 namespace {
 
-constexpr EProcessorSupport kNo = EProcessorSupport::kNo;
-constexpr EProcessorSupport kVbsMustBeOff = EProcessorSupport::kVbsMustBeOff;
-constexpr EProcessorSupport kYes = EProcessorSupport::kYes;
+constexpr ProcessorSupport kNo = ProcessorSupport::kNo;
+constexpr ProcessorSupport kVbsMustBeOff = ProcessorSupport::kVbsMustBeOff;
+constexpr ProcessorSupport kYes = ProcessorSupport::kYes;
 
 struct Processor {
     uint32_t signature;
-    EProcessorSupport type0;
-    EProcessorSupport type2;
-    EProcessorSupport type7;
+    ProcessorSupport type0;
+    ProcessorSupport type2;
+    ProcessorSupport type7;
 };
 
 constexpr Processor kListed[] = {
@@ -44,7 +44,7 @@ constexpr Processor kListed[] = {
 constexpr int32_t kLowestType = -8;
 constexpr int32_t kHighestType = 7;
 
-EProcessorSupport Expected(const Processor& processor, int32_t type) {
+ProcessorSupport Expected(const Processor& processor, int32_t type) {
     switch (type) {
         case 0:
             return processor.type0;
@@ -72,7 +72,7 @@ TEST(ProcessorTable, SignaturesThatDifferInOneBitAreNotSupportedUnlessTheyAreLis
                    [](const Processor& processor) { return processor.signature; });
     for (const uint32_t signature : listed) {
         for (unsigned bit = 0; bit < 32; ++bit) {
-            const uint32_t other = signature ^ 1U << bit;
+            const uint32_t other = signature ^ 1u << bit;
             for (int32_t type = kLowestType; type <= kHighestType && !listed.contains(other);
                  ++type) {
                 EXPECT_EQ(LookUpProcessor(type, other), kNo)

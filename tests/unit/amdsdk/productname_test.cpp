@@ -1,10 +1,10 @@
-#include "amdsdk/productname.h"
+#include "src/amdsdk/productname.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace {
 

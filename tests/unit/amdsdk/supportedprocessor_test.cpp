@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "amdsdk/amdsdktask.h"
-#include "support/fakecpuid.h"
-#include "support/testlog.h"
+#include "src/amdsdk/amdsdktask.h"
+#include "tests/support/fakecpuid.h"
+#include "tests/support/testlog.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#include "amdsdk/utility.h"
-#include "driverservicefixture.h"
+#include "src/amdsdk/utility.h"
+#include "tests/unit/amdsdk/driverservicefixture.h"
 
 namespace {
 
@@ -60,7 +60,7 @@ TEST_F(CDeleteDriverTest, SimilarWordsDoNotKeepTheService) {
         m_services.commandLine = commandLine;
         m_calls.clear();
         DeleteDriver();
-        EXPECT_EQ(m_calls.size(), 6U) << Quoted(commandLine);
+        EXPECT_EQ(m_calls.size(), 6u) << Quoted(commandLine);
     }
 }
 

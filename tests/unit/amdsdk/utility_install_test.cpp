@@ -1,6 +1,6 @@
-#include "amdsdk/utility.h"
-#include "driverservicefixture.h"
-#include "log/logger.h"
+#include "src/amdsdk/utility.h"
+#include "src/log/logger.h"
+#include "tests/unit/amdsdk/driverservicefixture.h"
 
 namespace {
 
@@ -147,7 +147,7 @@ TEST_F(CFileGoneTest, SecondCreationTreatsNoErrorSpecially) {
         m_services.errors["CreateServiceW"] = {0, error};
         m_calls.clear();
         EXPECT_EQ(InstallDriver(), 0);
-        ASSERT_GE(m_calls.size(), 3U);
+        ASSERT_GE(m_calls.size(), 3u);
         EXPECT_THAT(Lines(m_calls.end() - 3, m_calls.end()),
                     testing::ElementsAre(testing::StartsWith("CloseServiceHandle(service"),
                                          testing::StartsWith("CreateServiceW("),
@@ -166,7 +166,7 @@ TEST_F(CFileGoneTest, SecondStartTreatsNoErrorSpecially) {
         m_services.errors["StartServiceW"] = {ERROR_PATH_NOT_FOUND, error};
         m_calls.clear();
         EXPECT_EQ(InstallDriver(), 0);
-        ASSERT_GE(m_calls.size(), 3U);
+        ASSERT_GE(m_calls.size(), 3u);
         EXPECT_THAT(Lines(m_calls.end() - 3, m_calls.end()),
                     testing::ElementsAre(testing::StartsWith("StartServiceW(service"),
                                          testing::StartsWith("CloseServiceHandle(service"),
@@ -194,7 +194,7 @@ TEST_F(CInstallDriverTest, StepsAreTheSameWhenTheLogIsSilent) {
     m_services.errors["CreateServiceW"] = {ERROR_ACCESS_DENIED};
     m_services.errors["StartServiceW"] = {ERROR_INVALID_HANDLE};
     EXPECT_EQ(InstallDriver(), 0);
-    EXPECT_EQ(m_calls.size(), 5U);
+    EXPECT_EQ(m_calls.size(), 5u);
 }
 
 }  // namespace

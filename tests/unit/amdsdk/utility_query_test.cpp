@@ -1,5 +1,5 @@
-#include "amdsdk/utility.h"
-#include "driverservicefixture.h"
+#include "src/amdsdk/utility.h"
+#include "tests/unit/amdsdk/driverservicefixture.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ TEST_F(CQueryDrvServiceTest, EveryStateButRunningCountsAsNotRunning) {
         m_services.state = state;
         EXPECT_EQ(QueryDrvService(), -1) << state;
         const Lines messages = m_log.Messages();
-        ASSERT_GE(messages.size(), 2U);
+        ASSERT_GE(messages.size(), 2u);
         EXPECT_EQ(messages[messages.size() - 2],
                   "[utility] service is not running. " + std::to_string(state));
     }

@@ -2,9 +2,9 @@
 
 #include <ostream>
 
-#include "amdsdk/utility.h"
-#include "fakewindows.h"
-#include "support/testlog.h"
+#include "src/amdsdk/utility.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/amdsdk/fakewindows.h"
 
 // What the process finds out about Windows once: each test has a process of its own.
 

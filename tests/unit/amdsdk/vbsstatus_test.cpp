@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <wbemidl.h>
 
-#include "amdsdk/utility.h"
-#include "fakewmi.h"
+#include "src/amdsdk/utility.h"
+#include "tests/unit/amdsdk/fakewmi.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ class CVbsStatusTest : public testing::Test {
     void ExpectFailure(const char* function, HRESULT result, size_t steps, const Calls& cleanUp) {
         m_wmi.results[function] = result;
         EXPECT_EQ(QueryVbsStatus(&m_status), 1);
-        const auto end = kQuery.begin() + static_cast<std::ptrdiff_t>(steps);
+        const auto end = kQuery.begin() + static_cast<ptrdiff_t>(steps);
         EXPECT_EQ(m_calls, Join({Calls(kQuery.begin(), end), cleanUp}));
         EXPECT_EQ(m_status, kUntouched);
         EXPECT_EQ(m_wmi.openTexts, 0);
@@ -92,7 +92,7 @@ TEST_F(CVbsStatusTest, QueryWithoutInstancesSucceedsAndLeavesTheStatus) {
 TEST_F(CVbsStatusTest, InstanceGivesTheStatusAndIsReleased) {
     m_wmi.AddInstance(Number(2));
     EXPECT_EQ(QueryVbsStatus(&m_status), 0);
-    EXPECT_EQ(m_status, 2U);
+    EXPECT_EQ(m_status, 2u);
     EXPECT_EQ(m_calls, Join({kQuery, kInstance, kEnd}));
     EXPECT_EQ(m_wmi.openTexts, 0);
 }
@@ -102,7 +102,7 @@ TEST_F(CVbsStatusTest, LastInstanceWins) {
     m_wmi.AddInstance(Number(1));
     m_wmi.AddInstance(Number(0));
     EXPECT_EQ(QueryVbsStatus(&m_status), 0);
-    EXPECT_EQ(m_status, 0U);
+    EXPECT_EQ(m_status, 0u);
     EXPECT_EQ(m_calls, Join({kQuery, kInstance, kInstance, kInstance, kEnd}));
 }
 
@@ -111,7 +111,7 @@ TEST_F(CVbsStatusTest, NumberIsTakenWhateverTheTypeOfTheValueSays) {
     for (const VARTYPE type : kTypes) {
         m_wmi.AddInstance(Number(-2, type));
         EXPECT_EQ(QueryVbsStatus(&m_status), 0);
-        EXPECT_EQ(m_status, 0xFFFFFFFEU) << type;
+        EXPECT_EQ(m_status, 0xFFFFFFFEu) << type;
         m_status = kUntouched;
     }
 }
@@ -132,7 +132,7 @@ TEST_F(CVbsStatusTest, InstanceWithoutThePropertyCountsAsOff) {
     m_wmi.results["Get"] = static_cast<HRESULT>(WBEM_E_NOT_FOUND);
     m_wmi.AddInstance(Number(2));
     EXPECT_EQ(QueryVbsStatus(&m_status), 0);
-    EXPECT_EQ(m_status, 0U);
+    EXPECT_EQ(m_status, 0u);
     EXPECT_EQ(m_calls, Join({kQuery, kInstance, kEnd}));
 }
 
@@ -143,7 +143,7 @@ TEST_F(CVbsStatusTest, ResultsThatAreNotNegativeGoOn) {
     }
     m_wmi.AddInstance(Number(1));
     EXPECT_EQ(QueryVbsStatus(&m_status), 0);
-    EXPECT_EQ(m_status, 1U);
+    EXPECT_EQ(m_status, 1u);
     EXPECT_EQ(m_calls, Join({kQuery, kInstance, kEnd}));
 }
 
@@ -151,7 +151,7 @@ TEST_F(CVbsStatusTest, EnumerationGoesOnAfterAFailingResultThatReturnedAnObject)
     m_wmi.AddInstance(Number(1), static_cast<HRESULT>(WBEM_E_TRANSPORT_FAILURE));
     m_wmi.AddInstance(Number(3), WBEM_S_TIMEDOUT);
     EXPECT_EQ(QueryVbsStatus(&m_status), 0);
-    EXPECT_EQ(m_status, 3U);
+    EXPECT_EQ(m_status, 3u);
     EXPECT_EQ(m_calls, Join({kQuery, kInstance, kInstance, kEnd}));
 }
 

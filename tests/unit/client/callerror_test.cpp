@@ -7,7 +7,7 @@ namespace {
 
 TEST(CallErrorTest, NamesTheCallTheTextAndTheCode) {
     const std::string text = Describe({"CreateProcessW x.exe", ERROR_ACCESS_DENIED});
-    EXPECT_EQ(text.rfind("CreateProcessW x.exe: ", 0), 0U) << text;
+    EXPECT_EQ(text.rfind("CreateProcessW x.exe: ", 0), 0u) << text;
     EXPECT_TRUE(text.ends_with(" (5)")) << text;
     EXPECT_GT(text.size(), std::string("CreateProcessW x.exe:  (5)").size());
     EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos);
@@ -19,7 +19,7 @@ TEST(CallErrorTest, HasATextForACodeThatTheSystemDoesNotKnow) {
 
 TEST(CallErrorTest, KeepsTheLastErrorOfTheThread) {
     SetLastError(1234);
-    EXPECT_EQ(LastCallError("Call").code, 1234U);
+    EXPECT_EQ(LastCallError("Call").code, 1234u);
 }
 
 }  // namespace

@@ -67,7 +67,7 @@ TEST(CommandLineTest, LeavesTheLibraryOutWhenTheHostIsToTakeItsOwn) {
 }
 
 TEST(CommandLineTest, WritesAWindowHandleAsASignedDecimalOf32Bits) {
-    const auto window = [](std::uintptr_t value) { return reinterpret_cast<HWND>(value); };
+    const auto window = [](uintptr_t value) { return reinterpret_cast<HWND>(value); };
     EXPECT_EQ(WindowText(window(132456)), L"132456");
     EXPECT_EQ(WindowText(window(0xFFFFFFFF80000001)), L"-2147483647");
     EXPECT_EQ(WindowText(window(0x80000001)), L"-2147483647");

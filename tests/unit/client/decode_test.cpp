@@ -10,33 +10,33 @@ namespace zorvane {
 namespace {
 
 template <typename T>
-Payload PayloadOf(std::uint64_t code, const T& value) {
+Payload PayloadOf(uint64_t code, const T& value) {
     Payload payload{code, sizeof(T), std::vector<std::byte>(sizeof(T))};
     std::memcpy(payload.bytes.data(), &value, sizeof(T));
     return payload;
 }
 
 Payload TextPayload(std::string_view text) {
-    Payload payload{kCopyDataStop, static_cast<std::uint32_t>(text.size()), {}};
+    Payload payload{kCopyDataStop, static_cast<uint32_t>(text.size()), {}};
     for (const char c : text) {
         payload.bytes.push_back(static_cast<std::byte>(c));
     }
     return payload;
 }
 
-/** {"CpuTemp":...} with its NUL. */
+// {"CpuTemp":...} with its NUL.
 Payload CpuPayload(const std::string& value) {
     return TextPayload(std::string(R"({"CpuTemp":)") + value + "}" + '\0');
 }
 
-/** The error that a payload decodes to; a test failure when it is none. */
+// The error that a payload decodes to; a test failure when it is none.
 PayloadError ErrorOf(const Payload& payload) {
     const Decoded decoded = Decode(payload);
     const auto* error = std::get_if<PayloadError>(&decoded);
-    if (error == nullptr) {
+    if (!error) {
         ADD_FAILURE() << "decoded to alternative " << decoded.index();
     }
-    return error != nullptr ? *error : PayloadError{PayloadFault::kUnknownCode, "none"};
+    return error ? *error : PayloadError{PayloadFault::kUnknownCode, "none"};
 }
 
 template <typename Wide>
@@ -44,8 +44,8 @@ void Put(Wide (&field)[kWireTextLength], std::basic_string_view<Wide> text) {
     text.copy(field, kWireTextLength - 1);
 }
 
-/** A record in which everything was read. */
-NvmlGpuRecord FullRecord(std::uint32_t kind) {
+// A record in which everything was read.
+NvmlGpuRecord FullRecord(uint32_t kind) {
     NvmlGpuRecord record{};
     Put<wchar_t>(record.entry, L"Temp");
     record.kind = kind;
@@ -60,7 +60,7 @@ NvmlGpuRecord FullRecord(std::uint32_t kind) {
     Put<wchar_t>(record.serial, L"serial");
     Put<wchar_t>(record.vbiosVersion, L"vbios");
     Put<wchar_t>(record.driverVersion, L"driver");
-    for (std::uint32_t i = 0; i < kClockTypeCount; ++i) {
+    for (uint32_t i = 0; i < kClockTypeCount; ++i) {
         record.maxClockMHz[i] = 2000 + i;
         record.clockMHz[i] = 1000 + i;
     }
@@ -72,7 +72,7 @@ NvmlGpuRecord FullRecord(std::uint32_t kind) {
     return record;
 }
 
-NvmlGpuRecord UnreadRecord(std::uint32_t kind) {
+NvmlGpuRecord UnreadRecord(uint32_t kind) {
     NvmlGpuRecord record{};
     record.kind = kind;
     record.gpuCount = 1;
@@ -93,31 +93,31 @@ TEST(DecodeTest, ReadsEveryFieldOfADynamicRecord) {
     const auto reading =
         std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, FullRecord(kGpuRecordDynamic))));
     EXPECT_EQ(reading.entry, L"Temp");
-    EXPECT_EQ(reading.index, 1U);
-    EXPECT_EQ(reading.count, 3U);
+    EXPECT_EQ(reading.index, 1u);
+    EXPECT_EQ(reading.count, 3u);
     EXPECT_EQ(reading.name, L"GPU");
-    EXPECT_EQ(reading.gpuUtilizationPercent, 22U);
-    EXPECT_EQ(reading.memoryUtilizationPercent, 11U);
-    EXPECT_EQ(reading.temperatureCelsius, 55U);
-    EXPECT_EQ(reading.fanSpeedPercent, 101U);
-    EXPECT_EQ(reading.clocksMHz, (Clocks{1000U, 1001U, 1002U, 1003U}));
+    EXPECT_EQ(reading.gpuUtilizationPercent, 22u);
+    EXPECT_EQ(reading.memoryUtilizationPercent, 11u);
+    EXPECT_EQ(reading.temperatureCelsius, 55u);
+    EXPECT_EQ(reading.fanSpeedPercent, 101u);
+    EXPECT_EQ(reading.clocksMHz, (Clocks{1000u, 1001u, 1002u, 1003u}));
     ASSERT_TRUE(reading.pci);
-    EXPECT_EQ(reading.pci->domain, 1U);
-    EXPECT_EQ(reading.pci->bus, 2U);
-    EXPECT_EQ(reading.pci->device, 3U);
-    EXPECT_EQ(reading.pci->deviceId, 0x268410DEU);
+    EXPECT_EQ(reading.pci->domain, 1u);
+    EXPECT_EQ(reading.pci->bus, 2u);
+    EXPECT_EQ(reading.pci->device, 3u);
+    EXPECT_EQ(reading.pci->deviceId, 0x268410DEu);
     EXPECT_EQ(reading.pci->busId, "00000001:02:03.0");
 }
 
 TEST(DecodeTest, ReadsWhatAStaticRecordHasBesides) {
     const auto fixed =
         std::get<GpuStatic>(Decode(PayloadOf(kCopyDataTaskData, FullRecord(kGpuRecordStatic))));
-    EXPECT_EQ(fixed.first.temperatureCelsius, 55U);
-    EXPECT_EQ(fixed.totalMemoryKiB, 0x100000001U);
+    EXPECT_EQ(fixed.first.temperatureCelsius, 55u);
+    EXPECT_EQ(fixed.totalMemoryKiB, 0x100000001u);
     EXPECT_EQ(fixed.serial, L"serial");
     EXPECT_EQ(fixed.vbiosVersion, L"vbios");
     EXPECT_EQ(fixed.driverVersion, L"driver");
-    EXPECT_EQ(fixed.maxClocksMHz, (Clocks{2000U, 2001U, 2002U, 2003U}));
+    EXPECT_EQ(fixed.maxClocksMHz, (Clocks{2000u, 2001u, 2002u, 2003u}));
 }
 
 TEST(DecodeTest, GivesNothingForWhatCouldNotBeRead) {
@@ -139,8 +139,8 @@ TEST(DecodeTest, KeepsAnIdleGpusUtilisationOfZero) {
     NvmlGpuRecord record = UnreadRecord(kGpuRecordDynamic);
     record.temperatureCelsius = 30;
     const auto reading = std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record)));
-    EXPECT_EQ(reading.gpuUtilizationPercent, 0U);
-    EXPECT_EQ(reading.memoryUtilizationPercent, 0U);
+    EXPECT_EQ(reading.gpuUtilizationPercent, 0u);
+    EXPECT_EQ(reading.memoryUtilizationPercent, 0u);
 }
 
 TEST(DecodeTest, GivesNoUtilisationOfAGpuOfWhichNothingCouldBeRead) {
@@ -173,7 +173,7 @@ TEST(DecodeTest, TakesAStandingFanForAReading) {
     NvmlGpuRecord record = UnreadRecord(kGpuRecordDynamic);
     record.fanSpeedPercent = 0;
     EXPECT_EQ(std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record))).fanSpeedPercent,
-              0U);
+              0u);
 }
 
 TEST(DecodeTest, KeepsTheClocksBeforeTheFirstFailure) {
@@ -181,7 +181,7 @@ TEST(DecodeTest, KeepsTheClocksBeforeTheFirstFailure) {
     record.clockMHz[kClockGraphics] = 300;
     record.clockMHz[kClockSm] = 301;
     const auto reading = std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record)));
-    EXPECT_EQ(reading.clocksMHz, (Clocks{300U, 301U, std::nullopt, std::nullopt}));
+    EXPECT_EQ(reading.clocksMHz, (Clocks{300u, 301u, std::nullopt, std::nullopt}));
 }
 
 TEST(DecodeTest, TakesABusIdAloneForALocation) {
@@ -212,7 +212,7 @@ TEST(DecodeTest, NamesTheTextFieldThatHasNoTerminator) {
         errorWithout(&NvmlGpuRecord::serial),        errorWithout(&NvmlGpuRecord::vbiosVersion),
         errorWithout(&NvmlGpuRecord::driverVersion), errorWithout(&NvmlGpuRecord::pciBusId)};
     const char* names[] = {"entry", "name", "serial", "vbiosVersion", "driverVersion", "pciBusId"};
-    for (std::size_t i = 0; i < std::size(errors); ++i) {
+    for (size_t i = 0; i < std::size(errors); ++i) {
         EXPECT_EQ(errors[i].fault, PayloadFault::kNotTerminated);
         EXPECT_EQ(errors[i].text,
                   std::string("GPU record: ") + names[i] + " has no terminating NUL");
@@ -228,7 +228,7 @@ TEST(DecodeTest, RefusesAHelloWithoutTerminator) {
 }
 
 TEST(DecodeTest, RefusesAnUnknownKind) {
-    for (const std::uint32_t kind : {0U, 3U, 0xFFFFFFFFU}) {
+    for (const uint32_t kind : {0u, 3u, 0xFFFFFFFFu}) {
         const PayloadError error = ErrorOf(PayloadOf(kCopyDataTaskData, FullRecord(kind)));
         EXPECT_EQ(error.fault, PayloadFault::kBadRecord);
         EXPECT_EQ(error.text, "GPU record: unknown kind " + std::to_string(kind));
@@ -257,8 +257,8 @@ TEST(DecodeTest, SaysWhichSizeItExpected) {
 }
 
 TEST(DecodeTest, BelievesTheBytesNotTheSize) {
-    for (const std::uint64_t code : {kCopyDataHello, kCopyDataTaskData, kCopyDataStop}) {
-        for (const std::uint32_t size : {20U, 72U, 448U}) {
+    for (const uint64_t code : {kCopyDataHello, kCopyDataTaskData, kCopyDataStop}) {
+        for (const uint32_t size : {20u, 72u, 448u}) {
             EXPECT_EQ(ErrorOf({code, size, std::vector<std::byte>(10)}).fault,
                       PayloadFault::kWrongSize);
         }
@@ -266,7 +266,7 @@ TEST(DecodeTest, BelievesTheBytesNotTheSize) {
 }
 
 TEST(DecodeTest, RefusesEveryOtherLengthWhateverTheBytes) {
-    for (std::uint32_t size = 0; size < 600; ++size) {
+    for (uint32_t size = 0; size < 600; ++size) {
         for (const auto fill : {std::byte{0}, std::byte{1}, std::byte{'x'}, std::byte{0xFF}}) {
             const std::vector<std::byte> bytes(size, fill);
             if (size != sizeof(HelloPayload)) {

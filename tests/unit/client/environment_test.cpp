@@ -49,7 +49,7 @@ TEST(EnvironmentTest, StartsFromTheProcessesOwnEnvironmentAndLeavesThatAlone) {
     const std::wstring block = Text(ChangedOwnEnvironment({{L"ZORVANE_TEST_NEW", L"new"}}));
     EXPECT_NE(block.find(Literal(L"\0ZORVANE_TEST_KEPT=kept\0"sv)), std::wstring::npos);
     EXPECT_NE(block.find(Literal(L"\0ZORVANE_TEST_NEW=new\0"sv)), std::wstring::npos);
-    EXPECT_EQ(GetEnvironmentVariableW(L"ZORVANE_TEST_NEW", nullptr, 0), 0U);
+    EXPECT_EQ(GetEnvironmentVariableW(L"ZORVANE_TEST_NEW", nullptr, 0), 0u);
 }
 
 }  // namespace

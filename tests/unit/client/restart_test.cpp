@@ -19,12 +19,12 @@ TEST(RestartTest, DoublesThePauseUpToAMinute) {
 }
 
 TEST(RestartTest, CountsOnWhileWorkersDieYoung) {
-    EXPECT_EQ(NextAttempt(0, 0ms), 1U);
-    EXPECT_EQ(NextAttempt(1, 59999ms), 2U);
+    EXPECT_EQ(NextAttempt(0, 0ms), 1u);
+    EXPECT_EQ(NextAttempt(1, 59999ms), 2u);
 }
 
 TEST(RestartTest, BeginsAnewAfterAWorkerThatLivedAMinute) {
-    EXPECT_EQ(NextAttempt(7, 60000ms), 1U);
+    EXPECT_EQ(NextAttempt(7, 60000ms), 1u);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace zorvane {
 namespace {

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <thread>
 
-#include "support/importpatch.h"
-#include "unit/client/fakeworker.h"
+#include "tests/support/importpatch.h"
+#include "tests/unit/client/fakeworker.h"
 
 namespace zorvane {
 namespace {
@@ -27,7 +27,7 @@ class StubWindowTest : public testing::Test {
         ASSERT_FALSE(error) << Describe(*error);
     }
 
-    /** Sends from another thread while this one runs its message loop; the window's answer. */
+    // Sends from another thread while this one runs its message loop; the window's answer.
     LRESULT SendFromOutside(ULONG_PTR code, const std::vector<char>& bytes, WPARAM sender = 0) {
         std::atomic<bool> done{false};
         LRESULT answer = -1;
@@ -51,8 +51,8 @@ TEST_F(StubWindowTest, DeliversACopyOfThePayloadAndWhoSentIt) {
     EXPECT_EQ(SendFromOutside(0x100000D11, {'a', 'b', '\0'}, 77), TRUE);
     ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 1; }));
     EXPECT_EQ(m_senders[0], reinterpret_cast<HWND>(WPARAM{77}));
-    EXPECT_EQ(m_payloads[0].code, 0x100000D11U);
-    EXPECT_EQ(m_payloads[0].size, 3U);
+    EXPECT_EQ(m_payloads[0].code, 0x100000D11u);
+    EXPECT_EQ(m_payloads[0].size, 3u);
     EXPECT_EQ(m_payloads[0].bytes,
               (std::vector<std::byte>{std::byte{'a'}, std::byte{'b'}, std::byte{0}}));
 }
@@ -69,7 +69,7 @@ TEST_F(StubWindowTest, KeepsTheOrderOfArrival) {
         SendCopyData(m_stub.Handle(), 0, code, {});
     }
     ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 5; }));
-    for (std::size_t i = 0; i < 5; ++i) {
+    for (size_t i = 0; i < 5; ++i) {
         EXPECT_EQ(m_payloads[i].code, i + 1);
     }
 }
@@ -77,20 +77,20 @@ TEST_F(StubWindowTest, KeepsTheOrderOfArrival) {
 TEST_F(StubWindowTest, KeepsTheBeginAndTheTrueSizeOfAnOversizedPayload) {
     EXPECT_EQ(SendFromOutside(1, std::vector<char>(100000, 'x')), TRUE);
     ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 1; }));
-    EXPECT_EQ(m_payloads[0].size, 100000U);
+    EXPECT_EQ(m_payloads[0].size, 100000u);
     EXPECT_EQ(m_payloads[0].bytes.size(), CStubWindow::kKeptBytes);
 }
 
 TEST_F(StubWindowTest, TakesAPayloadOfNoBytes) {
     EXPECT_EQ(SendFromOutside(1, {}), TRUE);
     ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 1; }));
-    EXPECT_EQ(m_payloads[0].size, 0U);
+    EXPECT_EQ(m_payloads[0].size, 0u);
     EXPECT_TRUE(m_payloads[0].bytes.empty());
 }
 
 TEST_F(StubWindowTest, AnswersFalseWithoutDataAndWhenTheQueueIsFull) {
     EXPECT_EQ(SendMessageW(m_stub.Handle(), WM_COPYDATA, 0, 0), FALSE);
-    for (std::size_t i = 0; i < CStubWindow::kLongestQueue; ++i) {
+    for (size_t i = 0; i < CStubWindow::kLongestQueue; ++i) {
         ASSERT_EQ(SendCopyData(m_stub.Handle(), 0, 1, {'a'}), TRUE);
     }
     EXPECT_EQ(SendCopyData(m_stub.Handle(), 0, 1, {'a'}), FALSE);

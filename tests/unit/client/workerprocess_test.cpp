@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "client/messagewindow.h"
-#include "support/importpatch.h"
-#include "unit/client/fakeworker.h"
+#include "tests/support/importpatch.h"
+#include "tests/unit/client/fakeworker.h"
 
 namespace zorvane {
 namespace {
@@ -38,9 +38,9 @@ class WorkerProcessTest : public testing::Test {
 
 TEST_F(WorkerProcessTest, TellsTheWindowOfTheEndAndKeepsTheExitCode) {
     ASSERT_FALSE(Start(FakeWorker({L"exit:42"})));
-    EXPECT_NE(m_process.Id(), 0U);
+    EXPECT_NE(m_process.Id(), 0u);
     ASSERT_TRUE(WaitForEnd());
-    EXPECT_EQ(m_process.ExitCode(), 42U);
+    EXPECT_EQ(m_process.ExitCode(), 42u);
 }
 
 TEST_F(WorkerProcessTest, GivesTheCodeOfACrash) {
@@ -54,8 +54,8 @@ TEST_F(WorkerProcessTest, SetsVariablesForTheWorkerOnly) {
     command.environment = {{L"ZORVANE_TEST_CODE", L"23"}};
     ASSERT_FALSE(Start(command));
     ASSERT_TRUE(WaitForEnd());
-    EXPECT_EQ(m_process.ExitCode(), 23U);
-    EXPECT_EQ(GetEnvironmentVariableW(L"ZORVANE_TEST_CODE", nullptr, 0), 0U);
+    EXPECT_EQ(m_process.ExitCode(), 23u);
+    EXPECT_EQ(GetEnvironmentVariableW(L"ZORVANE_TEST_CODE", nullptr, 0), 0u);
 }
 
 TEST_F(WorkerProcessTest, HasNoExitCodeWhileTheWorkerRuns) {
@@ -72,7 +72,7 @@ TEST_F(WorkerProcessTest, EndsTheWorkerWhenItIsClosed) {
     ASSERT_TRUE(process);
     m_process.Close();
     EXPECT_EQ(WaitForSingleObject(process.get(), kTimeoutMs), WAIT_OBJECT_0);
-    EXPECT_EQ(m_process.Id(), 0U);
+    EXPECT_EQ(m_process.Id(), 0u);
 }
 
 TEST_F(WorkerProcessTest, EndsTheWorkerWithTheLastHandleOfItsJob) {
@@ -97,7 +97,7 @@ TEST_F(WorkerProcessTest, NamesTheHostThatIsMissing) {
     ASSERT_TRUE(error);
     EXPECT_NE(error->call.find("missing host.exe"), std::string::npos) << error->call;
     EXPECT_EQ(error->code, static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(m_process.Id(), 0U);
+    EXPECT_EQ(m_process.Id(), 0u);
 }
 
 TEST_F(WorkerProcessTest, LeavesNoProcessWhenTheJobRefusesIt) {
@@ -110,7 +110,7 @@ TEST_F(WorkerProcessTest, LeavesNoProcessWhenTheJobRefusesIt) {
     const auto error = Start(FakeWorker({}));
     ASSERT_TRUE(error);
     EXPECT_EQ(error->call, "AssignProcessToJobObject");
-    EXPECT_EQ(m_process.Id(), 0U);
+    EXPECT_EQ(m_process.Id(), 0u);
     const CUniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, id));
     EXPECT_TRUE(!process || WaitForSingleObject(process.get(), kTimeoutMs) == WAIT_OBJECT_0);
 }
@@ -135,7 +135,7 @@ TEST_P(CreationFlagsTest, KeepCtrlCFromTheWorkerAndOpenNoConsole) {
             return FALSE;
         });
     ASSERT_TRUE(Start(FakeWorker({})));
-    EXPECT_NE(flags & CREATE_NEW_PROCESS_GROUP, 0U);
+    EXPECT_NE(flags & CREATE_NEW_PROCESS_GROUP, 0u);
     EXPECT_EQ((flags & CREATE_NO_WINDOW) != 0, GetParam().hidesConsole);
 }
 

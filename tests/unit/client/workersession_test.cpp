@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/importpatch.h"
-#include "unit/client/fakeworker.h"
+#include "tests/support/importpatch.h"
+#include "tests/unit/client/fakeworker.h"
 
 namespace zorvane {
 namespace {
@@ -11,7 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 using Steps = std::vector<StopStep>;
 
-/** Keeps what a session tells. */
+// Keeps what a session tells.
 class CRecorder : public IWorkerListener {
   public:
     void OnHello(const Hello& hello) override { hellos.push_back(hello); }
@@ -37,7 +37,7 @@ class CRecorder : public IWorkerListener {
 
 class WorkerSessionTest : public testing::Test {
   protected:
-    /** Grace times that no healthy worker needs. */
+    // Grace times that no healthy worker needs.
     static constexpr StopTimes kPatient{60s, 60s};
     static constexpr StopTimes kImpatient{50ms, 50ms};
 
@@ -51,7 +51,7 @@ class WorkerSessionTest : public testing::Test {
         return PumpUntil([this] { return !m_told.hellos.empty(); });
     }
 
-    bool WaitForExit(std::size_t count = 1) {
+    bool WaitForExit(size_t count = 1) {
         return PumpUntil([this, count] { return m_told.exits.size() == count; });
     }
 
@@ -62,11 +62,11 @@ class WorkerSessionTest : public testing::Test {
 TEST_F(WorkerSessionTest, TellsEverythingThatAWorkerSendsBeforeItsEnd) {
     Start({L"hello", L"static:0", L"gpu:1", L"cpu:{\"CpuTemp\":47}", L"exit:0"});
     ASSERT_TRUE(WaitForExit());
-    ASSERT_EQ(m_told.hellos.size(), 1U);
+    ASSERT_EQ(m_told.hellos.size(), 1u);
     EXPECT_EQ(m_told.hellos[0].entry, L"test worker");
-    ASSERT_EQ(m_told.statics.size(), 1U);
+    ASSERT_EQ(m_told.statics.size(), 1u);
     EXPECT_EQ(m_told.statics[0].driverVersion, L"535.98");
-    ASSERT_EQ(m_told.readings.size(), 1U);
+    ASSERT_EQ(m_told.readings.size(), 1u);
     EXPECT_EQ(m_told.readings[0].name, L"Fake GPU 1");
     EXPECT_EQ(m_told.cpus, std::vector<int>{47});
     EXPECT_TRUE(m_told.faults.empty());
@@ -84,7 +84,7 @@ TEST_F(WorkerSessionTest, SkipsBadPayloadsAndGoesOn) {
               (std::vector<PayloadFault>{PayloadFault::kWrongSize, PayloadFault::kWrongSize,
                                          PayloadFault::kUnknownCode, PayloadFault::kNotTerminated,
                                          PayloadFault::kBadText, PayloadFault::kBadRecord}));
-    EXPECT_EQ(m_told.readings.size(), 1U);
+    EXPECT_EQ(m_told.readings.size(), 1u);
 }
 
 TEST_F(WorkerSessionTest, EndsAWorkerInOrderByTheStopMessage) {
@@ -92,7 +92,7 @@ TEST_F(WorkerSessionTest, EndsAWorkerInOrderByTheStopMessage) {
     ASSERT_TRUE(WaitForHello());
     m_session->Stop();
     ASSERT_TRUE(WaitForExit());
-    EXPECT_EQ(m_told.exits[0].code, 0U);
+    EXPECT_EQ(m_told.exits[0].code, 0u);
     EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
 }
 
@@ -100,7 +100,7 @@ TEST_F(WorkerSessionTest, SendsTheStopMessageThatWasAskedForBeforeTheHello) {
     Start({L"blind", L"sleep:50", L"hello"});
     m_session->Stop();
     ASSERT_TRUE(WaitForExit());
-    EXPECT_EQ(m_told.exits[0].code, 0U);
+    EXPECT_EQ(m_told.exits[0].code, 0u);
     EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
 }
 
@@ -109,7 +109,7 @@ TEST_F(WorkerSessionTest, TakesTheStubWindowFromAWorkerThatIgnoresTheStopMessage
     ASSERT_TRUE(WaitForHello());
     m_session->Stop();
     ASSERT_TRUE(WaitForExit());
-    EXPECT_EQ(m_told.exits[0].code, 0U);
+    EXPECT_EQ(m_told.exits[0].code, 0u);
     EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken}));
     EXPECT_EQ(m_told.reasons[1], "no end within 50 ms");
 }
@@ -147,7 +147,7 @@ TEST_F(WorkerSessionTest, TakesTheStubWindowAtOnceWhenTheStopMessageIsKeptFromTh
     m_session->Stop();
     EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken}));
     ASSERT_TRUE(WaitForExit());
-    EXPECT_EQ(m_told.exits[0].code, 0U);
+    EXPECT_EQ(m_told.exits[0].code, 0u);
 }
 
 TEST_F(WorkerSessionTest, WaitsOnWhenTheStopMessageTimesOut) {
@@ -172,7 +172,7 @@ TEST_F(WorkerSessionTest, TellsThatAWorkerCrashed) {
     ASSERT_TRUE(WaitForExit());
     EXPECT_EQ(m_told.exits[0].kind, ExitKind::kCrash);
     EXPECT_EQ(DescribeExit(m_told.exits[0]), "crashed: access violation (0xC0000005)");
-    EXPECT_EQ(m_told.readings.size(), 1U);
+    EXPECT_EQ(m_told.readings.size(), 1u);
 }
 
 TEST_F(WorkerSessionTest, TellsAHostsFailureFromACrash) {
@@ -183,8 +183,7 @@ TEST_F(WorkerSessionTest, TellsAHostsFailureFromACrash) {
 }
 
 TEST_F(WorkerSessionTest, RefusesAHelloThatNamesAWindowOfAnotherProcess) {
-    const std::wstring desktop =
-        std::to_wstring(reinterpret_cast<std::uintptr_t>(GetDesktopWindow()));
+    const std::wstring desktop = std::to_wstring(reinterpret_cast<uintptr_t>(GetDesktopWindow()));
     Start({L"hello:" + desktop, L"hello:0", L"gpu:0", L"sleep:60000"});
     ASSERT_TRUE(PumpUntil([this] { return !m_told.readings.empty(); }));
     EXPECT_TRUE(m_told.hellos.empty());
@@ -193,11 +192,10 @@ TEST_F(WorkerSessionTest, RefusesAHelloThatNamesAWindowOfAnotherProcess) {
 }
 
 TEST_F(WorkerSessionTest, TakesPayloadsOfAWrongSenderAndSaysSo) {
-    const std::wstring desktop =
-        std::to_wstring(reinterpret_cast<std::uintptr_t>(GetDesktopWindow()));
+    const std::wstring desktop = std::to_wstring(reinterpret_cast<uintptr_t>(GetDesktopWindow()));
     Start({L"hello", L"sender:0", L"gpu:0", L"sender:" + desktop, L"gpu:0", L"exit:0"});
     ASSERT_TRUE(WaitForExit());
-    EXPECT_EQ(m_told.readings.size(), 2U);
+    EXPECT_EQ(m_told.readings.size(), 2u);
     EXPECT_EQ(m_told.faults, std::vector<PayloadFault>{PayloadFault::kForeignSender});
 }
 
@@ -218,8 +216,8 @@ TEST_F(WorkerSessionTest, StartsAgainFromWithinTheNewsOfTheEnd) {
     told.session = &session;
     ASSERT_FALSE(session.Start(FakeWorker({L"hello", L"crash"})));
     ASSERT_TRUE(PumpUntil([&] { return told.exits.size() == 2; }));
-    EXPECT_EQ(told.hellos.size(), 2U);
-    EXPECT_EQ(told.exits[1].code, 7U);
+    EXPECT_EQ(told.hellos.size(), 2u);
+    EXPECT_EQ(told.exits[1].code, 7u);
     EXPECT_EQ(told.exits[0].kind, ExitKind::kCrash);
 }
 

@@ -1,4 +1,4 @@
-#include "imports.h"
+#include "host/imports.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "libraryfolder.h"
+#include "tests/unit/host/libraryfolder.h"
 
 using testing::Contains;
 using testing::IsEmpty;

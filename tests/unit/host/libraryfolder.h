@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <string>
 
-#include "support/buildfolder.h"
-#include "support/tempfolder.h"
+#include "tests/support/buildfolder.h"
+#include "tests/support/tempfolder.h"
 
 /** A folder that takes copies of the build's files. */
 class CLibraryFolder {

@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "libraryfolder.h"
-#include "support/childprocess.h"
-#include "workerlibrary.h"
+#include "host/workerlibrary.h"
+#include "tests/support/childprocess.h"
+#include "tests/unit/host/libraryfolder.h"
 
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -16,7 +16,7 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr DWORD Code(EHostExit exit) { return static_cast<DWORD>(exit); }
+constexpr DWORD Code(HostExit exit) { return static_cast<DWORD>(exit); }
 
 // What a program printed as UTF-16.
 std::wstring WideOutput(const CChildProcess& process) {
@@ -27,7 +27,7 @@ std::wstring WideOutput(const CChildProcess& process) {
 }
 
 // Runs the host, which must fail with `exit`, and answers its one line on standard error.
-std::string FailureOf(const CLibraryFolder& folder, const std::wstring& words, EHostExit exit) {
+std::string FailureOf(const CLibraryFolder& folder, const std::wstring& words, HostExit exit) {
     const CChildProcess host(folder.PathOf(L"zorvanehost.exe"), words);
     EXPECT_EQ(host.Wait(), Code(exit));
     EXPECT_THAT(host.Output(), IsEmpty());
@@ -52,7 +52,7 @@ TEST_F(Host, HandsItsWholeCommandLineToTheLibraryBesideIt) {
     const std::wstring program = m_folder.PathOf(L"zorvanehost.exe");
     const std::wstring words = L"--wnd=12  --entry=\"a b\" 100%s \x00E4\x4E2D";
     const CChildProcess host(program, words);
-    EXPECT_EQ(host.Wait(), Code(EHostExit::kOrderlyEnd));
+    EXPECT_EQ(host.Wait(), Code(HostExit::kOrderlyEnd));
     EXPECT_THAT(host.Errors(), IsEmpty());
     EXPECT_EQ(WideOutput(host), L"\"" + program + L"\" " + words);
 }
@@ -62,48 +62,48 @@ TEST_F(Host, LoadsTheLibraryThatIsNamed) {
     const std::wstring library = m_folder.CopyAs(L"tests", L"recordingworker.dll", L"other.dll");
     const CChildProcess host(m_folder.PathOf(L"zorvanehost.exe"),
                              L"\"--library=" + library + L"\" --entry=x");
-    EXPECT_EQ(host.Wait(), Code(EHostExit::kOrderlyEnd));
+    EXPECT_EQ(host.Wait(), Code(HostExit::kOrderlyEnd));
     EXPECT_TRUE(WideOutput(host).ends_with(L"--entry=x"));
 }
 
 TEST_F(Host, FailsWhenThereIsNoLibraryBesideIt) {
-    EXPECT_THAT(FailureOf(m_folder, L"--entry=x", EHostExit::kLibraryMissing),
+    EXPECT_THAT(FailureOf(m_folder, L"--entry=x", HostExit::kLibraryMissing),
                 HasSubstr("\\Zorvane.dll not found: "));
 }
 
 TEST_F(Host, FailsWhenTheNamedLibraryIsMissing) {
     m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
-    EXPECT_THAT(FailureOf(m_folder, L"--library=C:\\nowhere\\w.dll", EHostExit::kLibraryMissing),
+    EXPECT_THAT(FailureOf(m_folder, L"--library=C:\\nowhere\\w.dll", HostExit::kLibraryMissing),
                 HasSubstr("C:\\nowhere\\w.dll not found: "));
 }
 
 TEST_F(Host, FailsWhenTheNameOfTheLibraryIsEmpty) {
     m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
     for (const wchar_t* words : {L"--library", L"--library="}) {
-        EXPECT_THAT(FailureOf(m_folder, words, EHostExit::kLibraryMissing),
+        EXPECT_THAT(FailureOf(m_folder, words, HostExit::kLibraryMissing),
                     HasSubstr("--library wants a path"));
     }
 }
 
 TEST_F(Host, NamesTheLibraryThatTheLibraryNeeds) {
     m_folder.Copy(L"bin", L"Zorvane.dll");
-    EXPECT_THAT(FailureOf(m_folder, L"", EHostExit::kDependencyMissing),
+    EXPECT_THAT(FailureOf(m_folder, L"", HostExit::kDependencyMissing),
                 HasSubstr("\\Zorvane.dll needs Platform.dll, which cannot be loaded: "));
 }
 
 TEST_F(Host, FailsWhenTheLibraryHasNoSuchExport) {
     m_folder.CopyAs(L"platform-standin", L"Platform.dll", L"Zorvane.dll");
-    EXPECT_THAT(FailureOf(m_folder, L"", EHostExit::kExportMissing),
+    EXPECT_THAT(FailureOf(m_folder, L"", HostExit::kExportMissing),
                 HasSubstr("has no export ZorvaneProcess: "));
 }
 
 TEST_F(Host, FailsWhenTheFileIsNoLibrary) {
     m_folder.WriteText(L"Zorvane.dll");
-    EXPECT_THAT(FailureOf(m_folder, L"", EHostExit::kLibraryUnusable),
+    EXPECT_THAT(FailureOf(m_folder, L"", HostExit::kLibraryUnusable),
                 HasSubstr("\\Zorvane.dll cannot be loaded: "));
 }
 
 TEST_F(Host, WritesItsLineAsUtf8) {
-    EXPECT_THAT(FailureOf(m_folder, L"--library=C:\\\x00E4\x4E2D.dll", EHostExit::kLibraryMissing),
+    EXPECT_THAT(FailureOf(m_folder, L"--library=C:\\\x00E4\x4E2D.dll", HostExit::kLibraryMissing),
                 HasSubstr("C:\\\xC3\xA4\xE4\xB8\xAD.dll not found: "));
 }

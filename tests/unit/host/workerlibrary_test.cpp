@@ -1,16 +1,16 @@
-#include "workerlibrary.h"
+#include "host/workerlibrary.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "libraryfolder.h"
+#include "tests/unit/host/libraryfolder.h"
 
 namespace {
 
 class WorkerLibrary : public testing::Test {
   protected:
-    EHostExit Load(const std::wstring& path) { return m_library.Load(path, m_error); }
+    HostExit Load(const std::wstring& path) { return m_library.Load(path, m_error); }
 
     bool ErrorHas(const std::wstring& part) const {
         return m_error.find(part) != std::wstring::npos;
@@ -30,7 +30,7 @@ TEST_F(WorkerLibrary, LiesBesideTheExecutableByDefault) {
 TEST_F(WorkerLibrary, IsLoadedAndEnteredWithTheCommandLine) {
     EXPECT_EQ(m_library.Base(), nullptr);
     const std::wstring path = m_folder.Copy(L"tests", L"recordingworker.dll");
-    ASSERT_EQ(Load(path), EHostExit::kOrderlyEnd) << m_error;
+    ASSERT_EQ(Load(path), HostExit::kOrderlyEnd) << m_error;
     EXPECT_EQ(m_error, L"");
     EXPECT_EQ(m_library.Base(), GetModuleHandleW(path.c_str()));
     wchar_t commandLine[] = L"host --entry=100%s";
@@ -43,32 +43,32 @@ TEST_F(WorkerLibrary, IsLoadedAndEnteredWithTheCommandLine) {
 TEST_F(WorkerLibrary, CanBeNamedFromTheCurrentFolder) {
     const std::wstring path = m_folder.Copy(L"tests", L"recordingworker.dll");
     SetCurrentDirectoryW(m_folder.Path().c_str());
-    ASSERT_EQ(Load(L"recordingworker.dll"), EHostExit::kOrderlyEnd) << m_error;
+    ASSERT_EQ(Load(L"recordingworker.dll"), HostExit::kOrderlyEnd) << m_error;
     EXPECT_EQ(m_library.Base(), GetModuleHandleW(path.c_str()));
 }
 
 TEST_F(WorkerLibrary, FindsWhatItNeedsBesideItself) {
     m_folder.Copy(L"platform-standin", L"Platform.dll");
-    EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), EHostExit::kOrderlyEnd) << m_error;
+    EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), HostExit::kOrderlyEnd) << m_error;
     EXPECT_EQ(GetModuleHandleW(L"Platform.dll"),
               GetModuleHandleW(m_folder.PathOf(L"Platform.dll").c_str()));
 }
 
 TEST_F(WorkerLibrary, IsMissing) {
-    EXPECT_EQ(Load(m_folder.PathOf(L"missing.dll")), EHostExit::kLibraryMissing);
+    EXPECT_EQ(Load(m_folder.PathOf(L"missing.dll")), HostExit::kLibraryMissing);
     EXPECT_TRUE(ErrorHas(L"library " + m_folder.PathOf(L"missing.dll") + L" not found: "));
     EXPECT_TRUE(ErrorHas(L"(2)")) << m_error;
     EXPECT_EQ(m_library.Base(), nullptr);
 }
 
 TEST_F(WorkerLibrary, WantsAName) {
-    EXPECT_EQ(Load(L""), EHostExit::kLibraryMissing);
+    EXPECT_EQ(Load(L""), HostExit::kLibraryMissing);
     EXPECT_TRUE(ErrorHas(L"no name")) << m_error;
 }
 
 TEST_F(WorkerLibrary, NeedsALibraryThatIsMissing) {
     const std::wstring path = m_folder.Copy(L"bin", L"Zorvane.dll");
-    EXPECT_EQ(Load(path), EHostExit::kDependencyMissing);
+    EXPECT_EQ(Load(path), HostExit::kDependencyMissing);
     EXPECT_TRUE(ErrorHas(L"library " + path + L" needs Platform.dll, which cannot be loaded: "))
         << m_error;
     EXPECT_TRUE(ErrorHas(L"(126)")) << m_error;
@@ -80,31 +80,30 @@ TEST_F(WorkerLibrary, DoesNotTakeWhatItNeedsFromTheCurrentFolderOrThePath) {
     elsewhere.Copy(L"platform-standin", L"Platform.dll");
     SetCurrentDirectoryW(elsewhere.Path().c_str());
     SetEnvironmentVariableW(L"PATH", elsewhere.Path().c_str());
-    EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), EHostExit::kDependencyMissing)
-        << m_error;
+    EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), HostExit::kDependencyMissing) << m_error;
 }
 
 TEST_F(WorkerLibrary, NeedsALibraryThatIsBroken) {
     m_folder.WriteText(L"Platform.dll");
-    EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), EHostExit::kDependencyMissing);
+    EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), HostExit::kDependencyMissing);
     EXPECT_TRUE(ErrorHas(L"needs Platform.dll, which cannot be loaded: ")) << m_error;
     EXPECT_TRUE(ErrorHas(L"(193)")) << m_error;
 }
 
 TEST_F(WorkerLibrary, HasNoSuchExport) {
     const std::wstring path = m_folder.Copy(L"platform-standin", L"Platform.dll");
-    EXPECT_EQ(Load(path), EHostExit::kExportMissing);
+    EXPECT_EQ(Load(path), HostExit::kExportMissing);
     EXPECT_TRUE(ErrorHas(L"library " + path + L" has no export ZorvaneProcess: ")) << m_error;
     EXPECT_TRUE(ErrorHas(L"(127)")) << m_error;
 }
 
 TEST_F(WorkerLibrary, IsNoLibrary) {
-    EXPECT_EQ(Load(m_folder.WriteText(L"text.dll")), EHostExit::kLibraryUnusable);
+    EXPECT_EQ(Load(m_folder.WriteText(L"text.dll")), HostExit::kLibraryUnusable);
     EXPECT_TRUE(ErrorHas(L"cannot be loaded: ")) << m_error;
     EXPECT_TRUE(ErrorHas(L"(193)")) << m_error;
 }
 
 TEST_F(WorkerLibrary, IsAFolder) {
-    EXPECT_EQ(Load(m_folder.Path()), EHostExit::kLibraryUnusable);
+    EXPECT_EQ(Load(m_folder.Path()), HostExit::kLibraryUnusable);
     EXPECT_TRUE(ErrorHas(m_folder.Path() + L" cannot be loaded: ")) << m_error;
 }

@@ -6,10 +6,10 @@
 #include <sys/timeb.h>
 #include <time.h>
 
-#include "log/appender.h"
-#include "loglines.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
+#include "src/log/appender.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/unit/log/loglines.h"
 
 namespace {
 

@@ -4,12 +4,12 @@
 #include <future>
 #include <utility>
 
-#include "log/appender.h"
-#include "loglines.h"
-#include "mutexholder.h"
-#include "mutexwaits.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
+#include "src/log/appender.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/unit/log/loglines.h"
+#include "tests/unit/log/mutexholder.h"
+#include "tests/unit/log/mutexwaits.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "log/appender.h"
-#include "loglines.h"
-#include "logwriterprocess.h"
-#include "support/tempfolder.h"
+#include "src/log/appender.h"
+#include "tests/support/tempfolder.h"
+#include "tests/unit/log/loglines.h"
+#include "tests/unit/log/logwriterprocess.h"
 
 namespace {
 

@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <optional>
 
-#include "log/appender.h"
-#include "loglines.h"
-#include "mutexholder.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
+#include "src/log/appender.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/unit/log/loglines.h"
+#include "tests/unit/log/mutexholder.h"
 
 namespace {
 

@@ -1,16 +1,16 @@
-#include "log/appender.h"
+#include "src/log/appender.h"
 
 #include <gtest/gtest.h>
 #include <io.h>
 
 #include <optional>
 
-#include "loglines.h"
-#include "mutexholder.h"
-#include "mutexwaits.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
-#include "support/virtualslot.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/support/virtualslot.h"
+#include "tests/unit/log/loglines.h"
+#include "tests/unit/log/mutexholder.h"
+#include "tests/unit/log/mutexwaits.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "log/locks.h"
+#include "src/log/locks.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "support/importpatch.h"
-#include "support/virtualslot.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/virtualslot.h"
 
 namespace {
 

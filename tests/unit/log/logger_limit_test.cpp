@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 #include <io.h>
 
-#include "log/logger.h"
-#include "loglines.h"
-#include "mutexwaits.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
+#include "src/log/logger.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/unit/log/loglines.h"
+#include "tests/unit/log/mutexwaits.h"
 
 namespace {
 

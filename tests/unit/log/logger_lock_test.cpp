@@ -6,10 +6,10 @@
 #include <optional>
 #include <thread>
 
-#include "log/logger.h"
-#include "loglines.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
+#include "src/log/logger.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/unit/log/loglines.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "log/logger.h"
+#include "src/log/logger.h"
 
 #include <gtest/gtest.h>
 #include <shlwapi.h>
@@ -6,12 +6,12 @@
 
 #include <filesystem>
 
-#include "log/appender.h"
-#include "loglines.h"
-#include "mutexwaits.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
-#include "support/virtualslot.h"
+#include "src/log/appender.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/support/virtualslot.h"
+#include "tests/unit/log/loglines.h"
+#include "tests/unit/log/mutexwaits.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "loglines.h"
+#include "tests/unit/log/loglines.h"
 
 #include <regex>
 
-#include "support/logfile.h"
-#include "support/tempfolder.h"
+#include "tests/support/logfile.h"
+#include "tests/support/tempfolder.h"
 
 // MinGW looks this function up at run time, for the sake of older runtime libraries.
 extern "C" void* __imp__localtime64_s;

@@ -1,9 +1,9 @@
-#include "log/logsite.h"
+#include "src/log/logsite.h"
 
 #include <gtest/gtest.h>
 
-#include "loglines.h"
-#include "support/testlog.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/log/loglines.h"
 
 namespace {
 
@@ -74,7 +74,7 @@ TEST(LogSite, TakesWideTextForS) {
 
 TEST(LogSite, FormatsNumbers) {
     EXPECT_EQ(Logged([] {
-                  ZorLog::WriteSite("s\\a.c", 1, L"%d %u %lu %.2f %X %%", -7, 4294967295u, 8UL,
+                  ZorLog::WriteSite("s\\a.c", 1, L"%d %u %lu %.2f %X %%", -7, 4294967295u, 8ul,
                                     41.125, 0xABC);
               }),
               "[I][   1][a] -7 4294967295 8 41.13 ABC %");

@@ -4,15 +4,15 @@
 #include <winsvc.h>
 #include <regex>
 
-#include "amdsdk/amdsdktask.h"
-#include "amdsdk/utility.h"
-#include "nvmlinfo/dynamicnvml.h"
-#include "nvmlinfo/nvmlinfotask.h"
-#include "process/msgloopprocess.h"
-#include "support/fakeplatform.h"
-#include "support/importpatch.h"
-#include "support/testlog.h"
-#include "zorvaneprocess.h"
+#include "src/amdsdk/amdsdktask.h"
+#include "src/amdsdk/utility.h"
+#include "src/nvmlinfo/dynamicnvml.h"
+#include "src/nvmlinfo/nvmlinfotask.h"
+#include "src/process/msgloopprocess.h"
+#include "src/zorvaneprocess.h"
+#include "tests/support/fakeplatform.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
 
 namespace {
 

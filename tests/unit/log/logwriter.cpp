@@ -1,19 +1,17 @@
-/**
- * Writes the process-wide log from a process of its own: logwriter LOGFILE. Takes commands from
- * standard input, one a line; the start and each command are answered with a line "done". Ends,
- * leaving the log as it is, when its input ends.
- *
- *   write TEXT    logs TEXT
- *   burst COUNT   logs "0", "1", ... and so on, COUNT lines
- *   hold NAME     takes the named mutex for good
- *   close         writes the end marker and closes the log
- */
+// Writes the process-wide log from a process of its own: logwriter LOGFILE. Takes commands from
+// standard input, one a line; the start and each command are answered with a line "done". Ends,
+// leaving the log as it is, when its input ends.
+//
+//   write TEXT    logs TEXT
+//   burst COUNT   logs "0", "1", ... and so on, COUNT lines
+//   hold NAME     takes the named mutex for good
+//   close         writes the end marker and closes the log
 #include <windows.h>
 
 #include <iostream>
 #include <string>
 
-#include "log/logger.h"
+#include "src/log/logger.h"
 
 namespace {
 

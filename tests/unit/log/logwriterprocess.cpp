@@ -1,4 +1,4 @@
-#include "logwriterprocess.h"
+#include "tests/unit/log/logwriterprocess.h"
 
 #include <chrono>
 #include <filesystem>

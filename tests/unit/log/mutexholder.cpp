@@ -1,4 +1,4 @@
-#include "mutexholder.h"
+#include "tests/unit/log/mutexholder.h"
 
 #include <stdexcept>
 

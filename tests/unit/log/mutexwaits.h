@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 /**
  * Notes every WaitForSingleObject of the thread that makes it, for its own life, and lets `answer`

@@ -5,14 +5,16 @@
 #include <set>
 #include <utility>
 
-#include "log/locks.h"
-#include "log/logger.h"
-#include "log/logsite.h"
-#include "loglines.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
+#include "src/log/locks.h"
+#include "src/log/logger.h"
+#include "src/log/logsite.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/unit/log/loglines.h"
 
 namespace {
+
+constexpr char kLogSource[] = "tests\\processlogger_test.cpp";
 
 using Texts = std::vector<std::string>;
 

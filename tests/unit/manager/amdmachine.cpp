@@ -1,12 +1,12 @@
-#include "amdmachine.h"
+#include "tests/unit/manager/amdmachine.h"
 
 #include <windows.h>
 
 #include <shlobj.h>
 
-#include "support/fakecpuid.h"
-#include "support/fakeplatform.h"
-#include "support/importpatch.h"
+#include "tests/support/fakecpuid.h"
+#include "tests/support/fakeplatform.h"
+#include "tests/support/importpatch.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "executablefolder.h"
+#include "tests/unit/manager/executablefolder.h"
 
 #include <windows.h>
 
 #include <algorithm>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace {
 

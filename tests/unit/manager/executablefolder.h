@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "support/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 /** For its own life the process's executable is "host.exe" in an empty folder of its own. */
 class CExecutableFolder {

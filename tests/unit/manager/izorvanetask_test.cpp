@@ -1,11 +1,11 @@
-#include "izorvanetask.h"
+#include "src/izorvanetask.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <type_traits>
 
-#include "support/fakeprocess.h"
+#include "tests/support/fakeprocess.h"
 
 namespace {
 

@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "amdmachine.h"
-#include "executablefolder.h"
-#include "support/fakenvml.h"
-#include "support/fakeplatform.h"
-#include "support/fakeprocess.h"
-#include "support/testlog.h"
-#include "zorvaneprocess.h"
+#include "src/zorvaneprocess.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/fakeplatform.h"
+#include "tests/support/fakeprocess.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/manager/amdmachine.h"
+#include "tests/unit/manager/executablefolder.h"
 
 /** One GPU and an AMD processor; the host quits in the pause after `cycles` cycles. */
 class CManagerTest : public testing::Test {

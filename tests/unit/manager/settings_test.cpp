@@ -1,12 +1,12 @@
-#include "settings.h"
+#include "src/settings.h"
 
 #include <windows.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "executablefolder.h"
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
+#include "tests/unit/manager/executablefolder.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "managerfixture.h"
+#include "tests/unit/manager/managerfixture.h"
 
 namespace {
 

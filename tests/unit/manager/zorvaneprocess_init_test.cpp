@@ -5,13 +5,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "amdmachine.h"
-#include "executablefolder.h"
-#include "support/fakenvml.h"
-#include "support/fakeplatform.h"
-#include "support/importpatch.h"
-#include "support/testlog.h"
-#include "zorvaneprocess.h"
+#include "src/zorvaneprocess.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/fakeplatform.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/manager/amdmachine.h"
+#include "tests/unit/manager/executablefolder.h"
 
 namespace {
 

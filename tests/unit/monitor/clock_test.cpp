@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace zorvane {
 namespace {

@@ -4,12 +4,12 @@
 
 #include <optional>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace zorvane {
 namespace {
 
-/** Installs interrupts with a console that the test plays. */
+// Installs interrupts with a console that the test plays.
 class InterruptsTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -31,8 +31,8 @@ TEST_F(InterruptsTest, CountsEachCtrlC) {
     EXPECT_EQ(m_handler(CTRL_C_EVENT), TRUE);
     EXPECT_EQ(m_handler(CTRL_BREAK_EVENT), TRUE);
     EXPECT_EQ(WaitForSingleObject(m_interrupts->Event(), 0), WAIT_OBJECT_0);
-    EXPECT_EQ(m_interrupts->Take(), 2U);
-    EXPECT_EQ(m_interrupts->Take(), 0U);
+    EXPECT_EQ(m_interrupts->Take(), 2u);
+    EXPECT_EQ(m_interrupts->Take(), 0u);
 }
 
 TEST_F(InterruptsTest, LetsAClosingConsoleWaitForTheEndOfTheRun) {
@@ -44,7 +44,7 @@ TEST_F(InterruptsTest, LetsAClosingConsoleWaitForTheEndOfTheRun) {
     });
     m_interrupts->Take();
     m_handler(CTRL_CLOSE_EVENT);
-    EXPECT_EQ(m_interrupts->Take(), 1U);
+    EXPECT_EQ(m_interrupts->Take(), 1u);
     ASSERT_NE(awaited, nullptr);
     EXPECT_NE(decltype(wait)::Original(awaited, 0), WAIT_OBJECT_0);
     m_interrupts.reset();

@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "unit/monitor/readings.h"
+#include "tests/unit/monitor/readings.h"
 
 namespace zorvane {
 namespace {

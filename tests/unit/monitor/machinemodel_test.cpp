@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "unit/monitor/readings.h"
+#include "tests/unit/monitor/readings.h"
 
 namespace zorvane {
 namespace {
@@ -28,18 +28,18 @@ TEST(MachineModelTest, PutsGpusWithoutBusIdLastInTheOrderOfTheirIndex) {
     model.Apply(Reading(10, ""));
     model.Apply(Reading(9, ""));
     model.Apply(Reading(2, "FFFFFFFF:FF:1F.7"));
-    ASSERT_EQ(model.Gpus().size(), 3U);
+    ASSERT_EQ(model.Gpus().size(), 3u);
     auto row = model.Gpus().begin();
-    EXPECT_EQ((row++)->second.latest->index, 2U);
-    EXPECT_EQ((row++)->second.latest->index, 9U);
-    EXPECT_EQ((row++)->second.latest->index, 10U);
+    EXPECT_EQ((row++)->second.latest->index, 2u);
+    EXPECT_EQ((row++)->second.latest->index, 9u);
+    EXPECT_EQ((row++)->second.latest->index, 10u);
 }
 
 TEST(MachineModelTest, KeepsTwoGpusApartThatTheDriverGivesOneBusId) {
     CMachineModel model;
     model.Apply(Reading(0, "00000000:01:00.0"));
     model.Apply(Reading(1, "00000000:01:00.0"));
-    EXPECT_EQ(model.Gpus().size(), 2U);
+    EXPECT_EQ(model.Gpus().size(), 2u);
 }
 
 TEST(MachineModelTest, FindsTheRowOfAGpuWhoseLocationCouldNotBeReadThisTime) {
@@ -47,7 +47,7 @@ TEST(MachineModelTest, FindsTheRowOfAGpuWhoseLocationCouldNotBeReadThisTime) {
     model.Apply(Reading(0, "00000000:01:00.0"));
     EXPECT_EQ(model.SourceOf(Reading(0, "")), "00000000:01:00.0");
     model.Apply(Reading(0, ""));
-    EXPECT_EQ(model.Gpus().size(), 1U);
+    EXPECT_EQ(model.Gpus().size(), 1u);
 }
 
 TEST(MachineModelTest, MovesARowOverWhenItsBusIdBecomesKnown) {
@@ -88,7 +88,7 @@ TEST(MachineModelTest, ForgetsEverythingWithANewWorker) {
     model.Apply(FullReading());
     model.Apply(CpuTemperature{47});
     model.StartWorker(2);
-    EXPECT_EQ(model.WorkerId(), 2U);
+    EXPECT_EQ(model.WorkerId(), 2u);
     EXPECT_FALSE(model.WorkerHello());
     EXPECT_TRUE(model.Gpus().empty());
     EXPECT_FALSE(model.Cpu());

@@ -10,8 +10,8 @@
 
 #include "client/handle.h"
 #include "monitor/outcome.h"
-#include "support/childprocess.h"
-#include "unit/client/fakeworker.h"
+#include "tests/support/childprocess.h"
+#include "tests/unit/client/fakeworker.h"
 
 namespace zorvane {
 namespace {
@@ -23,7 +23,7 @@ class MonitorProcessTest : public testing::Test {
   protected:
     static constexpr DWORD kTimeoutMs = 60000;
 
-    /** Starts zorvanemon with options, and the fake worker with a script. */
+    // Starts zorvanemon with options, and the fake worker with a script.
     void Start(const std::wstring& options, const std::wstring& script) {
         m_monitor = std::make_unique<CChildProcess>(
             BesideTest(L"..\\bin\\zorvanemon.exe"),
@@ -35,8 +35,8 @@ class MonitorProcessTest : public testing::Test {
         return m_monitor->Wait(kTimeoutMs);
     }
 
-    /** Waits until so many workers have said hello; false when that takes too long. */
-    bool WaitForWorkers(std::ptrdiff_t count) const {
+    // Waits until so many workers have said hello; false when that takes too long.
+    bool WaitForWorkers(ptrdiff_t count) const {
         const ULONGLONG end = GetTickCount64() + kTimeoutMs;
         while (GetTickCount64() < end) {
             const std::vector<std::string> types = Types();
@@ -94,7 +94,7 @@ TEST_F(MonitorProcessTest, CompletesARoundWhenAnySourceRepeatsItself) {
 TEST_F(MonitorProcessTest, PrintsOneTableARoundInTheOrderOfTheBusIds) {
     EXPECT_EQ(Run(L"--count 2", L"hello gpu:0 gpu:1 repeat:20"), kExitDone);
     const std::string text = m_monitor->Output();
-    const std::size_t second = text.find("\n\n");
+    const size_t second = text.find("\n\n");
     ASSERT_NE(second, std::string::npos);
     EXPECT_EQ(text.find("\n\n", second + 1), std::string::npos);
     EXPECT_LT(text.find("Fake GPU 1"), text.find("Fake GPU 0"));
@@ -104,7 +104,7 @@ TEST_F(MonitorProcessTest, PrintsOneTableARoundInTheOrderOfTheBusIds) {
 TEST_F(MonitorProcessTest, ShowsNoReadingOfAGpuThatFellSilentInThisRound) {
     EXPECT_EQ(Run(L"--count 2", L"hello static:1 gpu:0 gpu:1 gpu:0 gpu:0"), kExitDone);
     const std::string text = m_monitor->Output();
-    const std::size_t row = text.rfind("Fake GPU 1");
+    const size_t row = text.rfind("Fake GPU 1");
     ASSERT_NE(row, std::string::npos);
     EXPECT_THAT(text.substr(row, text.find('\n', row) - row),
                 testing::MatchesRegex("Fake GPU 1 +n/a +n/a +n/a +n/a .*"));
@@ -145,7 +145,7 @@ TEST_F(MonitorProcessTest, StartsACrashedWorkerAgain) {
     Start(L"--format json", L"hello gpu:0 crash");
     ASSERT_TRUE(WaitForWorkers(2));
     const std::vector<nlohmann::json> lines = Lines();
-    ASSERT_THAT(Types(), testing::SizeIs(testing::Ge(4U)));
+    ASSERT_THAT(Types(), testing::SizeIs(testing::Ge(4u)));
     EXPECT_EQ(lines[2].at("crashed"), true);
     EXPECT_EQ(lines[2].at("restart_in_ms"), 1000);
     EXPECT_EQ(lines[3].at("type"), "hello");
@@ -188,7 +188,7 @@ TEST_F(MonitorProcessTest, RefusesAWrongCommandLine) {
     EXPECT_EQ(m_monitor->Output(), "");
 }
 
-/** The first process whose parent is `parent`; null when there is none. */
+// The first process whose parent is `parent`; null when there is none.
 CUniqueHandle OpenChildOf(DWORD parent) {
     const CUniqueHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};

@@ -51,9 +51,9 @@ TEST(OptionsTest, TakesEveryOption) {
     EXPECT_EQ(options.worker.libraryPath, L"x.dll");
     EXPECT_EQ(options.worker.entry, L"\x00C4");
     EXPECT_EQ(options.format, Format::kJson);
-    EXPECT_EQ(options.count, 3U);
+    EXPECT_EQ(options.count, 3u);
     EXPECT_EQ(options.duration, std::chrono::milliseconds(1500));
-    ASSERT_EQ(options.worker.environment.size(), 2U);
+    ASSERT_EQ(options.worker.environment.size(), 2u);
     EXPECT_EQ(options.worker.environment[1].name, L"B");
     EXPECT_EQ(options.worker.environment[1].value, L"x=y");
     EXPECT_FALSE(options.restart);
@@ -62,7 +62,7 @@ TEST(OptionsTest, TakesEveryOption) {
 
 TEST(OptionsTest, DoesNotTakeAWordBehindAVariableForAnotherVariable) {
     const Options options = Parsed({"--env", "A=1", "skip_delete"});
-    EXPECT_EQ(options.worker.environment.size(), 1U);
+    EXPECT_EQ(options.worker.environment.size(), 1u);
     EXPECT_EQ(options.worker.words, std::vector<std::wstring>{L"skip_delete"});
 }
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "client/handle.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
 
 namespace zorvane {
 namespace {
@@ -106,12 +106,12 @@ TEST(OutputTest, MovesUpNoFurtherThanTheTop) {
     const COutput output(GetCurrentProcess());
     output.MoveUp(2);
     output.MoveUp(9);
-    ASSERT_EQ(positions.size(), 2U);
+    ASSERT_EQ(positions.size(), 2u);
     EXPECT_EQ(positions[0].X, 0);
     EXPECT_EQ(positions[0].Y, 3);
     EXPECT_EQ(positions[1].Y, 0);
-    EXPECT_EQ(output.Size().columns, 100U);
-    EXPECT_EQ(output.Size().rows, 30U);
+    EXPECT_EQ(output.Size().columns, 100u);
+    EXPECT_EQ(output.Size().rows, 30u);
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 
 /** GPU `index` at a bus id; none when that is empty. Utilisation 10 + index and 0, the rest not
  * read. */
-inline zorvane::GpuReading Reading(std::uint32_t index, const std::string& busId) {
+inline zorvane::GpuReading Reading(uint32_t index, const std::string& busId) {
     zorvane::GpuReading reading;
     reading.index = index;
     reading.count = 8;
@@ -32,7 +32,7 @@ inline zorvane::GpuReading FullReading() {
 inline zorvane::GpuStatic FullStatic() {
     zorvane::GpuStatic fixed;
     fixed.first = FullReading();
-    fixed.totalMemoryKiB = 24564ULL * 1024;
+    fixed.totalMemoryKiB = 24564ull * 1024;
     fixed.serial = L"1320";
     fixed.vbiosVersion = L"95.02";
     fixed.driverVersion = L"551.86";

@@ -10,7 +10,7 @@ TEST(RoundTrackerTest, HoldsEachSourceOfTheOpenRound) {
     rounds.Add("gpu");
     EXPECT_TRUE(rounds.Holds("gpu"));
     EXPECT_FALSE(rounds.Holds("cpu"));
-    EXPECT_EQ(rounds.Completed(), 0U);
+    EXPECT_EQ(rounds.Completed(), 0u);
 }
 
 TEST(RoundTrackerTest, OpensAnEmptyRoundAfterACompleteOne) {
@@ -18,7 +18,7 @@ TEST(RoundTrackerTest, OpensAnEmptyRoundAfterACompleteOne) {
     rounds.Add("gpu");
     rounds.Complete();
     EXPECT_FALSE(rounds.Holds("gpu"));
-    EXPECT_EQ(rounds.Completed(), 1U);
+    EXPECT_EQ(rounds.Completed(), 1u);
 }
 
 TEST(RoundTrackerTest, DropsARoundWithoutCountingIt) {
@@ -26,7 +26,7 @@ TEST(RoundTrackerTest, DropsARoundWithoutCountingIt) {
     rounds.Add("gpu");
     rounds.Drop();
     EXPECT_TRUE(rounds.Sources().empty());
-    EXPECT_EQ(rounds.Completed(), 0U);
+    EXPECT_EQ(rounds.Completed(), 0u);
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "unit/monitor/readings.h"
+#include "tests/unit/monitor/readings.h"
 
 namespace zorvane {
 namespace {
@@ -37,7 +37,7 @@ CPU temperature: 47 C
 }
 
 TEST(TableTest, LeavesTheLeastTellingColumnsOutOfANarrowTerminal) {
-    const auto heading = [](std::size_t width) { return RenderTable(TwoGpus(), "", width)[1]; };
+    const auto heading = [](size_t width) { return RenderTable(TwoGpus(), "", width)[1]; };
     const std::string base = "PCI bus id        Name                     GPU  Mem  Temp  Fan";
     EXPECT_EQ(heading(100), base + "  Graphics    SM  Memory  Video   VRAM");
     EXPECT_EQ(heading(99), base + "  Graphics    SM  Memory   VRAM");
@@ -49,7 +49,7 @@ TEST(TableTest, LeavesTheLeastTellingColumnsOutOfANarrowTerminal) {
 
 TEST(TableTest, CutsWhatIsStillTooLong) {
     for (const std::string& line : RenderTable(TwoGpus(), "04:42:11", 10)) {
-        EXPECT_LE(line.size(), 10U) << line;
+        EXPECT_LE(line.size(), 10u) << line;
     }
     EXPECT_EQ(RenderTable(TwoGpus(), "04:42:11", 10)[0], "04:42:11  ");
 }

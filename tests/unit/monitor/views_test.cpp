@@ -4,16 +4,15 @@
 #include "client/text.h"
 #include "monitor/jsonview.h"
 #include "monitor/tableviews.h"
-#include "support/importpatch.h"
-#include "unit/monitor/readings.h"
+#include "tests/support/importpatch.h"
+#include "tests/unit/monitor/readings.h"
 
 namespace zorvane {
 namespace {
 
 using testing::HasSubstr;
 
-/** A console of 60 by 8 characters that understands cursor moves, and catches all that is written.
- */
+// A console of 60 by 8 characters that understands cursor moves, and catches all that is written.
 class ViewsTest : public testing::Test {
   protected:
     static constexpr SHORT kColumns = 60;
@@ -33,7 +32,7 @@ class ViewsTest : public testing::Test {
         }
     }
 
-    std::string Row(std::size_t number) const {
+    std::string Row(size_t number) const {
         if (number >= m_screen.size()) {
             return "";
         }
@@ -42,11 +41,11 @@ class ViewsTest : public testing::Test {
     }
 
     std::vector<std::wstring> m_screen;
-    std::size_t m_row = 0;
-    std::size_t m_column = 0;
+    size_t m_row = 0;
+    size_t m_column = 0;
 };
 
-/** Plays the console of ViewsTest for the rest of the scope. */
+// Plays the console of ViewsTest for the rest of the scope.
 #define PLAY_CONSOLE()                                                                            \
     PATCH_IMPORT(mode, GetConsoleMode, [](HANDLE, LPDWORD) -> WINBOOL { return TRUE; });          \
     PATCH_IMPORT(write, WriteConsoleW,                                                            \
@@ -62,8 +61,8 @@ class ViewsTest : public testing::Test {
             return TRUE;                                                                          \
         });                                                                                       \
     PATCH_IMPORT(move, SetConsoleCursorPosition, [this](HANDLE, COORD position) -> WINBOOL {      \
-        m_column = static_cast<std::size_t>(position.X);                                          \
-        m_row = static_cast<std::size_t>(position.Y);                                             \
+        m_column = static_cast<size_t>(position.X);                                               \
+        m_row = static_cast<size_t>(position.Y);                                                  \
         return TRUE;                                                                              \
     })
 
@@ -79,7 +78,7 @@ TEST_F(ViewsTest, TheLiveTableIsDrawnAnewInItsPlace) {
     view->ShowChange(model);
     EXPECT_THAT(Row(1), testing::StartsWith("PCI bus id"));
     EXPECT_EQ(Row(4), "CPU temperature: 47 C");
-    EXPECT_EQ(m_row, 5U);
+    EXPECT_EQ(m_row, 5u);
 }
 
 TEST_F(ViewsTest, ALowerLiveTableLeavesNothingOfTheHigherOne) {
@@ -101,13 +100,13 @@ TEST_F(ViewsTest, TheLiveTableStaysInsideTheTerminal) {
     COutput output(GetCurrentProcess());
     const auto view = MakeView(Format::kTable, output);
     CMachineModel model;
-    for (std::uint32_t i = 0; i < 8; ++i) {
+    for (uint32_t i = 0; i < 8; ++i) {
         model.Apply(Reading(i, ""));
     }
     view->ShowChange(model);
-    EXPECT_EQ(m_row, static_cast<std::size_t>(kRows - 1));
+    EXPECT_EQ(m_row, static_cast<size_t>(kRows - 1));
     for (const std::wstring& line : m_screen) {
-        EXPECT_LT(line.size(), static_cast<std::size_t>(kColumns));
+        EXPECT_LT(line.size(), static_cast<size_t>(kColumns));
     }
 }
 
@@ -122,7 +121,7 @@ TEST_F(ViewsTest, ANoteStandsAboveTheLiveTable) {
     view->ShowChange(CMachineModel());
     EXPECT_EQ(Row(0), "zorvanemon: something happened");
     EXPECT_EQ(Row(2), "No NVIDIA GPU has been reported.");
-    EXPECT_EQ(m_row, 4U);
+    EXPECT_EQ(m_row, 4u);
 }
 
 TEST_F(ViewsTest, TablesShowBadPayloadsAsNotes) {
@@ -141,7 +140,7 @@ TEST_F(ViewsTest, JsonGoesToATerminalAsLinesToo) {
     view->ShowChange(CMachineModel());
     view->ShowRound(CMachineModel());
     EXPECT_THAT(Row(0), HasSubstr(R"("type":"cpu")"));
-    EXPECT_EQ(m_row, 1U);
+    EXPECT_EQ(m_row, 1u);
 }
 
 }  // namespace

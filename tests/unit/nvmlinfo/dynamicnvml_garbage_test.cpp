@@ -3,9 +3,9 @@
 
 #include <climits>
 
-#include "nvmlinfo/dynamicnvml.h"
-#include "support/fakenvml.h"
-#include "support/testlog.h"
+#include "src/nvmlinfo/dynamicnvml.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/testlog.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "expectedrecord.h"
+#include "tests/unit/nvmlinfo/expectedrecord.h"
 
 #include <algorithm>
 #include <cstring>

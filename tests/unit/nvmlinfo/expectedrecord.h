@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 
-#include "support/fakenvml.h"
-#include "support/fakeprocess.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/fakeprocess.h"
 
 /** A record put together by offsets, apart from the wire header. */
 class CExpectedRecord {

@@ -1,11 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "expectedrecord.h"
-#include "nvmlinfo/nvmlinfotask.h"
-#include "support/fakenvml.h"
-#include "support/testlog.h"
-#include "tracingprocess.h"
+#include "src/nvmlinfo/nvmlinfotask.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/nvmlinfo/expectedrecord.h"
+#include "tests/unit/nvmlinfo/tracingprocess.h"
 
 namespace {
 
@@ -143,7 +143,7 @@ TEST_F(NvmlDynamicRecord, LogsTheGpuCountAtEachExecuteAndNothingElse) {
     m_task.Execute(m_process);
     m_task.Execute(m_process);
     std::vector<std::string> messages = m_log.Messages();
-    messages.erase(messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(before));
+    messages.erase(messages.begin(), messages.begin() + static_cast<ptrdiff_t>(before));
     EXPECT_THAT(messages, ElementsAreArray({"[nvmlinfotask] NVML gpu count:2",
                                             "[nvmlinfotask] NVML gpu count:2"}));
 }

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 
-#include "expectedrecord.h"
-#include "nvmlinfo/nvmlinfotask.h"
-#include "support/fakenvml.h"
-#include "support/testlog.h"
-#include "tracingprocess.h"
+#include "src/nvmlinfo/nvmlinfotask.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/nvmlinfo/expectedrecord.h"
+#include "tests/unit/nvmlinfo/tracingprocess.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
-#include "nvmlinfo/nvmlinfotask.h"
+#include "src/nvmlinfo/nvmlinfotask.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "support/fakenvml.h"
-#include "support/testlog.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/testlog.h"
 
 namespace {
 

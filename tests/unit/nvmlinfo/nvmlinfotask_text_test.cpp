@@ -3,11 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "expectedrecord.h"
-#include "nvmlinfo/nvmlinfotask.h"
-#include "support/fakenvml.h"
-#include "support/importpatch.h"
-#include "support/testlog.h"
+#include "src/nvmlinfo/nvmlinfotask.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/nvmlinfo/expectedrecord.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "nvmlinfo/nvmlinfotask.h"
-#include "support/fakenvml.h"
-#include "support/importpatch.h"
+#include "src/nvmlinfo/nvmlinfotask.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/importpatch.h"
 
 TEST(NvmlInfoTaskArchitecture, IsNotSupportedOnA32BitSystemWhateverFilesThereAre) {
     CFakeNvml library;

@@ -4,8 +4,8 @@
 #include <functional>
 #include <string>
 
-#include "support/fakenvml.h"
-#include "support/fakeprocess.h"
+#include "tests/support/fakenvml.h"
+#include "tests/support/fakeprocess.h"
 
 /** Adds "SendData" and "WaitQuit(0)" to the calls of `library`, in their place. */
 class CTracingProcess final : public CFakeProcess {

@@ -1,4 +1,4 @@
-#include "allocationrecord.h"
+#include "tests/unit/process/allocationrecord.h"
 
 #include <windows.h>
 

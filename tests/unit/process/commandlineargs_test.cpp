@@ -1,4 +1,4 @@
-#include "process/commandlineargs.h"
+#include "src/process/commandlineargs.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -7,7 +7,7 @@
 
 #include <optional>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 namespace {
 

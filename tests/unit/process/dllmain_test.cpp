@@ -9,17 +9,17 @@
 #include <filesystem>
 #include <new>
 
-#include "allocationrecord.h"
-#include "log/logger.h"
-#include "log/logsite.h"
-#include "logfiles.h"
-#include "module.h"
-#include "process/msgloopprocess.h"
-#include "support/fakeplatform.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
-#include "support/testlog.h"
-#include "zorvaneprocess.h"
+#include "src/log/logger.h"
+#include "src/log/logsite.h"
+#include "src/module.h"
+#include "src/process/msgloopprocess.h"
+#include "src/zorvaneprocess.h"
+#include "tests/support/fakeplatform.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/process/allocationrecord.h"
+#include "tests/unit/process/logfiles.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 /**
  * Closes the files that are opened for the log in this object's life. The process-wide logger

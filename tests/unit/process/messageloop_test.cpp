@@ -1,4 +1,4 @@
-#include "process/messageloop.h"
+#include "src/process/messageloop.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 using testing::ElementsAre;
 

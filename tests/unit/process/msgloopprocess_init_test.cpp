@@ -4,9 +4,9 @@
 
 #include <shellapi.h>
 
-#include "process/msgloopprocess.h"
-#include "support/importpatch.h"
-#include "support/testlog.h"
+#include "src/process/msgloopprocess.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -3,9 +3,9 @@
 
 #include <thread>
 
-#include "runningprocess.h"
-#include "support/importpatch.h"
-#include "support/testlog.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/process/runningprocess.h"
 
 using testing::UnorderedElementsAre;
 

@@ -11,12 +11,12 @@
 #include <random>
 #include <thread>
 
-#include "log/logger.h"
-#include "log/logsite.h"
-#include "logfiles.h"
-#include "runningprocess.h"
-#include "support/importpatch.h"
-#include "support/tempfolder.h"
+#include "src/log/logger.h"
+#include "src/log/logsite.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/tempfolder.h"
+#include "tests/unit/process/logfiles.h"
+#include "tests/unit/process/runningprocess.h"
 #include "zorvane/wire.h"
 
 namespace {
@@ -26,9 +26,9 @@ constexpr int kMaxTurns = 60;
 // Turns that widen a moment in which the threads could get into each other's way.
 constexpr int kWideTurns = 3000;
 
-enum class EStop { kMessage, kQuit, kWorkReturns, kClose, kCount };
+enum class Stop { kMessage, kQuit, kWorkReturns, kClose, kCount };
 
-const char* NameOf(EStop stop) {
+const char* NameOf(Stop stop) {
     constexpr const char* kNames[] = {"stop message", "Quit", "work returns", "close message"};
     return kNames[static_cast<int>(stop)];
 }
@@ -159,7 +159,7 @@ class CHandleWatch {
 };
 
 struct Plan {
-    EStop stop;
+    Stop stop;
     int turnsBeforeStop;
     int linesOfWork;
     int turnsBetweenLines;
@@ -195,7 +195,7 @@ class CWorker {
                 break;
             }
         }
-        if (m_plan.stop != EStop::kWorkReturns) {
+        if (m_plan.stop != Stop::kWorkReturns) {
             host.WaitQuit(INFINITE);
         }
     }
@@ -205,10 +205,10 @@ class CWorker {
         PassTurns(m_plan.turnsBeforeStop);
         COPYDATASTRUCT stop{kCopyDataStop, 0, nullptr};
         switch (m_plan.stop) {
-            case EStop::kMessage:
+            case Stop::kMessage:
                 SendMessageW(host.Window(), WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&stop));
                 break;
-            case EStop::kClose:
+            case Stop::kClose:
                 PostMessageW(host.Window(), WM_CLOSE, 0, 0);
                 break;
             default:
@@ -244,8 +244,8 @@ TEST(MsgLoopProcessRace, EndsInOrderAtWhateverMomentAndInWhateverWayItIsStopped)
     };
     ZorLog::ShutdownLogger();
     for (int number = 0; number < kWorkers; ++number) {
-        const Plan plan{static_cast<EStop>(number % static_cast<int>(EStop::kCount)),
-                        pick(kMaxTurns), pick(4), pick(kMaxTurns / 4)};
+        const Plan plan{static_cast<Stop>(number % static_cast<int>(Stop::kCount)), pick(kMaxTurns),
+                        pick(4), pick(kMaxTurns / 4)};
         SCOPED_TRACE(std::string("worker ") + std::to_string(number) + ", " + NameOf(plan.stop));
         const std::wstring logPath = folder.PathOf(L"worker" + std::to_wstring(number) + L".log");
         watch.Reset();

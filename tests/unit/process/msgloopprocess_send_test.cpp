@@ -5,11 +5,11 @@
 #include <cstring>
 #include <limits>
 
-#include "process/msgloopprocess.h"
-#include "stubwords.h"
-#include "support/importpatch.h"
-#include "support/testlog.h"
-#include "testevent.h"
+#include "src/process/msgloopprocess.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/process/stubwords.h"
+#include "tests/unit/process/testevent.h"
 #include "zorvane/wire.h"
 
 using testing::ElementsAre;

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "runningprocess.h"
-#include "stubwords.h"
-#include "support/importpatch.h"
-#include "support/testlog.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/process/runningprocess.h"
+#include "tests/unit/process/stubwords.h"
 #include "zorvane/wire.h"
 
 using testing::Contains;

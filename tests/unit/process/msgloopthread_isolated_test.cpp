@@ -2,9 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "process/msgloopthread.h"
-#include "support/importpatch.h"
-#include "support/testlog.h"
+#include "src/process/msgloopthread.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
 
 using testing::ElementsAre;
 

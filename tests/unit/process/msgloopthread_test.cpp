@@ -1,13 +1,13 @@
-#include "process/msgloopthread.h"
+#include "src/process/msgloopthread.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 
-#include "support/importpatch.h"
-#include "support/testlog.h"
-#include "testevent.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/testlog.h"
+#include "tests/unit/process/testevent.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

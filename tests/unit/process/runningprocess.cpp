@@ -1,4 +1,4 @@
-#include "runningprocess.h"
+#include "tests/unit/process/runningprocess.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -6,8 +6,8 @@
 #include <string>
 #include <thread>
 
-#include "process/msgloopprocess.h"
-#include "testevent.h"
+#include "src/process/msgloopprocess.h"
+#include "tests/unit/process/testevent.h"
 
 /** The host object, with its window visible to tests. */
 class CTestedProcess : public CMsgLoopProcess {

@@ -1,10 +1,10 @@
 // Whoever stands in for one of these interfaces relies on the order of its operations.
 #include <gtest/gtest.h>
 
-#include "process/iprocess.h"
-#include "process/msgloopthread.h"
-#include "process/thread.h"
-#include "support/virtualslot.h"
+#include "src/process/iprocess.h"
+#include "src/process/msgloopthread.h"
+#include "src/process/thread.h"
+#include "tests/support/virtualslot.h"
 
 namespace {
 

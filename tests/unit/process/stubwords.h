@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "support/recordingstub.h"
+#include "tests/support/recordingstub.h"
 
 /** "--wnd=<handle> --entry=<entry>" */
 inline std::wstring CommandLine(const CRecordingStub& stub, const std::wstring& entry) {

@@ -1,4 +1,4 @@
-#include "process/thread.h"
+#include "src/process/thread.h"
 
 #include <gtest/gtest.h>
 #include <objbase.h>
@@ -7,8 +7,8 @@
 #include <atomic>
 #include <functional>
 
-#include "support/importpatch.h"
-#include "testevent.h"
+#include "tests/support/importpatch.h"
+#include "tests/unit/process/testevent.h"
 
 namespace {
 

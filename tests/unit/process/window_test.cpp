@@ -1,4 +1,4 @@
-#include "process/window.h"
+#include "src/process/window.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "module.h"
-#include "support/importpatch.h"
+#include "src/module.h"
+#include "tests/support/importpatch.h"
 
 using testing::Contains;
 

@@ -13,12 +13,12 @@
 #include <stdexcept>
 #include <thread>
 
-#include "stubwords.h"
-#include "support/buildfolder.h"
-#include "support/importpatch.h"
-#include "support/logfile.h"
-#include "support/tempfolder.h"
-#include "testevent.h"
+#include "tests/support/buildfolder.h"
+#include "tests/support/importpatch.h"
+#include "tests/support/logfile.h"
+#include "tests/support/tempfolder.h"
+#include "tests/unit/process/stubwords.h"
+#include "tests/unit/process/testevent.h"
 #include "zorvane/wire.h"
 
 using testing::ElementsAre;

@@ -11,9 +11,9 @@
 #include <stdexcept>
 #include <vector>
 
-#include "imports.h"
-#include "support/buildfolder.h"
-#include "support/tempfolder.h"
+#include "host/imports.h"
+#include "tests/support/buildfolder.h"
+#include "tests/support/tempfolder.h"
 
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;

@@ -1,9 +1,9 @@
-#include "scenario/calllog.h"
+#include "sim/scenario/calllog.h"
 
 #include <algorithm>
 #include <thread>
 
-#include "simfixture.h"
+#include "tests/unit/sim/simfixture.h"
 
 namespace {
 

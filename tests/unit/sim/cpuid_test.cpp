@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "cpu/cpuidanswer.h"
-#include "cpu/cpuidpatch.h"
+#include "sim/cpu/cpuidanswer.h"
+#include "sim/cpu/cpuidpatch.h"
 
 // void AskProcessor(uint32_t leaf, uint32_t subleaf, CpuidRegisters* answer), with its one CPUID
 // instruction at a place that has a name.
@@ -47,18 +47,18 @@ Cpu Ryzen() {
 
 TEST(CpuidAnswer, LeafZeroHoldsTheVendorInEbxEdxEcxAndTheRealHighestLeaf) {
     const CpuidRegisters answer = AnswerCpuid(Ryzen(), 0, kReal);
-    EXPECT_EQ(answer.eax, 1U);
-    EXPECT_EQ(answer.ebx, 0x68747541U);  // "Auth"
-    EXPECT_EQ(answer.edx, 0x69746E65U);  // "enti"
-    EXPECT_EQ(answer.ecx, 0x444D4163U);  // "cAMD"
+    EXPECT_EQ(answer.eax, 1u);
+    EXPECT_EQ(answer.ebx, 0x68747541u);  // "Auth"
+    EXPECT_EQ(answer.edx, 0x69746E65u);  // "enti"
+    EXPECT_EQ(answer.ecx, 0x444D4163u);  // "cAMD"
 }
 
 TEST(CpuidAnswer, ExtendedLeafOneHoldsTheSignatureAndThePackageTypeAboveTheRealBits) {
     const CpuidRegisters answer = AnswerCpuid(Ryzen(), 0x80000001, kReal);
-    EXPECT_EQ(answer.eax, 0x870F10U);
-    EXPECT_EQ(answer.ebx, 0x72345678U);
-    EXPECT_EQ(answer.ecx, 3U);
-    EXPECT_EQ(answer.edx, 4U);
+    EXPECT_EQ(answer.eax, 0x870F10u);
+    EXPECT_EQ(answer.ebx, 0x72345678u);
+    EXPECT_EQ(answer.ecx, 3u);
+    EXPECT_EQ(answer.edx, 4u);
 }
 
 TEST(CpuidAnswer, OtherLeavesAreTheRealProcessors) {
@@ -116,10 +116,10 @@ TEST_F(CCpuidPatchTest, ZPatchedInstructionAnswersForTheSimulatedProcessor) {
 
     CpuidRegisters answer{};
     AskProcessor(0, 0, &answer);
-    EXPECT_EQ(answer.ebx, 0x756D6953U);  // "Simu"
+    EXPECT_EQ(answer.ebx, 0x756D6953u);  // "Simu"
     AskProcessor(0x80000001, 0, &answer);
-    EXPECT_EQ(answer.eax, 0x870F10U);
-    EXPECT_EQ(answer.ebx >> 28, 7U);
+    EXPECT_EQ(answer.eax, 0x870F10u);
+    EXPECT_EQ(answer.ebx >> 28, 7u);
     AskProcessor(0x80000000, 0, &answer);
     EXPECT_EQ(answer.eax, highest.eax);
     AskProcessor(1, 0, &answer);

@@ -1,5 +1,5 @@
-#include "simfixture.h"
-#include "simservice.h"
+#include "tests/unit/sim/simfixture.h"
+#include "tests/unit/sim/simservice.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ TEST_F(CDriverTest, ControlCodesAreAnsweredWithSuccessAndNoData) {
     ASSERT_NE(device, INVALID_HANDLE_VALUE);
     DWORD returned = 5;
     EXPECT_TRUE(DeviceIoControl(device, 0x222000, nullptr, 0, nullptr, 0, &returned, nullptr));
-    EXPECT_EQ(returned, 0U);
+    EXPECT_EQ(returned, 0u);
     CloseHandle(device);
 }
 
@@ -73,9 +73,9 @@ TEST_F(CDriverTest, PlatformStartsOnceTheDriverRuns) {
     const CLoadedLibrary library(SimFolder() / "Platform.dll");
     void* platform = library.Get<void*()>("?GetPlatform@@YAAEAVIPlatform@@XZ")();
     const auto* slots = *static_cast<uint64_t (***)(void*, void*, void*)>(platform);
-    EXPECT_EQ(slots[0](platform, nullptr, nullptr) & 0xFF, 0U);
+    EXPECT_EQ(slots[0](platform, nullptr, nullptr) & 0xFF, 0u);
     ASSERT_TRUE(StartServiceW(service.get(), 0, nullptr)) << GetLastError();
-    EXPECT_EQ(slots[0](platform, nullptr, nullptr) & 0xFF, 1U);
+    EXPECT_EQ(slots[0](platform, nullptr, nullptr) & 0xFF, 1u);
     slots[1](platform, nullptr, nullptr);
 }
 

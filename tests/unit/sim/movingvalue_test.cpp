@@ -1,4 +1,4 @@
-#include "scenario/movingvalue.h"
+#include "sim/scenario/movingvalue.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ TEST(MovingValue, ConstantStaysTheSame) {
 }
 
 TEST(MovingValue, TriangleRisesFromItsMiddleThenFallsThroughItToTheLowestAndReturns) {
-    CMovingValue value(Wave{EWaveShape::kTriangle, 45, 10, 20});
+    CMovingValue value(Wave{WaveShape::kTriangle, 45, 10, 20});
     EXPECT_DOUBLE_EQ(value.Read(0), 45);
     EXPECT_DOUBLE_EQ(value.Read(2.5), 50);
     EXPECT_DOUBLE_EQ(value.Read(5), 55);
@@ -23,7 +23,7 @@ TEST(MovingValue, TriangleRisesFromItsMiddleThenFallsThroughItToTheLowestAndRetu
 }
 
 TEST(MovingValue, SineIsBasePlusAmplitudeTimesTheSineOfTheShareOfThePeriod) {
-    CMovingValue value(Wave{EWaveShape::kSine, 45, 10, 12});
+    CMovingValue value(Wave{WaveShape::kSine, 45, 10, 12});
     EXPECT_DOUBLE_EQ(value.Read(0), 45);
     EXPECT_NEAR(value.Read(1), 50, 1e-9);
     EXPECT_NEAR(value.Read(3), 55, 1e-9);
@@ -51,16 +51,16 @@ TEST(MovingValue, PerReadGivesOneValueAReadWhateverTheTimeAndThenTheLastOne) {
 }
 
 TEST(MovingValue, RoundingGoesToTheNearestAndHalvesGoAwayFromZero) {
-    EXPECT_EQ(RoundToUnsigned(45.49), 45U);
-    EXPECT_EQ(RoundToUnsigned(45.5), 46U);
+    EXPECT_EQ(RoundToUnsigned(45.49), 45u);
+    EXPECT_EQ(RoundToUnsigned(45.5), 46u);
     EXPECT_EQ(RoundToSigned(-7.5), -8);
     EXPECT_EQ(RoundToSigned(2.5), 3);
 }
 
 TEST(MovingValue, RoundingStaysInsideThirtyTwoBits) {
-    EXPECT_EQ(RoundToUnsigned(-1), 0U);
-    EXPECT_EQ(RoundToUnsigned(4294967295.0), 4294967295U);
-    EXPECT_EQ(RoundToUnsigned(1e20), 4294967295U);
+    EXPECT_EQ(RoundToUnsigned(-1), 0u);
+    EXPECT_EQ(RoundToUnsigned(4294967295.0), 4294967295u);
+    EXPECT_EQ(RoundToUnsigned(1e20), 4294967295u);
     EXPECT_EQ(RoundToSigned(-1e20), -2147483647 - 1);
     EXPECT_EQ(RoundToSigned(1e20), 2147483647);
 }

@@ -1,8 +1,8 @@
 /** The entry points of a simulated Nvml.dll as a caller sees them. */
 #pragma once
 
-#include "nvml/nvmlexports.h"
-#include "simfixture.h"
+#include "sim/nvml/nvmlexports.h"
+#include "tests/unit/sim/simfixture.h"
 
 // A name that is declared cannot stand in parentheses. NOLINTNEXTLINE(bugprone-macro-parentheses)
 #define ZORVANE_ENTRY(name) decltype(::name)* name = m_library.Get<decltype(::name)>(#name)

@@ -1,4 +1,4 @@
-#include "nvml.h"
+#include "tests/unit/sim/nvml.h"
 
 #include <gmock/gmock.h>
 
@@ -31,7 +31,7 @@ TEST_F(CNvmlTest, NothingAnswersBeforeInit) {
     EXPECT_EQ(nvml.nvmlDeviceGetCount_v2(&number), kNvmlUninitialized);
     EXPECT_EQ(nvml.nvmlDeviceGetHandleByIndex_v2(0, &device), kNvmlUninitialized);
     EXPECT_EQ(nvml.nvmlDeviceGetFanSpeed(nullptr, &number), kNvmlUninitialized);
-    EXPECT_EQ(number, 5U);
+    EXPECT_EQ(number, 5u);
     EXPECT_EQ(device, nullptr);
 }
 
@@ -70,7 +70,7 @@ TEST_F(CNvmlTest, NullPointersBadHandlesAndBadEnumeratorsAreInvalidArguments) {
     EXPECT_EQ(nvml.nvmlDeviceGetClock(gpu, 4, 0, &number), kNvmlInvalidArgument);
     EXPECT_EQ(nvml.nvmlDeviceGetClock(gpu, 0, 4, &number), kNvmlInvalidArgument);
     EXPECT_EQ(nvml.nvmlDeviceGetClock(gpu, 0, 1, &number), kNvmlNotSupported);
-    EXPECT_EQ(number, 5U);
+    EXPECT_EQ(number, 5u);
 }
 
 TEST_F(CNvmlTest, NumbersArriveRoundedOneValueARead) {
@@ -79,21 +79,21 @@ TEST_F(CNvmlTest, NumbersArriveRoundedOneValueARead) {
     ASSERT_EQ(nvml.nvmlInit_v2(), kNvmlSuccess);
     const NvmlDevice gpu = nvml.Device(0);
     uint32_t number = 0;
-    for (const uint32_t expected : {45U, 47U, 47U, 47U}) {
+    for (const uint32_t expected : {45u, 47u, 47u, 47u}) {
         EXPECT_EQ(nvml.nvmlDeviceGetTemperature(gpu, 0, &number), kNvmlSuccess);
         EXPECT_EQ(number, expected);
     }
     NvmlUtilization utilization{};
     EXPECT_EQ(nvml.nvmlDeviceGetUtilizationRates(gpu, &utilization), kNvmlSuccess);
-    EXPECT_EQ(utilization.gpu, 10U);
+    EXPECT_EQ(utilization.gpu, 10u);
     EXPECT_EQ(nvml.nvmlDeviceGetUtilizationRates(gpu, &utilization), kNvmlSuccess);
-    EXPECT_EQ(utilization.gpu, 20U);
-    EXPECT_EQ(utilization.memory, 30U);
+    EXPECT_EQ(utilization.gpu, 20u);
+    EXPECT_EQ(utilization.memory, 30u);
     EXPECT_EQ(nvml.nvmlDeviceGetFanSpeed(gpu, &number), kNvmlSuccess);
-    EXPECT_EQ(number, 130U);
+    EXPECT_EQ(number, 130u);
     NvmlMemory memory{};
     EXPECT_EQ(nvml.nvmlDeviceGetMemoryInfo(gpu, &memory), kNvmlSuccess);
-    EXPECT_EQ(memory.total, 24564ULL << 20);
+    EXPECT_EQ(memory.total, 24564ull << 20);
 }
 
 TEST_F(CNvmlTest, ClocksComeByTypeAndOneThatIsAbsentIsNotSupported) {
@@ -103,13 +103,13 @@ TEST_F(CNvmlTest, ClocksComeByTypeAndOneThatIsAbsentIsNotSupported) {
     const NvmlDevice gpu = nvml.Device(0);
     uint32_t number = 0;
     EXPECT_EQ(nvml.nvmlDeviceGetClock(gpu, 3, 0, &number), kNvmlSuccess);
-    EXPECT_EQ(number, 4U);
+    EXPECT_EQ(number, 4u);
     EXPECT_EQ(nvml.nvmlDeviceGetClockInfo(gpu, 1, &number), kNvmlSuccess);
-    EXPECT_EQ(number, 2U);
+    EXPECT_EQ(number, 2u);
     EXPECT_EQ(nvml.nvmlDeviceGetMaxClockInfo(gpu, 1, &number), kNvmlSuccess);
-    EXPECT_EQ(number, 6U);
+    EXPECT_EQ(number, 6u);
     EXPECT_EQ(nvml.nvmlDeviceGetClock(gpu, 2, 0, &number), kNvmlNotSupported);
-    EXPECT_EQ(number, 6U);
+    EXPECT_EQ(number, 6u);
 }
 
 TEST_F(CNvmlTest, TextsNeedRoomForTheirNul) {
@@ -165,15 +165,15 @@ TEST_F(CNvmlTest, OlderPciEntryPointsWriteOnlyWhatTheirStructuresHave) {
     NvmlPciInfo pci = FilledPciInfo();
     EXPECT_EQ(nvml.nvmlDeviceGetPciInfo(gpu, &pci), kNvmlSuccess);
     EXPECT_STREQ(pci.busIdLegacy, "0001:02:03.0");
-    EXPECT_EQ(pci.domain, 1U);
-    EXPECT_EQ(pci.bus, 2U);
-    EXPECT_EQ(pci.device, 3U);
-    EXPECT_EQ(pci.pciDeviceId, 0x268410DEU);
-    EXPECT_EQ(pci.pciSubSystemId, 0x3F3F3F3FU);
+    EXPECT_EQ(pci.domain, 1u);
+    EXPECT_EQ(pci.bus, 2u);
+    EXPECT_EQ(pci.device, 3u);
+    EXPECT_EQ(pci.pciDeviceId, 0x268410DEu);
+    EXPECT_EQ(pci.pciSubSystemId, 0x3F3F3F3Fu);
     EXPECT_EQ(pci.busId[0], '?');
 
     EXPECT_EQ(nvml.nvmlDeviceGetPciInfo_v2(gpu, &pci), kNvmlSuccess);
-    EXPECT_EQ(pci.pciSubSystemId, 0x889D1043U);
+    EXPECT_EQ(pci.pciSubSystemId, 0x889D1043u);
     EXPECT_EQ(pci.busId[0], '?');
 
     EXPECT_EQ(nvml.nvmlDeviceGetPciInfo_v3(gpu, &pci), kNvmlSuccess);
@@ -187,7 +187,7 @@ TEST_F(CNvmlTest, SetCountIsAnsweredButHasNoGpusBehindIt) {
     uint32_t count = 0;
     NvmlDevice device = nullptr;
     EXPECT_EQ(nvml.nvmlDeviceGetCount_v2(&count), kNvmlSuccess);
-    EXPECT_EQ(count, 4294967295U);
+    EXPECT_EQ(count, 4294967295u);
     EXPECT_EQ(nvml.nvmlDeviceGetHandleByIndex_v2(0, &device), kNvmlSuccess);
     EXPECT_EQ(nvml.nvmlDeviceGetHandleByIndex_v2(1, &device), kNvmlInvalidArgument);
 }
@@ -205,7 +205,7 @@ TEST_F(CNvmlTest, SetResultsComeBackForAllForOneGpuForOneTypeAndFromACallOn) {
     uint32_t number = 5;
     char text[8];
     EXPECT_EQ(nvml.nvmlDeviceGetFanSpeed(first, &number), 999);
-    EXPECT_EQ(number, 5U);
+    EXPECT_EQ(number, 5u);
     EXPECT_EQ(nvml.nvmlDeviceGetFanSpeed(second, &number), kNvmlSuccess);
     EXPECT_EQ(nvml.nvmlDeviceGetClock(first, 1, 0, &number), kNvmlSuccess);
     EXPECT_EQ(nvml.nvmlDeviceGetClock(first, 2, 0, &number), -77);
@@ -248,15 +248,15 @@ TEST_F(CNvmlTest, FailingCallsWriteGarbageWhenToldTo) {
     std::array<char, 64> text = Filled();
     NvmlPciInfo pci = FilledPciInfo();
     EXPECT_EQ(nvml.nvmlDeviceGetCount_v2(&number), 3);
-    EXPECT_EQ(number, 0x58585858U);
+    EXPECT_EQ(number, 0x58585858u);
     number = 0;
     EXPECT_EQ(nvml.nvmlDeviceGetFanSpeed(nvml.Device(0), &number), 3);
-    EXPECT_EQ(number, 0x58585858U);
+    EXPECT_EQ(number, 0x58585858u);
     EXPECT_EQ(nvml.nvmlDeviceGetName(nvml.Device(0), text.data(), 4), 3);
     EXPECT_EQ(std::string(text.data(), 5), "XXXX?");
     EXPECT_EQ(nvml.nvmlDeviceGetPciInfo(nvml.Device(0), &pci), 3);
-    EXPECT_EQ(pci.pciDeviceId, 0x58585858U);
-    EXPECT_EQ(pci.pciSubSystemId, 0x3F3F3F3FU);
+    EXPECT_EQ(pci.pciDeviceId, 0x58585858u);
+    EXPECT_EQ(pci.pciSubSystemId, 0x3F3F3F3Fu);
 }
 
 TEST_F(CNvmlTest, EveryCodeHasAText) {

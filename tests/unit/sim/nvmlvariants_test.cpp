@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-#include "nvml.h"
-#include "scenario/nvmlfunctions.h"
+#include "sim/scenario/nvmlfunctions.h"
+#include "tests/unit/sim/nvml.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ using CNvmlVariantsTest = CSimTest;
 using testing::UnorderedElementsAre;
 
 TEST_F(CNvmlVariantsTest, CurrentOneAndTheCrashingOneExportEverything) {
-    EXPECT_EQ(AllNames().size(), 23U);
+    EXPECT_EQ(AllNames().size(), 23u);
     EXPECT_THAT(NamesMissingFrom(""), testing::IsEmpty());
     EXPECT_THAT(NamesMissingFrom("crashes"), testing::IsEmpty());
 }

@@ -1,11 +1,11 @@
-#include "amdsdk/platform.h"
+#include "src/amdsdk/platform.h"
 
 #include <gmock/gmock.h>
 
 #include <cmath>
 #include <cstring>
 
-#include "simfixture.h"
+#include "tests/unit/sim/simfixture.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ class CPlatformTest : public CSimTest {
 TEST_F(CPlatformTest, SlotsStandAtTheirNumbers) {
     SetScenario(kRyzen);
     void* platform = RawPlatform();
-    EXPECT_EQ(SlotOf(platform, 0)(platform, nullptr, nullptr) & 0xFF, 1U);
+    EXPECT_EQ(SlotOf(platform, 0)(platform, nullptr, nullptr) & 0xFF, 1u);
     void* manager = AsObject(SlotOf(platform, 2)(platform, nullptr, nullptr));
     const auto* second = reinterpret_cast<const void*>(uintptr_t{1});
     void* cpu = AsObject(SlotOf(manager, 3)(manager, nullptr, nullptr));
@@ -96,11 +96,11 @@ TEST_F(CPlatformTest, WorkersDeclarationsReachTheSameFunctions) {
 TEST_F(CPlatformTest, OnlyTheDefinedBitsOfARegisterAreTheResult) {
     SetScenario(kRyzen);
     void* platform = RawPlatform();
-    EXPECT_EQ(SlotOf(platform, 0)(platform, nullptr, nullptr), 0xFFFFFFFFFFFFFF01U);
+    EXPECT_EQ(SlotOf(platform, 0)(platform, nullptr, nullptr), 0xFFFFFFFFFFFFFF01u);
     void* manager = AsObject(SlotOf(platform, 2)(platform, nullptr, nullptr));
     void* cpu = AsObject(SlotOf(manager, 3)(manager, nullptr, nullptr));
     double temperature = 0;
-    EXPECT_EQ(SlotOf(cpu, 42)(cpu, &temperature, nullptr), 0xFFFFFFFF00000000U);
+    EXPECT_EQ(SlotOf(cpu, 42)(cpu, &temperature, nullptr), 0xFFFFFFFF00000000u);
 }
 
 TEST_F(CPlatformTest, ReadingsFailOutsideInitAndUnInit) {
@@ -187,10 +187,10 @@ TEST(PlatformStandIn, NeverStartsAndHasNoDevice) {
 TEST(PlatformStandIn, SlotsStandAtTheirNumbers) {
     const CLoadedLibrary library(SimFolder().parent_path() / "platform-standin" / "Platform.dll");
     void* platform = library.Get<void*()>(kGetPlatform)();
-    EXPECT_EQ(SlotOf(platform, 0)(platform, nullptr, nullptr) & 0xFF, 0U);
+    EXPECT_EQ(SlotOf(platform, 0)(platform, nullptr, nullptr) & 0xFF, 0u);
     SlotOf(platform, 1)(platform, nullptr, nullptr);
     void* manager = AsObject(SlotOf(platform, 2)(platform, nullptr, nullptr));
-    EXPECT_EQ(SlotOf(manager, 3)(manager, nullptr, nullptr), 0U);
+    EXPECT_EQ(SlotOf(manager, 3)(manager, nullptr, nullptr), 0u);
 }
 
 }  // namespace

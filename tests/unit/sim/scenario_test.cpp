@@ -1,11 +1,11 @@
-#include "scenario/scenario.h"
+#include "sim/scenario/scenario.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "scenario/jsonplace.h"
-#include "scenario/scenariofile.h"
-#include "simfixture.h"
+#include "sim/scenario/jsonplace.h"
+#include "sim/scenario/scenariofile.h"
+#include "tests/unit/sim/simfixture.h"
 
 namespace {
 
@@ -40,12 +40,12 @@ TEST(Scenario, EveryKeyOfAGpuIsRead) {
     EXPECT_EQ(gpu.serial, "S");
     EXPECT_EQ(gpu.vbios, "V");
     EXPECT_EQ(gpu.boardPartNumber, "B");
-    EXPECT_EQ(gpu.domain, 2U);
-    EXPECT_EQ(gpu.bus, 16U);
-    EXPECT_EQ(gpu.device, 3U);
-    EXPECT_EQ(gpu.deviceId, 0x1EB810DEU);
-    EXPECT_EQ(gpu.subsystemId, 7U);
-    EXPECT_EQ(gpu.memoryMiB, 15360U);
+    EXPECT_EQ(gpu.domain, 2u);
+    EXPECT_EQ(gpu.bus, 16u);
+    EXPECT_EQ(gpu.device, 3u);
+    EXPECT_EQ(gpu.deviceId, 0x1EB810DEu);
+    EXPECT_EQ(gpu.subsystemId, 7u);
+    EXPECT_EQ(gpu.memoryMiB, 15360u);
     EXPECT_EQ(gpu.gpuUtilization->Read(0), 11);
     EXPECT_EQ(gpu.memoryUtilization->Read(0), 12);
     EXPECT_EQ(gpu.temperature->Read(0), 13);
@@ -71,8 +71,8 @@ TEST(Scenario, EveryKeyOfTheProcessorIsRead) {
         "temperature": 4}, "offset": {"status": 5, "value": 6}}})");
     Cpu& cpu = scenario.cpu.value();
     EXPECT_EQ(cpu.vendor, "GenuineIntel");
-    EXPECT_EQ(cpu.signature, 0x870F10U);
-    EXPECT_EQ(cpu.packageType, 15U);
+    EXPECT_EQ(cpu.signature, 0x870F10u);
+    EXPECT_EQ(cpu.packageType, 15u);
     EXPECT_EQ(cpu.name, L"Ryz\u00e9n");
     EXPECT_FALSE(cpu.platformInit);
     EXPECT_FALSE(cpu.needsDriver);
@@ -186,7 +186,7 @@ TEST(Scenario, EveryShippedScenarioCanBeRead) {
             ++count;
         }
     }
-    EXPECT_GE(count, 10U);
+    EXPECT_GE(count, 10u);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-#include "scenario/scenariofile.h"
+#include "sim/scenario/scenariofile.h"
 
 #include <gmock/gmock.h>
 
-#include "nvml.h"
-#include "scenario/environment.h"
-#include "scenario/jsonplace.h"
+#include "sim/scenario/environment.h"
+#include "sim/scenario/jsonplace.h"
+#include "tests/unit/sim/nvml.h"
 
 namespace {
 
@@ -48,7 +48,7 @@ TEST_F(CScenarioFileTest, WithoutTheEnvironmentItLiesBesideTheModule) {
     EXPECT_EQ(nvml.nvmlInit_v2(), kNvmlSuccess);
     uint32_t count = 0;
     EXPECT_EQ(nvml.nvmlDeviceGetCount_v2(&count), kNvmlSuccess);
-    EXPECT_EQ(count, 2U);
+    EXPECT_EQ(count, 2u);
 }
 
 TEST_F(CScenarioFileTest, MissingFileIsNamed) {
@@ -79,7 +79,7 @@ TEST_F(CScenarioFileTest, BadScenarioMakesThePlatformFail) {
     const CLoadedLibrary library(SimFolder() / "Platform.dll");
     void* platform = library.Get<void*()>("?GetPlatform@@YAAEAVIPlatform@@XZ")();
     const auto init = **static_cast<uint64_t (***)(void*, void*, void*)>(platform);
-    EXPECT_EQ(init(platform, nullptr, nullptr) & 0xFF, 0U);
+    EXPECT_EQ(init(platform, nullptr, nullptr) & 0xFF, 0u);
     EXPECT_THAT(errors.Text(), HasSubstr("line 1, column 2"));
 }
 

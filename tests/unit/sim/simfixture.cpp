@@ -1,4 +1,4 @@
-#include "simfixture.h"
+#include "tests/unit/sim/simfixture.h"
 
 #include <sstream>
 

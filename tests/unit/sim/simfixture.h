@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "support/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 /** The folder into which the build puts the simulated machine. */
 std::filesystem::path SimFolder();

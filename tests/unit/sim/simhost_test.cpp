@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "scenario/environment.h"
-#include "simfixture.h"
-#include "simservice.h"
+#include "sim/scenario/environment.h"
+#include "tests/unit/sim/simfixture.h"
+#include "tests/unit/sim/simservice.h"
 #include "zorvane/wire.h"
 
 namespace {
@@ -170,23 +170,23 @@ TEST_F(CSimHostTest, WholeMachineReportsGpusAndCpuTemperatureFromTheUnmodifiedLi
     const CSimHost host(Program(), stub.Argument() + L" --entry=sim", ErrorFile());
     stub.WaitForTexts(2, host.Process());
     stub.StopWorker(host.Process());
-    EXPECT_EQ(host.ExitCode(), 0U) << ReadFileBytes(ErrorFile());
+    EXPECT_EQ(host.ExitCode(), 0u) << ReadFileBytes(ErrorFile());
 
-    ASSERT_GE(stub.Texts().size(), 2U);
+    ASSERT_GE(stub.Texts().size(), 2u);
     EXPECT_EQ(stub.Texts()[0], "{\"CpuTemp\":45}");
     EXPECT_EQ(stub.Texts()[1], "{\"CpuTemp\":46}");
-    ASSERT_GE(stub.Records().size(), 2U);
+    ASSERT_GE(stub.Records().size(), 2u);
     EXPECT_EQ(stub.Records()[0].kind, static_cast<uint32_t>(kGpuRecordStatic));
     EXPECT_STREQ(stub.Records()[0].name, L"NVIDIA GeForce GTX 1660");
-    EXPECT_EQ(stub.Records()[1].fanSpeedPercent, 38U);
+    EXPECT_EQ(stub.Records()[1].fanSpeedPercent, 38u);
     EXPECT_FALSE(std::filesystem::exists(MachineFolder() / "Qorvella.set"));
-    EXPECT_EQ(DriverServiceState(), 0U);
+    EXPECT_EQ(DriverServiceState(), 0u);
 }
 
 TEST_F(CSimHostTest, BadScenarioIsOneLineAndExitCodeSix) {
     SetScenario(R"({"cpu": {"signature": "Zen"}})");
     const CSimHost host(Program(), L"--wnd=0", ErrorFile());
-    EXPECT_EQ(host.ExitCode(), 6U);
+    EXPECT_EQ(host.ExitCode(), 6u);
     EXPECT_THAT(
         ReadFileBytes(ErrorFile()),
         testing::MatchesRegex("zorvanesimhost: scenario .*test.json: /cpu/signature: .*\r\n"));
@@ -203,7 +203,7 @@ TEST_F(CSimHostTest, LibraryOfAnotherBuildIsRefusedWithExitCodeSeven) {
     WriteFileBytes(changed, bytes);
 
     const CSimHost host(Program(), L"--wnd=0 --library=\"" + changed.native() + L"\"", ErrorFile());
-    EXPECT_EQ(host.ExitCode(), 7U);
+    EXPECT_EQ(host.ExitCode(), 7u);
     EXPECT_THAT(ReadFileBytes(ErrorFile()),
                 testing::HasSubstr("this is not the library that this program was built for"));
 }

@@ -1,4 +1,4 @@
-#include "simservice.h"
+#include "tests/unit/sim/simservice.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "support/importpatch.h"
+#include "tests/support/importpatch.h"
 
 #include <gtest/gtest.h>
 

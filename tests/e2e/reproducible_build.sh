@@ -2,6 +2,8 @@
 # Builds the library a second time, in another folder, and compares: the same sources give the same
 # bytes. Usage: reproducible_build.sh SOURCE_FOLDER BUILT_LIBRARY RESULTS_FILE
 set -euo pipefail
+# A compiler cache would compare one result with itself, or give the paths of another folder.
+unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER
 source=$1
 library=$2
 results=$3

@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr char kLogSource[] = "tests\\logsite_test.cpp";
+
 using Texts = std::vector<std::string>;
 
 struct Prefix {
@@ -100,7 +102,6 @@ TEST(LogSite, WritesNullForANullFormat) {
 }
 
 TEST(LogSite, CarriesTheLineItStandsIn) {
-    // This file is recorded with slashes and so has no base name.
     EXPECT_EQ(Logged([] { LOG_INFO(L"here"); }),
-              "[I]" + ZorLog::FormatSourcePrefix("", __LINE__ - 1) + "here");
+              "[I]" + ZorLog::FormatSourcePrefix(kLogSource, __LINE__ - 1) + "here");
 }

@@ -31,6 +31,8 @@ extern "C" void ZorvaneProcess(wchar_t* commandLine);
 
 namespace {
 
+constexpr char kLogSource[] = "tests\\dllmain_test.cpp";
+
 const auto kModule = reinterpret_cast<HINSTANCE>(ULONG_PTR{0x180000000});
 
 // The machine has no vendor libraries and the temperature task is switched off.

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 #include "tests/support/importpatch.h"
@@ -143,15 +144,19 @@ TEST(MsgLoopProcessQuit, WaitersOnOtherThreadsLetGoBeforeTheEventIsClosed) {
     CTestEvent waiting;
     std::atomic<bool> inWait{false};
     std::atomic<bool> closedUnderWaiter{false};
+    int events = 0;
     PATCH_IMPORT(creation, CreateEventW, [&](auto... arguments) {
-        quitEvent = decltype(creation)::Original(arguments...);
-        return quitEvent;
+        const HANDLE made = decltype(creation)::Original(arguments...);
+        if (++events == 2) {  // the first is the window's, later ones are the test's
+            quitEvent = made;
+        }
+        return made;
     });
     const auto process = std::make_shared<CTestedProcess>();
     const HANDLE event = quitEvent;
-    static thread_local bool t_isWaiter = false;
+    std::atomic<DWORD> waiterId{0};
     PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE object, DWORD timeout) {
-        if (object != event || !t_isWaiter) {
+        if (object != event || waiterId != GetCurrentThreadId()) {
             return decltype(wait)::Original(object, timeout);
         }
         inWait = true;
@@ -172,7 +177,7 @@ TEST(MsgLoopProcessQuit, WaitersOnOtherThreadsLetGoBeforeTheEventIsClosed) {
     });
     bool quit = false;
     std::thread waiter([&] {
-        t_isWaiter = true;
+        waiterId = GetCurrentThreadId();
         quit = process->WaitQuit(INFINITE);
     });
     EXPECT_TRUE(waiting.Wait());

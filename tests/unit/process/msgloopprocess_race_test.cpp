@@ -21,6 +21,8 @@
 
 namespace {
 
+constexpr char kLogSource[] = "tests\\msgloopprocess_race_test.cpp";
+
 constexpr int kWorkers = 1000;
 constexpr int kMaxTurns = 60;
 // Turns that widen a moment in which the threads could get into each other's way.

@@ -8,7 +8,7 @@
 namespace {
 
 // decltype(malloc) has attributes, which a template argument must not have.
-using Malloc = CImportPatch<void*(size_t), -40>;
+using Malloc = CImportPatch<void*(size_t)>;
 
 class CExhaustedMemory {
   private:
@@ -96,7 +96,7 @@ TEST(ExceptionMemory, ComesFromTheHeapWhileThereIsSome) {
     {
         const Malloc counted("malloc", [&](size_t size) {
             ++allocations;
-            return Malloc::Original(size);
+            return counted.Original(size);
         });
         arrived = ThrowNested(100);
     }

@@ -211,7 +211,7 @@ TEST(Scenario, EveryShippedScenarioCanBeRead) {
             ++count;
         }
     }
-    EXPECT_GE(count, 10u);
+    EXPECT_GE(count, 20u);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-/** COM and the answers of WMI, as a test wants them. */
+/** A scriptable fake of COM and WMI. */
 #pragma once
 
 #include <windows.h>

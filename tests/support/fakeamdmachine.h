@@ -1,4 +1,4 @@
-/** A machine for the AMD task to start on. */
+/** A fake machine on which the AMD task works. */
 #pragma once
 
 #include <windows.h>
@@ -8,28 +8,31 @@
 #include <vector>
 
 #include "tests/support/fakecpuid.h"
+#include "tests/support/fakeexecutable.h"
 #include "tests/support/fakeplatform.h"
 #include "tests/support/fakeservices.h"
-#include "tests/unit/amdsdk/fakewmi.h"
+#include "tests/support/fakewmi.h"
 
 /**
- * Answers all that the AMD task asks the system when it starts, for its own life; one at a time. As
- * made, it is a machine on which every step succeeds, VBS is looked at and is off, and the driver
- * runs. All calls stand in one list, in order. Only the version of Windows is the real one's.
+ * Answers all that the AMD task asks the system, for its own life; one at a time. As made, it is a
+ * machine on which every step succeeds, with a processor for which VBS is not queried, a driver
+ * that runs, and a CPU of 47.5 degrees; a test changes what is to be different. All calls stand in
+ * one list, in order. Only the version of Windows is the real one: a process asks for it once
+ * (tests/support/fakewindows.h).
  */
-class CFakeMachine {
+class CFakeAmdMachine {
   public:
-    CFakeMachine();
-    ~CFakeMachine();
-    CFakeMachine(const CFakeMachine&) = delete;
-    CFakeMachine& operator=(const CFakeMachine&) = delete;
+    CFakeAmdMachine();
+    ~CFakeAmdMachine();
+    CFakeAmdMachine(const CFakeAmdMachine&) = delete;
+    CFakeAmdMachine& operator=(const CFakeAmdMachine&) = delete;
 
     bool isAdmin = true;
     bool isWorkstation = true;
     /** Leaf 0 of CPUID. */
     CpuidRegisters vendor = VendorLeaf("AuthenticAMD");
     /** EAX and EBX of leaf 0x80000001. */
-    uint32_t signature = 0x800F11;
+    uint32_t signature = 0x870F10;
     uint32_t packageBits = 0x20000000;
     /** How the key and the value of the product's name answer. */
     LSTATUS openKeyResult = ERROR_SUCCESS;
@@ -37,10 +40,13 @@ class CFakeMachine {
     DWORD productType = REG_SZ;
     /** The value, which its NUL follows. */
     std::wstring product = L"Board";
+    /** What every reading gives, in degrees Celsius. */
+    double temperature = 47.5;
 
     FakePlatform& platform = FakePlatform::Instance();
     std::vector<std::string>& calls = platform.calls;
     CFakeServices services{calls};
+    CFakeExecutable executable;
     CFakeWmi wmi{calls};
 
   private:

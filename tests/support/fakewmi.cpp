@@ -1,4 +1,4 @@
-#include "tests/unit/amdsdk/fakewmi.h"
+#include "tests/support/fakewmi.h"
 
 #include <wbemidl.h>
 

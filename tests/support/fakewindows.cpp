@@ -1,4 +1,4 @@
-#include "tests/unit/amdsdk/fakewindows.h"
+#include "tests/support/fakewindows.h"
 
 #include <gtest/gtest.h>
 

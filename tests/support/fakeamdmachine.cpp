@@ -1,4 +1,4 @@
-#include "tests/unit/amdsdk/fakemachine.h"
+#include "tests/support/fakeamdmachine.h"
 
 #include <gtest/gtest.h>
 #include <shlobj.h>
@@ -13,10 +13,10 @@ HKEY Key() { return reinterpret_cast<HKEY>(ULONG_PTR{0x10}); }
 
 }  // namespace
 
-struct CFakeMachine::Patches {
-    explicit Patches(CFakeMachine& owner) : machine(owner) {}
+struct CFakeAmdMachine::Patches {
+    explicit Patches(CFakeAmdMachine& owner) : machine(owner) {}
 
-    CFakeMachine& machine;
+    CFakeAmdMachine& machine;
 
     PATCH_IMPORT(isAdmin, IsUserAnAdmin, [this] {
         machine.calls.emplace_back("IsUserAnAdmin()");
@@ -57,17 +57,25 @@ struct CFakeMachine::Patches {
     });
 };
 
-CFakeMachine::CFakeMachine() {
+CFakeAmdMachine::CFakeAmdMachine() {
     platform.Reset();
-    platform.cpuName = L"AMD Ryzen 5 1600X Six-Core Processor";
+    platform.cpuName = L"AMD Ryzen 7 3700X 8-Core Processor";
     platform.init = [](void*, void*) { return true; };
+    platform.pmTable = [this](PMTableData* data) {
+        data->currentTemperature = temperature;
+        return 0;
+    };
+    platform.currentTemperature = [this](double* celsius) {
+        *celsius = temperature;
+        return 0;
+    };
     m_patches = std::make_unique<Patches>(*this);
     m_cpuid = std::make_unique<CFakeCpuid>([this](uint32_t leaf) { return AnswerCpuid(leaf); });
 }
 
-CFakeMachine::~CFakeMachine() = default;
+CFakeAmdMachine::~CFakeAmdMachine() { platform.Reset(); }
 
-CpuidRegisters CFakeMachine::AnswerCpuid(uint32_t leaf) {
+CpuidRegisters CFakeAmdMachine::AnswerCpuid(uint32_t leaf) {
     calls.emplace_back("CPUID(" + Hex(leaf) + ")");
     return leaf == 0 ? vendor : CpuidRegisters{signature, packageBits, 0, 0};
 }

@@ -1,4 +1,4 @@
-/** A version of Windows, as a test wants it. */
+/** A scriptable fake of what Windows says about its version and processor architecture. */
 #pragma once
 
 #include <windows.h>

@@ -116,6 +116,8 @@ enum class PayloadFault {
     kImplausible,
 };
 
+inline constexpr PayloadFault kLastPayloadFault = PayloadFault::kImplausible;
+
 /** The fault as a short word in lower case, for filters and logs: "wrong_size". */
 const char* FaultName(PayloadFault fault);
 

@@ -55,9 +55,11 @@ struct MissingEvent {
     std::string what;
     /** The reason's stable id: "nvml.path". */
     std::string id;
-    /** The reason as a sentence without a full stop. */
+    /** The reason in a few words, to stand in brackets; may be empty. */
+    std::string brief;
+    /** The reason as a sentence. */
     std::string text;
-    /** The remedy as a sentence; may be empty. */
+    /** What to do, in whole sentences; empty when nothing can be done. */
     std::string remedy;
 };
 

@@ -21,7 +21,7 @@ struct CSentenceMaker {
     }
 
     Sentence operator()(const MissingEvent& event) const {
-        return event.remedy.empty() ? event.text : event.text + ": " + event.remedy;
+        return event.remedy.empty() ? event.text : event.text + " " + event.remedy;
     }
 
     Sentence operator()(const StaleEvent& event) const {

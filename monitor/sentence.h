@@ -8,7 +8,7 @@
 
 namespace zorvane {
 
-/** The event as a sentence without a full stop, in UTF-8; empty for what needs no words. */
+/** The event in one or two sentences, in UTF-8; empty for what needs no words. */
 std::optional<std::string> SentenceOf(const EventBody& event);
 
 }  // namespace zorvane

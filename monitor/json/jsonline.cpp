@@ -102,6 +102,7 @@ class CLineMaker {
         Json line = Begin("missing");
         line["what"] = event.what;
         line["id"] = event.id;
+        line["brief"] = event.brief;
         line["text"] = event.text;
         line["do"] = event.remedy;
         return line;

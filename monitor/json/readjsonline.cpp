@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <limits>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
 #include "client/text.h"
 
@@ -158,7 +160,8 @@ EventBody ReadError(const Json& line) {
 
 EventBody ReadMissing(const Json& line) {
     return MissingEvent{Get<std::string>(line, "what"), Get<std::string>(line, "id"),
-                        Get<std::string>(line, "text"), Get<std::string>(line, "do")};
+                        Get<std::string>(line, "brief"), Get<std::string>(line, "text"),
+                        Get<std::string>(line, "do")};
 }
 
 EventBody ReadWarning(const Json& line) {

@@ -167,7 +167,10 @@ std::string UnknownSentence(const CLI::App& part) {
 
 std::string Sentence(const CLI::ParseError& error, const CLI::App& part) {
     const std::string text = error.what();
-    if (dynamic_cast<const CLI::ExtrasError*>(&error)) {
+    // Of an option that does not exist, the value has been taken for a word.
+    const Words unknown = part.remaining();
+    const bool hasUnknownOption = !unknown.empty() && unknown.front().starts_with('-');
+    if (hasUnknownOption || dynamic_cast<const CLI::ExtrasError*>(&error)) {
         return UnknownSentence(part);
     }
     if (dynamic_cast<const CLI::ValidationError*>(&error)) {

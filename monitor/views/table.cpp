@@ -185,9 +185,9 @@ std::string WorkerLine(const CMachineModel& model) {
 // What is missing, with the reason if there is one.
 std::string Because(const CMachineModel& model, const std::string& what) {
     const auto reason = model.Missing().find(what);
-    return reason == model.Missing().end()
+    return reason == model.Missing().end() || reason->second.brief.empty()
                ? std::string()
-               : fmt::format(" ({})", Harmless(ToWide(reason->second.text)));
+               : fmt::format(" ({})", Harmless(ToWide(reason->second.brief)));
 }
 
 std::vector<std::string> GpuLines(const CMachineModel& model, size_t width) {

@@ -1,4 +1,4 @@
-#include "monitor/roundtracker.h"
+#include "monitor/model/roundtracker.h"
 
 #include <gtest/gtest.h>
 

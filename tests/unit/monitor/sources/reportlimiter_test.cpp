@@ -1,4 +1,4 @@
-#include "monitor/reportlimiter.h"
+#include "monitor/sources/reportlimiter.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "client/text.h"
-#include "monitor/jsonview.h"
-#include "monitor/tableviews.h"
+#include "monitor/views/forms.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/monitor/readings.h"
 
@@ -13,7 +12,7 @@ namespace {
 using testing::HasSubstr;
 
 // A console of 60 by 8 characters that understands cursor moves, and catches all that is written.
-class ViewsTest : public testing::Test {
+class FormsTest : public testing::Test {
   protected:
     static constexpr SHORT kColumns = 60;
     static constexpr SHORT kRows = 8;
@@ -40,12 +39,18 @@ class ViewsTest : public testing::Test {
         return ToUtf8(line.substr(0, line.find_last_not_of(L' ') + 1));
     }
 
+    static Display Made(const std::string& form) {
+        Display display;
+        EXPECT_FALSE(MakeDisplay({form}, display));
+        return display;
+    }
+
     std::vector<std::wstring> m_screen;
     size_t m_row = 0;
     size_t m_column = 0;
 };
 
-// Plays the console of ViewsTest for the rest of the scope.
+// Plays the console of FormsTest for the rest of the scope.
 #define PLAY_CONSOLE()                                                                            \
     PATCH_IMPORT(mode, GetConsoleMode, [](HANDLE, LPDWORD) -> WINBOOL { return TRUE; });          \
     PATCH_IMPORT(write, WriteConsoleW,                                                            \
@@ -66,81 +71,79 @@ class ViewsTest : public testing::Test {
         return TRUE;                                                                              \
     })
 
-TEST_F(ViewsTest, TheLiveTableIsDrawnAnewInItsPlace) {
+TEST_F(FormsTest, TheLiveTableIsDrawnAnewInItsPlace) {
     PLAY_CONSOLE();
-    COutput output(GetCurrentProcess());
-    const auto view = MakeView(Format::kTable, output);
+    const Display display = Made("table");
+    IView* view = display.view.get();
     CMachineModel model;
-    view->ShowChange(model);
+    view->OnChange(model);
     EXPECT_EQ(Row(1), "No NVIDIA GPU has been reported.");
-    model.Apply(FullReading());
-    model.Apply(CpuTemperature{47});
-    view->ShowChange(model);
+    model.Apply(EventAt(0, FullReading()));
+    model.Apply(EventAt(0, CpuTemperature{47}));
+    view->OnChange(model);
     EXPECT_THAT(Row(1), testing::StartsWith("PCI bus id"));
     EXPECT_EQ(Row(4), "CPU temperature: 47 C");
     EXPECT_EQ(m_row, 5u);
 }
 
-TEST_F(ViewsTest, ALowerLiveTableLeavesNothingOfTheHigherOne) {
+TEST_F(FormsTest, ALowerLiveTableLeavesNothingOfTheHigherOne) {
     PLAY_CONSOLE();
-    COutput output(GetCurrentProcess());
-    const auto view = MakeView(Format::kTable, output);
+    const Display display = Made("table");
+    IView* view = display.view.get();
     CMachineModel model;
-    model.Apply(FullReading());
-    view->ShowChange(model);
-    model.StartWorker(1);
-    view->ShowChange(model);
+    model.Apply(EventAt(0, FullReading()));
+    view->OnChange(model);
+    model.Apply(EventAt(0, WorkerStartEvent{1}));
+    view->OnChange(model);
     EXPECT_EQ(Row(2), "CPU temperature: n/a");
     EXPECT_EQ(Row(3), "");
     EXPECT_EQ(Row(4), "");
 }
 
-TEST_F(ViewsTest, TheLiveTableStaysInsideTheTerminal) {
+TEST_F(FormsTest, TheLiveTableStaysInsideTheTerminal) {
     PLAY_CONSOLE();
-    COutput output(GetCurrentProcess());
-    const auto view = MakeView(Format::kTable, output);
+    const Display display = Made("table");
+    IView* view = display.view.get();
     CMachineModel model;
     for (uint32_t i = 0; i < 8; ++i) {
-        model.Apply(Reading(i, ""));
+        model.Apply(EventAt(0, Reading(i, "")));
     }
-    view->ShowChange(model);
+    view->OnChange(model);
     EXPECT_EQ(m_row, static_cast<size_t>(kRows - 1));
     for (const std::wstring& line : m_screen) {
         EXPECT_LT(line.size(), static_cast<size_t>(kColumns));
     }
 }
 
-TEST_F(ViewsTest, ANoteStandsAboveTheLiveTable) {
+TEST_F(FormsTest, ANoteStandsAboveTheLiveTable) {
     PLAY_CONSOLE();
-    COutput output(GetCurrentProcess());
-    const auto view = MakeView(Format::kTable, output);
-    view->ShowChange(CMachineModel());
-    view->ShowNote("something happened");
+    const Display display = Made("table");
+    IView* view = display.view.get();
+    view->OnChange(CMachineModel());
+    display.notes->ShowNote("something happened");
     EXPECT_EQ(Row(0), "zorvanemon: something happened");
     EXPECT_EQ(Row(2), "No NVIDIA GPU has been reported.");
-    view->ShowChange(CMachineModel());
+    view->OnChange(CMachineModel());
     EXPECT_EQ(Row(0), "zorvanemon: something happened");
     EXPECT_EQ(Row(2), "No NVIDIA GPU has been reported.");
     EXPECT_EQ(m_row, 4u);
 }
 
-TEST_F(ViewsTest, TablesShowBadPayloadsAsNotes) {
+TEST_F(FormsTest, JsonGoesToATerminalAsLinesToo) {
     PLAY_CONSOLE();
-    COutput output(GetCurrentProcess());
-    MakeView(Format::kTable, output)
-        ->ShowEvent(ErrorEvent{{PayloadFault::kWrongSize, "too short"}, 2});
-    EXPECT_EQ(Row(0), "zorvanemon: payload: too short (and 2 more of this kind before)");
-}
-
-TEST_F(ViewsTest, JsonGoesToATerminalAsLinesToo) {
-    PLAY_CONSOLE();
-    COutput output(GetCurrentProcess());
-    const auto view = MakeView(Format::kJson, output);
-    view->ShowEvent(CpuTemperature{47});
-    view->ShowChange(CMachineModel());
-    view->ShowRound(CMachineModel());
+    const Display display = Made("json");
+    IView* view = display.view.get();
+    view->OnEvent(EventAt(0, CpuTemperature{47}), CMachineModel());
+    view->OnChange(CMachineModel());
+    view->OnRound(CMachineModel());
     EXPECT_THAT(Row(0), HasSubstr(R"("type":"cpu")"));
     EXPECT_EQ(m_row, 1u);
+}
+
+TEST_F(FormsTest, RefusesAFormThatThereIsNot) {
+    Display display;
+    EXPECT_TRUE(MakeDisplay({"xml"}, display));
+    EXPECT_THAT(FormNames(), testing::ElementsAre("table", "json"));
 }
 
 }  // namespace

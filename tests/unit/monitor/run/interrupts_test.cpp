@@ -1,4 +1,4 @@
-#include "monitor/interrupts.h"
+#include "monitor/run/interrupts.h"
 
 #include <gtest/gtest.h>
 

@@ -1,77 +1,17 @@
-// zorvanemon.exe as a process, with a worker that behaves as told.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 // After windows.h, which it needs.
 #include <tlhelp32.h>
 
-#include <nlohmann/json.hpp>
-#include <sstream>
-
 #include "client/handle.h"
-#include "monitor/outcome.h"
-#include "tests/support/childprocess.h"
-#include "tests/unit/client/fakeworker.h"
+#include "tests/unit/monitor/commands/monitorprocess.h"
 
 namespace zorvane {
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-class MonitorProcessTest : public testing::Test {
-  protected:
-    static constexpr DWORD kTimeoutMs = 60000;
-
-    // Starts zorvanemon with options, and the fake worker with a script.
-    void Start(const std::wstring& options, const std::wstring& script) {
-        m_monitor = std::make_unique<CChildProcess>(
-            BesideTest(L"..\\bin\\zorvanemon.exe"),
-            L"--host \"" + BesideTest(L"fakeworker.exe") + L"\" " + options + L" -- " + script);
-    }
-
-    std::optional<DWORD> Run(const std::wstring& options, const std::wstring& script) {
-        Start(options, script);
-        return m_monitor->Wait(kTimeoutMs);
-    }
-
-    // Waits until so many workers have said hello; false when that takes too long.
-    bool WaitForWorkers(ptrdiff_t count) const {
-        const ULONGLONG end = GetTickCount64() + kTimeoutMs;
-        while (GetTickCount64() < end) {
-            const std::vector<std::string> types = Types();
-            if (std::count(types.begin(), types.end(), "hello") >= count) {
-                return true;
-            }
-            if (m_monitor->Wait(20)) {
-                return false;
-            }
-        }
-        return false;
-    }
-
-    std::vector<nlohmann::json> Lines() const {
-        std::vector<nlohmann::json> lines;
-        std::istringstream text(m_monitor->Output());
-        for (std::string line; std::getline(text, line);) {
-            // The last line may just be on its way.
-            if (!text.eof()) {
-                lines.push_back(nlohmann::json::parse(line));
-            }
-        }
-        return lines;
-    }
-
-    std::vector<std::string> Types() const {
-        std::vector<std::string> types;
-        for (const nlohmann::json& line : Lines()) {
-            types.push_back(line.at("type"));
-        }
-        return types;
-    }
-
-    std::unique_ptr<CChildProcess> m_monitor;
-};
 
 TEST_F(MonitorProcessTest, ShowsExactlyTheRoundsThatWereAskedFor) {
     EXPECT_EQ(Run(L"--format json --count 2", L"hello static:0 gpu:0 gpu:1 repeat:20"), kExitDone)
@@ -153,7 +93,7 @@ TEST_F(MonitorProcessTest, StartsACrashedWorkerAgain) {
 }
 
 TEST_F(MonitorProcessTest, DoesNotStartACrashedWorkerAgainWhenToldSo) {
-    EXPECT_EQ(Run(L"--format json --no-restart", L"hello gpu:0 crash"), kExitEndedEarly);
+    EXPECT_EQ(Run(L"--format json --no-restart", L"hello gpu:0 crash"), kExitWorkerEnded);
     EXPECT_THAT(Types(), ElementsAre("hello", "gpu", "worker_exit"));
     EXPECT_THAT(m_monitor->Errors(), HasSubstr("crashed: access violation (0xC0000005)"));
 }
@@ -165,7 +105,7 @@ TEST_F(MonitorProcessTest, SaysThatAWorkerWithoutReadingsFoundNothingToRead) {
 }
 
 TEST_F(MonitorProcessTest, TellsAnEarlyOrderlyEndFromACrash) {
-    EXPECT_EQ(Run(L"--count 5", L"hello gpu:0 exit:0"), kExitEndedEarly);
+    EXPECT_EQ(Run(L"--count 5", L"hello gpu:0 exit:0"), kExitWorkerEnded);
     EXPECT_THAT(m_monitor->Output(), HasSubstr("Fake GPU 0"));
     EXPECT_THAT(m_monitor->Errors(), HasSubstr("ended in order (0) by itself"));
 }
@@ -176,8 +116,7 @@ TEST_F(MonitorProcessTest, DoesNotRepeatAHostsFailure) {
 }
 
 TEST_F(MonitorProcessTest, NamesAHostThatIsMissing) {
-    m_monitor = std::make_unique<CChildProcess>(BesideTest(L"..\\bin\\zorvanemon.exe"),
-                                                L"--host missing.exe");
+    StartPlain(L"--host missing.exe");
     EXPECT_EQ(m_monitor->Wait(kTimeoutMs), kExitNotStarted);
     EXPECT_THAT(m_monitor->Errors(), HasSubstr("CreateProcessW missing.exe: "));
 }
@@ -186,6 +125,41 @@ TEST_F(MonitorProcessTest, RefusesAWrongCommandLine) {
     EXPECT_EQ(Run(L"--count 0", L""), kExitUsage);
     EXPECT_THAT(m_monitor->Errors(), HasSubstr("--count"));
     EXPECT_EQ(m_monitor->Output(), "");
+}
+
+TEST_F(MonitorProcessTest, BeginsWithWhereTheReadingsComeFrom) {
+    EXPECT_EQ(Run(L"--format json --count 1 --entry ten", L"hello gpu:0 gpu:0"), kExitDone);
+    const std::vector<nlohmann::json> lines = AllLines();
+    ASSERT_GE(lines.size(), 3u);
+    EXPECT_EQ(lines[0].at("type"), "start");
+    EXPECT_NE(lines[0].at("host"), "");
+    EXPECT_EQ(lines[0].at("simulated"), false);
+    EXPECT_EQ(lines[1].at("type"), "worker_start");
+    EXPECT_EQ(lines[1].at("worker_pid"), lines[2].at("worker_pid"));
+    for (const nlohmann::json& line : lines) {
+        EXPECT_EQ(line.at("schema"), 1);
+        EXPECT_EQ(line.at("host"), lines[0].at("host"));
+        EXPECT_EQ(line.at("entry"), "ten");
+    }
+}
+
+TEST_F(MonitorProcessTest, SaysWithItsExitCodeThatItEndedTooSoon) {
+    EXPECT_EQ(Run(L"--count 5 --duration 1", L"hello gpu:0 gpu:0"), kExitTooShort);
+    EXPECT_EQ(Run(L"--duration 1.5", L"hello gpu:0 crash"), kExitTooShort);
+}
+
+TEST_F(MonitorProcessTest, NoticesAWorkerThatFallsSilent) {
+    Run(L"--format json --duration 2 --stale-after 0.3", L"hello gpu:0 gpu:0");
+    EXPECT_THAT(Types(), ElementsAre("hello", "gpu", "gpu", "stale", "worker_exit"));
+    EXPECT_THAT(m_monitor->Errors(), HasSubstr("no complete round of readings since"));
+}
+
+TEST_F(MonitorProcessTest, ShowsNumbersThatCannotBeAsNotRead) {
+    EXPECT_EQ(Run(L"--format json --count 1",
+                  L"hello cpu:{\\\"CpuTemp\\\":-2147483648} cpu:{\\\"CpuTemp\\\":40} repeat:20"),
+              kExitDone);
+    EXPECT_THAT(Types(), ElementsAre("hello", "error", "cpu", "hello", "worker_exit"));
+    EXPECT_EQ(Lines()[1].at("cause"), "implausible");
 }
 
 // The first process whose parent is `parent`; null when there is none.

@@ -8,7 +8,8 @@
 #include <variant>
 #include <vector>
 
-#include "client/text.h"
+#include "base/modulepath.h"
+#include "base/text.h"
 #include "monitor/interrupts.h"
 #include "monitor/monitor.h"
 #include "monitor/options.h"
@@ -30,21 +31,6 @@ std::vector<std::string> CommandLineWords() {
     return result;
 }
 
-// zorvanehost.exe beside this program.
-std::wstring DefaultHost() {
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length =
-            GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-        if (length < path.size()) {
-            path.resize(length);
-            break;
-        }
-        path.resize(path.size() * 2);
-    }
-    return path.substr(0, path.find_last_of(L'\\') + 1) + L"zorvanehost.exe";
-}
-
 zorvane::ExitCode RunMonitor(const zorvane::Options& options) {
     zorvane::COutput output(GetStdHandle(STD_OUTPUT_HANDLE));
     const std::unique_ptr<zorvane::IView> view = zorvane::MakeView(options.format, output);
@@ -62,7 +48,8 @@ int main() {
     // The worker inherits this: nobody is asked anything when a vendor library crashes.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
 
-    const auto parsed = zorvane::ParseOptions(CommandLineWords(), DefaultHost());
+    const auto parsed = zorvane::ParseOptions(CommandLineWords(),
+                                              zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe");
     if (const auto* end = std::get_if<zorvane::ParseEnd>(&parsed)) {
         const DWORD target = end->exitCode == 0 ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE;
         zorvane::COutput(GetStdHandle(target)).Write(end->text);

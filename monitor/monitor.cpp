@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/text.h"
 #include "client/restart.h"
-#include "client/text.h"
 
 namespace zorvane {
 namespace {

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <sstream>
 
-#include "client/text.h"
+#include "base/text.h"
 #include "monitor/outcome.h"
 
 namespace zorvane {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "client/environment.h"
+#include "base/environment.h"
 #include "tests/support/tempfolder.h"
 
 /** Runs one program, in a job that ends with this object, and keeps what it prints. */

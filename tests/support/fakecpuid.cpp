@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/modulepath.h"
+
 namespace {
 
 constexpr unsigned char kCpuid[] = {0x0F, 0xA2};
@@ -35,10 +37,8 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* exception) {
 
 std::vector<unsigned char*> ReadSites() {
     const HMODULE program = GetModuleHandleW(nullptr);
-    wchar_t path[MAX_PATH] = {};
     // With the handle itself: a test may have another path for the null handle.
-    GetModuleFileNameW(program, path, MAX_PATH);
-    std::ifstream list(std::filesystem::path(path).concat(L".cpuid"));
+    std::ifstream list(std::filesystem::path(zorvane::ModulePath(program) + L".cpuid"));
     auto* base = reinterpret_cast<unsigned char*>(program);
     std::vector<unsigned char*> sites;
     for (std::string line; std::getline(list, line);) {

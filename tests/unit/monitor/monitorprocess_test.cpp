@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "client/handle.h"
+#include "base/handle.h"
 #include "monitor/outcome.h"
 #include "tests/support/childprocess.h"
 #include "tests/unit/client/fakeworker.h"
@@ -26,8 +26,9 @@ class MonitorProcessTest : public testing::Test {
     // Starts zorvanemon with options, and the fake worker with a script.
     void Start(const std::wstring& options, const std::wstring& script) {
         m_monitor = std::make_unique<CChildProcess>(
-            BesideTest(L"..\\bin\\zorvanemon.exe"),
-            L"--host \"" + BesideTest(L"fakeworker.exe") + L"\" " + options + L" -- " + script);
+            zorvane::ModuleFolder(nullptr) + L"..\\bin\\zorvanemon.exe",
+            L"--host \"" + zorvane::ModuleFolder(nullptr) + L"fakeworker.exe" + L"\" " + options +
+                L" -- " + script);
     }
 
     std::optional<DWORD> Run(const std::wstring& options, const std::wstring& script) {
@@ -176,8 +177,8 @@ TEST_F(MonitorProcessTest, DoesNotRepeatAHostsFailure) {
 }
 
 TEST_F(MonitorProcessTest, NamesAHostThatIsMissing) {
-    m_monitor = std::make_unique<CChildProcess>(BesideTest(L"..\\bin\\zorvanemon.exe"),
-                                                L"--host missing.exe");
+    m_monitor = std::make_unique<CChildProcess>(
+        zorvane::ModuleFolder(nullptr) + L"..\\bin\\zorvanemon.exe", L"--host missing.exe");
     EXPECT_EQ(m_monitor->Wait(kTimeoutMs), kExitNotStarted);
     EXPECT_THAT(m_monitor->Errors(), HasSubstr("CreateProcessW missing.exe: "));
 }

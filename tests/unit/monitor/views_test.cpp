@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "client/text.h"
+#include "base/text.h"
 #include "monitor/jsonview.h"
 #include "monitor/tableviews.h"
 #include "tests/support/importpatch.h"

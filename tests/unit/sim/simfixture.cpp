@@ -2,18 +2,11 @@
 
 #include <sstream>
 
-namespace {
-
-std::filesystem::path ProgramFolder() {
-    std::vector<wchar_t> path(32768);
-    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    return std::filesystem::path(path.data()).parent_path();
-}
-
-}  // namespace
+#include "base/modulepath.h"
 
 std::filesystem::path SimFolder() {
-    return (ProgramFolder() / ZORVANE_SIM_FOLDER_FROM_TEST).lexically_normal();
+    return (std::filesystem::path(zorvane::ModuleFolder(nullptr)) / ZORVANE_SIM_FOLDER_FROM_TEST)
+        .lexically_normal();
 }
 
 std::filesystem::path NvmlPath(const std::string& variant) {

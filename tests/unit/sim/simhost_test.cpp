@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "sim/scenario/environment.h"
+#include "base/environment.h"
 #include "tests/unit/sim/simfixture.h"
 #include "tests/unit/sim/simservice.h"
 #include "zorvane/wire.h"
@@ -157,7 +157,7 @@ class CSimHostTest : public CSimTest {
     std::filesystem::path ErrorFile() const { return Folder() / "errors.txt"; }
 
   private:
-    std::wstring m_programFiles = EnvironmentVariable(L"ProgramW6432");
+    std::wstring m_programFiles = zorvane::EnvironmentVariable(L"ProgramW6432");
 };
 
 TEST_F(CSimHostTest, WholeMachineReportsGpusAndCpuTemperatureFromTheUnmodifiedLibrary) {

@@ -31,7 +31,7 @@ struct FilledSlot {
 template <size_t kCount, void (*kOnUnused)(size_t number)>
 class CSlotTable {
   public:
-    CSlotTable(std::initializer_list<FilledSlot> slots) {
+    explicit CSlotTable(std::initializer_list<FilledSlot> slots = {}) {
         FillUnused(std::make_index_sequence<kCount>());
         for (const FilledSlot& slot : slots) {
             m_slots.at(slot.number) = slot.function;
@@ -39,6 +39,12 @@ class CSlotTable {
     }
     CSlotTable(const CSlotTable&) = delete;
     CSlotTable& operator=(const CSlotTable&) = delete;
+
+    /** Throws std::out_of_range for a number beyond the table, as the constructor does. */
+    template <typename Function>
+    void Set(size_t number, Function* function) {
+        m_slots.at(number) = FilledSlot(number, function).function;
+    }
 
     /** Valid as long as the table. */
     void* const* Slots() const { return m_slots.data(); }

@@ -1,8 +1,11 @@
 /** The devices of the simulated Platform.dll. */
 #pragma once
 
-#include "sim/platform/vendorobject.h"
+#include "base/slottable.h"
 #include "sim/scenario/scenario.h"
+
+/** Ends the process: nobody may call a slot that the simulated library does not have. */
+[[noreturn]] void ReportUnusedSlot(size_t number);
 
 /** The scenario's processor; one without devices, on which Init fails, when it has none. */
 Cpu& CurrentCpu();
@@ -12,4 +15,4 @@ void StartDevices();
 void StopDevices();
 
 /** The device of a type and index, null when the scenario has none there. */
-VendorObject* FindDevice(int32_t type, int32_t index);
+zorvane::SlotObject* FindDevice(int32_t type, int32_t index);

@@ -5,6 +5,7 @@
 
 #include "sim/scenario/calllog.h"
 #include "sim/scenario/environment.h"
+#include "sim/scenario/platformfunctions.h"
 #include "sim/scenario/scenariofile.h"
 
 using zorvane::SlotObject;
@@ -45,6 +46,7 @@ const char* NameOf(const SlotObject* device) {
 template <class Write>
 uint64_t Read(const char* function, const SlotObject* self, DeviceReading* reading, void* out,
               size_t size, Write write) {
+    DisturbPlatformCall(function, NameOf(self));
     const std::lock_guard guard(s_lock);
     int32_t status = s_started ? kUnsupportedFunction : kFailure;
     if (s_started && reading) {
@@ -52,17 +54,17 @@ uint64_t Read(const char* function, const SlotObject* self, DeviceReading* readi
         status = RoundToSigned(reading->status.Read(seconds));
         if (status == kSuccess) {
             write(reading->value.Read(seconds));
-        } else if (CurrentScenario()->writeOnFailure) {
+        } else if (CurrentScenario()->garbage.writeOnFailure) {
             std::memset(out, kGarbageByte, size);
         }
     }
-    LogCall(std::string("IDevice::") + function + "(" + NameOf(self) +
-            ") = " + std::to_string(status));
+    LogCall(std::string(function) + "(" + NameOf(self) + ") = " + std::to_string(status));
     return zorvane::NumberInRegister(status);
 }
 
 const wchar_t* GetName(const SlotObject* self) {
-    LogCall(std::string("IDevice::GetName(") + NameOf(self) + ")");
+    DisturbPlatformCall(kDeviceGetName, NameOf(self));
+    LogCall(std::string(kDeviceGetName) + "(" + NameOf(self) + ")");
     return self == &s_cpuDevice ? CurrentCpu().name.c_str() : L"Temperature offset";
 }
 
@@ -73,19 +75,19 @@ DeviceReading* OffsetReading() {
 
 uint64_t GetTemperatureOffset(const SlotObject* self, int32_t* offset) {
     DeviceReading* reading = self == &s_offsetDevice ? OffsetReading() : nullptr;
-    return Read("GetTemperatureOffset", self, reading, offset, sizeof(*offset),
+    return Read(kDeviceGetTemperatureOffset, self, reading, offset, sizeof(*offset),
                 [offset](double value) { *offset = RoundToSigned(value); });
 }
 
 uint64_t GetCurrentTemperature(const SlotObject* self, double* temperature) {
     DeviceReading* reading = self == &s_cpuDevice ? &CurrentCpu().currentTemperature : nullptr;
-    return Read("GetCurrentTemperature", self, reading, temperature, sizeof(*temperature),
+    return Read(kDeviceGetCurrentTemperature, self, reading, temperature, sizeof(*temperature),
                 [temperature](double value) { *temperature = value; });
 }
 
 uint64_t GetPMTableData(const SlotObject* self, unsigned char* table) {
     DeviceReading* reading = self == &s_cpuDevice ? &CurrentCpu().pmTable : nullptr;
-    return Read("GetPMTableData", self, reading, table, kPmTableSize, [table](double value) {
+    return Read(kDeviceGetPMTableData, self, reading, table, kPmTableSize, [table](double value) {
         std::memset(table, kGarbageByte, kPmTableSize);
         std::memcpy(table + kPmTableTemperature, &value, sizeof(value));
     });
@@ -101,6 +103,18 @@ void StartDevices() {
 void StopDevices() {
     const std::lock_guard guard(s_lock);
     s_started = false;
+}
+
+void DisturbPlatformCall(const char* function, const std::string& arguments) {
+    std::optional<Outcome> outcome;
+    {
+        const std::lock_guard guard(s_lock);
+        outcome = CurrentCpu().results.Read(function, 0, SecondsSinceProcessStart());
+    }
+    // Unlocked: a call that hangs keeps no other waiting.
+    Disturb(outcome.value_or(Outcome()), [&](const char* what) {
+        LogCall(std::string(function) + "(" + arguments + ") = " + what);
+    });
 }
 
 Cpu& CurrentCpu() {

@@ -7,6 +7,7 @@
 #include "sim/platform/device.h"
 #include "sim/scenario/calllog.h"
 #include "sim/scenario/environment.h"
+#include "sim/scenario/platformfunctions.h"
 
 using zorvane::SlotObject;
 
@@ -30,6 +31,11 @@ SlotObject s_manager{s_managerSlots.Slots()};
 
 std::string PointerText(const void* pointer) { return pointer ? "set" : "null"; }
 
+void Log(const char* function, const std::string& arguments, const char* result = nullptr) {
+    LogCall(std::string(function) + "(" + arguments + ")" +
+            (result ? std::string(" = ") + result : ""));
+}
+
 // The driver stays open while the library runs, as it would with the real one.
 bool OpenDriver() {
     if (s_driver == INVALID_HANDLE_VALUE) {
@@ -46,33 +52,38 @@ bool Start() {
 }
 
 uint64_t Init(SlotObject*, const void* first, const void* second) {
+    const std::string arguments = "first=" + PointerText(first) + ", second=" + PointerText(second);
+    DisturbPlatformCall(kPlatformInit, arguments);
     const bool started = Start();
     if (started) {
         StartDevices();
     }
-    LogCall("IPlatform::Init(first=" + PointerText(first) + ", second=" + PointerText(second) +
-            ") = " + (started ? "true" : "false"));
+    Log(kPlatformInit, arguments, started ? "true" : "false");
     return zorvane::BoolInRegister(started);
 }
 
 void UnInit(SlotObject*) {
+    DisturbPlatformCall(kPlatformUnInit, "");
     StopDevices();
     if (s_driver != INVALID_HANDLE_VALUE) {
         CloseHandle(s_driver);
         s_driver = INVALID_HANDLE_VALUE;
     }
-    LogCall("IPlatform::UnInit()");
+    Log(kPlatformUnInit, "");
 }
 
 SlotObject* GetDeviceManager(SlotObject*) {
-    LogCall("IPlatform::GetDeviceManager()");
+    DisturbPlatformCall(kPlatformGetDeviceManager, "");
+    Log(kPlatformGetDeviceManager, "");
     return &s_manager;
 }
 
 SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index) {
+    const std::string arguments =
+        "type=" + std::to_string(type) + ", index=" + std::to_string(index);
+    DisturbPlatformCall(kManagerGetDevice, arguments);
     SlotObject* device = FindDevice(type, index);
-    LogCall("IDeviceManager::GetDevice(type=" + std::to_string(type) +
-            ", index=" + std::to_string(index) + ") = " + (device ? "device" : "null"));
+    Log(kManagerGetDevice, arguments, device ? "device" : "null");
     return device;
 }
 
@@ -88,6 +99,7 @@ void ReportUnusedSlot(size_t number) {
 
 // The library's one export; its decorated name is in platform.def.
 extern "C" SlotObject* GetPlatformObject() {
-    LogCall("GetPlatform()");
+    DisturbPlatformCall(kGetPlatform, "");
+    Log(kGetPlatform, "");
     return &s_platform;
 }

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "client/environment.h"
+#include "base/environment.h"
 
 namespace zorvane {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "client/startupinfo.h"
-#include "client/text.h"
 
 namespace zorvane {
 namespace {

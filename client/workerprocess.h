@@ -5,9 +5,9 @@
 
 #include <optional>
 
-#include "client/callerror.h"
+#include "base/callerror.h"
+#include "base/handle.h"
 #include "client/commandline.h"
-#include "client/handle.h"
 
 namespace zorvane {
 

@@ -15,11 +15,11 @@
 #include <optional>
 #include <string>
 
-#include "client/callerror.h"
+#include "base/callerror.h"
+#include "base/messagewindow.h"
 #include "client/commandline.h"
 #include "client/decode.h"
 #include "client/exitcode.h"
-#include "client/messagewindow.h"
 #include "client/stubwindow.h"
 #include "client/workerprocess.h"
 

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "client/text.h"
+#include "base/text.h"
 #include "monitor/sentence.h"
 
 namespace zorvane {

@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-#include "client/text.h"
+#include "base/text.h"
 
 namespace zorvane {
 namespace {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "client/restart.h"
-#include "client/text.h"
+#include "base/text.h"
 
 namespace zorvane {
 namespace {

@@ -4,14 +4,14 @@
 
 #include <filesystem>
 
+#include "base/modulepath.h"
+#include "base/text.h"
 #include "cpuidimage.h"
 #include "host/reporterror.h"
 #include "host/workerlibrary.h"
 #include "sim/cpu/cpuidpatch.h"
-#include "sim/scenario/environment.h"
 #include "sim/scenario/jsonplace.h"
 #include "sim/scenario/scenariofile.h"
-#include "sim/scenario/widetext.h"
 #include "src/process/commandlineargs.h"
 
 namespace {
@@ -26,7 +26,8 @@ std::wstring LibraryPath() {
     args.Parse();
     std::wstring path = CWorkerLibrary::DefaultPath();
     if (!std::filesystem::exists(path)) {
-        path = ModuleFolder().parent_path() / L"bin" / L"Zorvane.dll";
+        const std::filesystem::path program = zorvane::ModulePath(nullptr);
+        path = program.parent_path().parent_path() / L"bin" / L"Zorvane.dll";
     }
     args.GetValue(L"--library", path);
     return path;
@@ -64,6 +65,6 @@ int main() {
     try {
         return RunOn(LoadScenario(ScenarioPath()));
     } catch (const CScenarioError& error) {
-        return Fail(ToWide(error.what()), kScenarioUnusable);
+        return Fail(zorvane::ToWide(error.what()), kScenarioUnusable);
     }
 }

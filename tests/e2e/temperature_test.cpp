@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "src/amdsdk/servicehandle.h"
-#include "tests/e2e/records.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/records.h"
 
 using testing::Contains;
 using testing::ElementsAre;

@@ -6,7 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "client/environment.h"
+#include "base/environment.h"
+#include "base/handle.h"
 #include "tests/support/tempfolder.h"
 
 /** Runs one program, in a job that ends with this object, and keeps what it prints. */
@@ -33,7 +34,7 @@ class CChildProcess {
 
   private:
     CTempFolder m_folder;
-    HANDLE m_job = nullptr;
-    HANDLE m_process = nullptr;
+    zorvane::CUniqueHandle m_job;
+    zorvane::CUniqueHandle m_process;
     DWORD m_id = 0;
 };

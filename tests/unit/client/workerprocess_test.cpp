@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "client/messagewindow.h"
+#include "base/messagewindow.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/client/fakeworker.h"
 
@@ -92,7 +92,7 @@ TEST_F(WorkerProcessTest, EndsTheWorkerWithTheLastHandleOfItsJob) {
 
 TEST_F(WorkerProcessTest, NamesTheHostThatIsMissing) {
     WorkerCommand command = FakeWorker({});
-    command.host = BesideTest(L"missing host.exe");
+    command.host = zorvane::ModuleFolder(nullptr) + L"missing host.exe";
     const auto error = Start(command);
     ASSERT_TRUE(error);
     EXPECT_NE(error->call.find("missing host.exe"), std::string::npos) << error->call;

@@ -4,7 +4,7 @@
 // After windows.h, which it needs.
 #include <tlhelp32.h>
 
-#include "client/handle.h"
+#include "base/handle.h"
 #include "tests/unit/monitor/commands/monitorprocess.h"
 
 namespace zorvane {

@@ -6,7 +6,7 @@
 #include <functional>
 #include <optional>
 
-#include "client/callerror.h"
+#include "base/callerror.h"
 
 namespace zorvane {
 

@@ -1,10 +1,13 @@
-/** A worker's own environment block. */
+/** Environment variables and the environment blocks of child processes. */
 #pragma once
 
 #include <string>
 #include <vector>
 
 namespace zorvane {
+
+/** The value of a variable of this process; empty when it is not set. */
+std::wstring EnvironmentVariable(const wchar_t* name);
 
 /** Sets a variable; the name is compared without regard to letter case. */
 struct EnvironmentChange {

@@ -1,4 +1,4 @@
-#include "client/environment.h"
+#include "base/environment.h"
 
 #include <windows.h>
 
@@ -21,6 +21,15 @@ struct CStringsFreer {
 };
 
 }  // namespace
+
+std::wstring EnvironmentVariable(const wchar_t* name) {
+    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+    const DWORD length =
+        GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size()));
+    // Another thread may have set a longer one in between.
+    value.resize(length < value.size() ? length : 0);
+    return value;
+}
 
 std::vector<wchar_t> ChangeEnvironment(const wchar_t* block,
                                        const std::vector<EnvironmentChange>& changes) {

@@ -1,4 +1,4 @@
-#include "client/text.h"
+#include "base/text.h"
 
 #include <windows.h>
 

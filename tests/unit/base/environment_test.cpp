@@ -1,4 +1,4 @@
-#include "client/environment.h"
+#include "base/environment.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -42,6 +42,13 @@ TEST(EnvironmentTest, KeepsEqualSignsAndNothingInValues) {
 
 TEST(EnvironmentTest, EndsAnEmptyBlockWithTwoNuls) {
     EXPECT_EQ(Text(ChangeEnvironment(L"", {})), Literal(L"\0\0"sv));
+}
+
+TEST(EnvironmentTest, AnswersTheValueOfAVariable) {
+    SetEnvironmentVariableW(L"ZORVANE_TEST_VALUE", L"a value");
+    EXPECT_EQ(EnvironmentVariable(L"ZORVANE_TEST_VALUE"), L"a value");
+    SetEnvironmentVariableW(L"ZORVANE_TEST_VALUE", nullptr);
+    EXPECT_EQ(EnvironmentVariable(L"ZORVANE_TEST_VALUE"), L"");
 }
 
 TEST(EnvironmentTest, StartsFromTheProcessesOwnEnvironmentAndLeavesThatAlone) {

@@ -1,11 +1,11 @@
-#include "client/messagewindow.h"
+#include "base/messagewindow.h"
 
 #include <utility>
 
 namespace zorvane {
 namespace {
 
-constexpr wchar_t kClassName[] = L"ZorvaneClientMessageWindow";
+constexpr wchar_t kClassName[] = L"ZorvaneMessageWindow";
 
 bool RegisterWindowClass(WNDPROC windowProc) {
     WNDCLASSEXW description{};

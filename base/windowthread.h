@@ -1,0 +1,34 @@
+/** A message window on a thread of its own. */
+#pragma once
+
+#include <windows.h>
+
+#include <thread>
+
+#include "base/messagewindow.h"
+
+namespace zorvane {
+
+/** Answers messages at any time, whatever the thread that made it does meanwhile. */
+class CWindowThread {
+  public:
+    /** Makes the window; `handler` is called on its thread. */
+    explicit CWindowThread(CMessageWindow::Handler handler);
+    ~CWindowThread() { Destroy(); }
+    CWindowThread(const CWindowThread&) = delete;
+    CWindowThread& operator=(const CWindowThread&) = delete;
+
+    /** The window, also after Destroy; null when none could be made. */
+    HWND Handle() const { return m_window; }
+
+    /** Destroys the window and waits until it is gone. Not from the handler. */
+    void Destroy();
+
+  private:
+    void Run(const CMessageWindow::Handler& handler, HANDLE ready);
+
+    HWND m_window = nullptr;
+    std::thread m_thread;
+};
+
+}  // namespace zorvane

@@ -231,15 +231,12 @@ void CMonitor::NoteExit(const ExitEvent& event) {
             fmt::format("{}; starting it again in {} s", what, event.restartIn->count() / 1000));
         return;
     }
-    if (event.exit.kind != ExitKind::kOrderly) {
-        m_view.ShowNote(what);
+    const bool byItself = event.exit.kind == ExitKind::kByItself;
+    if (event.exit.kind == ExitKind::kOrderly || (byItself && m_ending)) {
         return;
     }
-    if (m_ending) {
-        return;
-    }
-    m_view.ShowNote(m_facts.anyReading
-                        ? what + " by itself"
+    m_view.ShowNote(!byItself || m_facts.anyReading
+                        ? what
                         : what +
                               " without a reading: no NVIDIA GPU and no AMD CPU sensor could be "
                               "read, see the log " +

@@ -1,5 +1,5 @@
 // A worker for tests of the stub's side: a window, and a script on its command line. It takes the
-// host's --wnd and --entry; every other word is a step, done in order on a work thread:
+// host's --wnd, --entry and --parent; every other word is a step, done in order on a work thread:
 //
 //   hello              the greeting; "hello:W" names the window W instead of its own
 //   static:I  gpu:I    a static or dynamic record of GPU I of 2
@@ -16,7 +16,8 @@
 //   crash              ends with an access violation
 //
 // After the last step it waits for its end: the stop message, or the stub window's disappearance,
-// either with exit code 0.
+// either with exit code 0. One that is blind ends soon after its stub's process, with 98: a test
+// that fails leaves nothing behind.
 #include <windows.h>
 // After windows.h, which it needs.
 #include <shellapi.h>
@@ -197,6 +198,18 @@ void RunScript(const std::vector<std::wstring>& steps) {
     }
 }
 
+// The word holds the process's id and the time of its creation; a test's is not reused so soon.
+void EndAfter(const std::wstring& parent) {
+    const HANDLE process = OpenProcess(
+        SYNCHRONIZE, FALSE, static_cast<DWORD>(std::wcstoul(parent.c_str(), nullptr, 10)));
+    std::thread([process] {
+        constexpr DWORD kGraceMs = 20000;
+        WaitForSingleObject(process, INFINITE);
+        Sleep(kGraceMs);
+        ExitNow(98);
+    }).detach();
+}
+
 LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_COPYDATA) {
         const auto* data = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
@@ -238,6 +251,8 @@ int main() {
             s_stub = AsWindow(std::wcstol(value.c_str(), nullptr, 10));
         } else if (word.starts_with(L"--entry=")) {
             s_entry = value;
+        } else if (word.starts_with(L"--parent=")) {
+            EndAfter(value);
         } else {
             steps.push_back(word);
         }

@@ -35,9 +35,11 @@ std::optional<uint64_t> ParseNumber(std::wstring_view digits, uint64_t largest) 
 
 }  // namespace
 
-ProcessIdentity OwnIdentity() {
-    return {GetCurrentProcessId(), CreationTime(GetCurrentProcess()).value_or(0)};
+ProcessIdentity IdentityOf(HANDLE process) {
+    return {GetProcessId(process), CreationTime(process).value_or(0)};
 }
+
+ProcessIdentity OwnIdentity() { return IdentityOf(GetCurrentProcess()); }
 
 std::wstring IdentityText(const ProcessIdentity& identity) {
     return std::to_wstring(identity.id) + L":" + std::to_wstring(identity.creationTime);

@@ -20,6 +20,12 @@ struct ProcessIdentity {
     uint64_t creationTime = 0;
 };
 
+/**
+ * The process of a handle that may query it. Of a handle that may not, an identity that no process
+ * has.
+ */
+ProcessIdentity IdentityOf(HANDLE process);
+
 /** The calling process. */
 ProcessIdentity OwnIdentity();
 

@@ -15,9 +15,15 @@ when the worker has ended.
   skip_delete      anywhere in the line: leave AMD's driver service installed at the end
   --help           this text
 
-Exit codes: 0 the worker ended in order; 2 library missing; 3 a library that it needs is missing or
-broken; 4 the library lacks the export; 5 Windows refuses the file; 8 a word above is malformed;
-9 ended by force after its stub had gone. A code of 0xC0000000 and above is that of a crash.
+Exit codes:
+  0  the worker ended in order
+  2  the library is missing
+  3  a library that it needs is missing or broken
+  4  the library lacks the export ZorvaneProcess
+  5  Windows refuses the library's file
+  8  --parent is malformed
+  9  ended by force: the stub had gone and the worker did not end
+A code of 0xC0000000 or above is that of a crash.
 )";
 
 HostWords ReadHostWords(const wchar_t* commandLine, std::wstring& error) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/environment.h"
+#include "base/processidentity.h"
 #include "tests/support/tempfolder.h"
 
 /** Runs one program, in a job that ends with this object, and keeps what it prints. */
@@ -20,6 +21,11 @@ class CChildProcess {
     CChildProcess& operator=(const CChildProcess&) = delete;
 
     DWORD Id() const { return m_id; }
+
+    /** "--parent=<this process>", for a worker that is to take this process for its stub's. */
+    std::wstring ParentWord() const {
+        return L"--parent=" + zorvane::IdentityText(zorvane::IdentityOf(m_process));
+    }
 
     /** The exit code; empty when it has not ended within `timeoutMs`. */
     std::optional<DWORD> Wait(DWORD timeoutMs = 60000) const;

@@ -3,6 +3,7 @@
 //
 //   hello              the greeting; "hello:W" names the window W instead of its own
 //   static:I  gpu:I    a static or dynamic record of GPU I of 2
+//   name:TEXT          the name of the GPUs in the records that follow
 //   unread:I           a dynamic record of GPU I in which nothing could be read
 //   cpu:TEXT           the text under the CPU temperature's code, with its NUL; "rawcpu:" without
 //   bytes:CODE:N       N zero bytes under a code
@@ -39,6 +40,7 @@ HWND s_stub = nullptr;
 HWND s_window = nullptr;
 HWND s_sender = nullptr;
 std::wstring s_entry;
+std::wstring s_gpuName;
 
 // The number behind the n-th colon, 0 when there is none.
 long Number(const std::wstring& step, int n = 1) {
@@ -90,7 +92,7 @@ void SendGpu(uint32_t kind, uint32_t index) {
     record.memoryUtilizationPercent = 20 + index;
     record.temperatureCelsius = 50 + index;
     record.fanSpeedPercent = 30 + index;
-    SetText(record.name, L"Fake GPU " + std::to_wstring(index));
+    SetText(record.name, s_gpuName.empty() ? L"Fake GPU " + std::to_wstring(index) : s_gpuName);
     // The higher index stands at the lower bus: order by index and order by bus id differ.
     record.pciBus = 9 - index;
     record.pciDeviceId = 0x268410DE;
@@ -150,6 +152,9 @@ void Do(const std::wstring& step) {
     }
     if (verb == L"gpu") {
         SendGpu(kGpuRecordDynamic, index);
+    }
+    if (verb == L"name") {
+        s_gpuName = step.substr(step.find(L':') + 1);
     }
     if (verb == L"unread") {
         const NvmlGpuRecord record = BareRecord(kGpuRecordDynamic, index);

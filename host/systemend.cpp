@@ -1,6 +1,6 @@
 #include "host/systemend.h"
 
-#include "base/messagewindow.h"
+#include "base/windowthread.h"
 
 namespace {
 
@@ -35,18 +35,6 @@ std::optional<LRESULT> OnMessage(UINT message, WPARAM wParam, LPARAM) {
     return std::nullopt;
 }
 
-DWORD WINAPI RunSessionWindow(void*) {
-    zorvane::CMessageWindow window;
-    if (window.Create(&OnMessage, zorvane::WindowReach::kBroadcasts)) {
-        return 0;
-    }
-    MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        DispatchMessageW(&message);
-    }
-    return 0;
-}
-
 }  // namespace
 
 std::optional<zorvane::CallError> HoldSystemEnd(const CRunningExport& worker) {
@@ -58,10 +46,7 @@ std::optional<zorvane::CallError> HoldSystemEnd(const CRunningExport& worker) {
         return zorvane::LastCallError("SetConsoleCtrlHandler");
     }
     // A console program that has windows is told of logoff and shutdown through them alone.
-    const zorvane::CUniqueHandle thread(
-        CreateThread(nullptr, 0, &RunSessionWindow, nullptr, 0, nullptr));
-    if (!thread) {
-        return zorvane::LastCallError("CreateThread");
-    }
-    return std::nullopt;
+    // Deliberately leaked, like everything that the system's threads may meet.
+    const auto* session = new zorvane::CWindowThread(&OnMessage, zorvane::WindowReach::kBroadcasts);
+    return session->Error();
 }

@@ -4,7 +4,8 @@
 
 #include "base/callerror.h"
 #include "base/modulepath.h"
-#include "host/imports.h"
+#include "base/peimage.h"
+#include "base/text.h"
 
 namespace {
 
@@ -17,9 +18,14 @@ std::wstring FullPath(const std::wstring& path) {
     return full.empty() ? path : full;
 }
 
-// The first library that `module` imports and that cannot be loaded; empty when all can be.
+// The first library that `path` imports and that cannot be loaded; empty when all can be.
 std::wstring FirstBrokenImport(const std::wstring& path, DWORD& error) {
-    for (const std::wstring& name : ImportedLibraries(path)) {
+    const auto image = zorvane::CPeImage::OfFile(path);
+    if (!image.IsValid()) {
+        return {};
+    }
+    for (const std::string& library : image.ImportedLibraries()) {
+        const std::wstring name = zorvane::ToWide(library);
         if (!LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)) {
             error = GetLastError();
             return name;

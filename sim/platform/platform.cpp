@@ -7,6 +7,9 @@
 #include "sim/platform/device.h"
 #include "sim/scenario/calllog.h"
 #include "sim/scenario/environment.h"
+#include "sim/scenario/platformfunctions.h"
+
+using zorvane::SlotObject;
 
 namespace {
 
@@ -14,23 +17,24 @@ constexpr wchar_t kDriverDevice[] = L"\\\\.\\AMDRyzenMasterDriverV15";
 
 HANDLE s_driver = INVALID_HANDLE_VALUE;
 
-uint64_t Init(VendorObject*, uint64_t first, uint64_t second);
-uint64_t UnInit(VendorObject*, uint64_t, uint64_t);
-uint64_t GetDeviceManager(VendorObject*, uint64_t, uint64_t);
-uint64_t GetDevice(VendorObject*, uint64_t type, uint64_t index);
+uint64_t Init(SlotObject*, const void* first, const void* second);
+void UnInit(SlotObject*);
+SlotObject* GetDeviceManager(SlotObject*);
+SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index);
 
-constexpr std::array<Slot, 3> kPlatformSlots = {&Init, &UnInit, &GetDeviceManager};
+const zorvane::CSlotTable<3, &ReportUnusedSlot> s_platformSlots{
+    {0, &Init}, {1, &UnInit}, {2, &GetDeviceManager}};
+const zorvane::CSlotTable<4, &ReportUnusedSlot> s_managerSlots{{3, &GetDevice}};
 
-constexpr auto kManagerSlots = [] {
-    auto slots = UnusedSlots<4>();
-    slots[3] = &GetDevice;
-    return slots;
-}();
+SlotObject s_platform{s_platformSlots.Slots()};
+SlotObject s_manager{s_managerSlots.Slots()};
 
-constinit VendorObject s_platform{kPlatformSlots.data()};
-constinit VendorObject s_manager{kManagerSlots.data()};
+std::string PointerText(const void* pointer) { return pointer ? "set" : "null"; }
 
-std::string PointerText(uint64_t pointer) { return pointer == 0 ? "null" : "set"; }
+void Log(const char* function, const std::string& arguments, const char* result = nullptr) {
+    LogCall(std::string(function) + "(" + arguments + ")" +
+            (result ? std::string(" = ") + result : ""));
+}
 
 // The driver stays open while the library runs, as it would with the real one.
 bool OpenDriver() {
@@ -47,38 +51,40 @@ bool Start() {
     return cpu.platformInit && (!cpu.needsDriver || OpenDriver());
 }
 
-uint64_t Init(VendorObject*, uint64_t first, uint64_t second) {
+uint64_t Init(SlotObject*, const void* first, const void* second) {
+    const std::string arguments = "first=" + PointerText(first) + ", second=" + PointerText(second);
+    DisturbPlatformCall(kPlatformInit, arguments);
     const bool started = Start();
     if (started) {
         StartDevices();
     }
-    LogCall("IPlatform::Init(first=" + PointerText(first) + ", second=" + PointerText(second) +
-            ") = " + (started ? "true" : "false"));
-    return BoolInRegister(started);
+    Log(kPlatformInit, arguments, started ? "true" : "false");
+    return zorvane::BoolInRegister(started);
 }
 
-uint64_t UnInit(VendorObject*, uint64_t, uint64_t) {
+void UnInit(SlotObject*) {
+    DisturbPlatformCall(kPlatformUnInit, "");
     StopDevices();
     if (s_driver != INVALID_HANDLE_VALUE) {
         CloseHandle(s_driver);
         s_driver = INVALID_HANDLE_VALUE;
     }
-    LogCall("IPlatform::UnInit()");
-    return 0;
+    Log(kPlatformUnInit, "");
 }
 
-uint64_t GetDeviceManager(VendorObject*, uint64_t, uint64_t) {
-    LogCall("IPlatform::GetDeviceManager()");
-    return reinterpret_cast<uint64_t>(&s_manager);
+SlotObject* GetDeviceManager(SlotObject*) {
+    DisturbPlatformCall(kPlatformGetDeviceManager, "");
+    Log(kPlatformGetDeviceManager, "");
+    return &s_manager;
 }
 
-uint64_t GetDevice(VendorObject*, uint64_t type, uint64_t index) {
-    const auto deviceType = static_cast<int32_t>(type);
-    const auto deviceIndex = static_cast<int32_t>(index);
-    VendorObject* device = FindDevice(deviceType, deviceIndex);
-    LogCall("IDeviceManager::GetDevice(type=" + std::to_string(deviceType) +
-            ", index=" + std::to_string(deviceIndex) + ") = " + (device ? "device" : "null"));
-    return reinterpret_cast<uint64_t>(device);
+SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index) {
+    const std::string arguments =
+        "type=" + std::to_string(type) + ", index=" + std::to_string(index);
+    DisturbPlatformCall(kManagerGetDevice, arguments);
+    SlotObject* device = FindDevice(type, index);
+    Log(kManagerGetDevice, arguments, device ? "device" : "null");
+    return device;
 }
 
 }  // namespace
@@ -92,7 +98,8 @@ void ReportUnusedSlot(size_t number) {
 }
 
 // The library's one export; its decorated name is in platform.def.
-extern "C" VendorObject* GetPlatformObject() {
-    LogCall("GetPlatform()");
+extern "C" SlotObject* GetPlatformObject() {
+    DisturbPlatformCall(kGetPlatform, "");
+    Log(kGetPlatform, "");
     return &s_platform;
 }

@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/e2e/driverservice.h"
-#include "tests/e2e/records.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/enumeratedwindow.h"
+#include "tests/support/records.h"
 
 using testing::Contains;
 using testing::HasSubstr;
@@ -51,28 +52,6 @@ class Orphan : public testing::Test {
     const CSimulatedMachine m_machine{{.scenario = kRyzen}};
 };
 
-// The window through which Windows tells the host of the session's end.
-HWND SessionWindow(DWORD process) {
-    struct Search {
-        DWORD process;
-        HWND found;
-    } search{process, nullptr};
-    EnumWindows(
-        [](HWND window, LPARAM context) -> BOOL {
-            auto* wanted = reinterpret_cast<Search*>(context);
-            DWORD owner = 0;
-            GetWindowThreadProcessId(window, &owner);
-            wchar_t name[64] = {};
-            GetClassNameW(window, name, ARRAYSIZE(name));
-            if (owner == wanted->process && std::wstring(name) == L"ZorvaneMessageWindow") {
-                wanted->found = window;
-            }
-            return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&search));
-    return search.found;
-}
-
 }  // namespace
 
 TEST_F(Orphan, LeavesNoServiceWhenStoppedBeforeTheFirstCycle) {
@@ -102,7 +81,7 @@ TEST_F(Orphan, EndsInOrderWhenTheProcessOfItsStubHasGone) {
 
 TEST_F(Orphan, EndsInOrderWithTheSession) {
     const auto worker = StartWorker(L"");
-    const HWND window = SessionWindow(worker->Id());
+    const HWND window = FindBroadcastWindow(worker->Id());
     ASSERT_NE(window, nullptr);
     EXPECT_EQ(SendMessageW(window, WM_QUERYENDSESSION, 0, ENDSESSION_LOGOFF), TRUE);
     // Answered by the end of the process alone.

@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "tests/e2e/driverservice.h"
-#include "tests/e2e/records.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/records.h"
 
 using testing::Contains;
 using testing::ElementsAre;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/environment.h"
+#include "base/handle.h"
 #include "base/processidentity.h"
 #include "tests/support/tempfolder.h"
 
@@ -24,7 +25,7 @@ class CChildProcess {
 
     /** "--parent=<this process>", for a worker that is to take this process for its stub's. */
     std::wstring ParentWord() const {
-        return L"--parent=" + zorvane::IdentityText(zorvane::IdentityOf(m_process));
+        return L"--parent=" + zorvane::IdentityText(zorvane::IdentityOf(m_process.get()));
     }
 
     /** The exit code; empty when it has not ended within `timeoutMs`. */
@@ -39,7 +40,7 @@ class CChildProcess {
 
   private:
     CTempFolder m_folder;
-    HANDLE m_job = nullptr;
-    HANDLE m_process = nullptr;
+    zorvane::CUniqueHandle m_job;
+    zorvane::CUniqueHandle m_process;
     DWORD m_id = 0;
 };

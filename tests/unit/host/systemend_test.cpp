@@ -5,6 +5,7 @@
 #include <optional>
 #include <thread>
 
+#include "tests/support/enumeratedwindow.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/host/exportthread.h"
 
@@ -43,28 +44,6 @@ class SystemEnd : public testing::Test {
     const zorvane::CUniqueHandle m_answered{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     BOOL m_answer = FALSE;
 };
-
-HWND SessionWindow(HWND workerWindow) {
-    struct Search {
-        HWND worker;
-        HWND found;
-    } search{workerWindow, nullptr};
-    EnumWindows(
-        [](HWND window, LPARAM context) -> BOOL {
-            auto* wanted = reinterpret_cast<Search*>(context);
-            DWORD process = 0;
-            GetWindowThreadProcessId(window, &process);
-            wchar_t name[64] = {};
-            GetClassNameW(window, name, ARRAYSIZE(name));
-            if (process == GetCurrentProcessId() && window != wanted->worker &&
-                std::wstring(name) == L"ZorvaneMessageWindow") {
-                wanted->found = window;
-            }
-            return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&search));
-    return search.found;
-}
 
 }  // namespace
 
@@ -116,9 +95,8 @@ TEST_F(SystemEnd, AsksNoWorkerThatItsStubHasEnded) {
 
 TEST_F(SystemEnd, AgreesToTheEndOfTheSessionAndThenHoldsItUp) {
     Hold(nullptr);
-    HWND window = nullptr;
-    ASSERT_TRUE(m_worker->PumpUntil(
-        [&] { return (window = SessionWindow(m_worker->Window())) != nullptr; }));
+    const HWND window = FindBroadcastWindow(GetCurrentProcessId(), m_worker->Window());
+    ASSERT_NE(window, nullptr);
     EXPECT_FALSE(IsWindowVisible(window));
     EXPECT_EQ(SendMessageW(window, WM_QUERYENDSESSION, 0, ENDSESSION_LOGOFF), TRUE);
     SendMessageW(window, WM_ENDSESSION, FALSE, 0);

@@ -46,11 +46,9 @@ class CHandleWatch {
   public:
     // Forgets the last worker, whose work thread has ended.
     void Reset() {
-        if (m_threadCopy) {
-            CloseHandle(m_threadCopy);
-            m_threadCopy = nullptr;
+        if (const HANDLE thread = m_thread.exchange(nullptr)) {
+            CloseHandle(thread);
         }
-        m_thread = nullptr;
         m_quitEvent = nullptr;
         m_events = 0;
         hasReturned = false;
@@ -60,7 +58,7 @@ class CHandleWatch {
     }
 
     bool WaitForThread() const {
-        return m_threadCopy && WaitForSingleObject(m_threadCopy, kPatienceMs) == WAIT_OBJECT_0;
+        return m_thread && WaitForSingleObject(m_thread, kPatienceMs) == WAIT_OBJECT_0;
     }
 
     // The host whose work thread is followed, and whether its loop has ended.
@@ -68,20 +66,12 @@ class CHandleWatch {
     std::atomic<bool> hasReturned{false};
 
     std::atomic<int> threadCloses{0};
-    // Waits on the thread's handle after it was closed. Its value may be used again, but only the
-    // host waits without a limit.
+    // The host's waits, which have no limit, on the thread's handle after it was closed.
     std::atomic<int> lateThreadWaits{0};
     // Settings of the quit event after it was closed.
     std::atomic<int> lateSets{0};
 
   private:
-    using Event = CImportPatch<decltype(CreateEventW), -10>;
-    using Begin = CImportPatch<decltype(_beginthreadex), -10>;
-    using Set = CImportPatch<decltype(SetEvent), -10>;
-    using Wait = CImportPatch<decltype(WaitForSingleObject), -10>;
-    using Close = CImportPatch<decltype(CloseHandle), -11>;        // of one signature with Set
-    using Format = CImportPatch<int(const wchar_t*, char*), -10>;  // a va_list is a char*
-
     // Gives a loop thread that does not care the chance to end before the work thread.
     void WaitForWrongEnd() const {
         for (int turn = 0; turn < kWideTurns && threadCloses > 0 && !hasReturned; ++turn) {
@@ -99,65 +89,67 @@ class CHandleWatch {
     uintptr_t Begun(uintptr_t made, void* parameter) {
         const auto thread = reinterpret_cast<HANDLE>(made);
         if (parameter == worker) {
-            DuplicateHandle(GetCurrentProcess(), thread, GetCurrentProcess(), &m_threadCopy, 0,
-                            FALSE, DUPLICATE_SAME_ACCESS);
             m_thread = thread;
         }
         return made;
     }
 
-    void Closing(HANDLE handle) {
+    // The thread's handle stays open until Reset: another object could take over its value.
+    bool IsClosedNow(HANDLE handle) {
         if (handle && handle == m_thread) {
             ++threadCloses;
+            return false;
         }
         if (handle && handle == m_quitEvent) {
             m_quitEvent = nullptr;
         }
+        return true;
     }
 
     std::atomic<int> m_events{0};
     std::atomic<HANDLE> m_thread{nullptr};
     std::atomic<HANDLE> m_quitEvent{nullptr};
-    HANDLE m_threadCopy = nullptr;
 
     const DWORD m_loopThread = GetCurrentThreadId();
 
-    const Event m_eventPatch{"CreateEventW", [this](auto... arguments) {
-                                 return MakeEvent(Event::Original(arguments...));
-                             }};
-    const Begin m_beginPatch{
-        "_beginthreadex", [this](void* security, unsigned stack, auto entry, void* parameter,
-                                 unsigned flags, unsigned* id) {
-            return Begun(Begin::Original(security, stack, entry, parameter, flags, id), parameter);
-        }};
-    const Set m_setPatch{"SetEvent", [this](HANDLE handle) {
-                             const bool isQuitEvent = handle && handle == m_quitEvent;
-                             if (isQuitEvent) {
-                                 for (int turn = 0; turn < kWideTurns && m_quitEvent; ++turn) {
-                                     SwitchToThread();
-                                 }
-                                 lateSets += m_quitEvent == nullptr ? 1 : 0;
-                             }
-                             return Set::Original(handle);
-                         }};
-    const Wait m_waitPatch{
-        "WaitForSingleObject", [this](HANDLE handle, DWORD timeout) {
-            if (timeout == INFINITE && handle && handle == m_thread && threadCloses > 0) {
-                ++lateThreadWaits;
+    PATCH_IMPORT(m_eventPatch, CreateEventW, [this](auto... arguments) {
+        return MakeEvent(m_eventPatch.Original(arguments...));
+    });
+    PATCH_IMPORT(m_beginPatch, _beginthreadex,
+                 [this](void* security, unsigned stack, auto entry, void* parameter, unsigned flags,
+                        unsigned* id) {
+                     return Begun(
+                         m_beginPatch.Original(security, stack, entry, parameter, flags, id),
+                         parameter);
+                 });
+    PATCH_IMPORT(m_setPatch, SetEvent, [this](HANDLE handle) {
+        const bool isQuitEvent = handle && handle == m_quitEvent;
+        if (isQuitEvent) {
+            for (int turn = 0; turn < kWideTurns && m_quitEvent; ++turn) {
+                SwitchToThread();
             }
-            return Wait::Original(handle, timeout);
+            lateSets += m_quitEvent == nullptr ? 1 : 0;
+        }
+        return m_setPatch.Original(handle);
+    });
+    PATCH_IMPORT(m_waitPatch, WaitForSingleObject, [this](HANDLE handle, DWORD timeout) {
+        if (timeout == INFINITE && handle && handle == m_thread && threadCloses > 0) {
+            ++lateThreadWaits;
+        }
+        return m_waitPatch.Original(handle, timeout);
+    });
+    // Widens the moment between the work thread's closing of its handle and its last line; a
+    // va_list is a char*.
+    const CImportPatch<int(const wchar_t*, char*)> m_formatPatch{
+        "_vscwprintf", [this](const wchar_t* text, char* arguments) {
+            if (GetCurrentThreadId() != m_loopThread) {
+                WaitForWrongEnd();
+            }
+            return m_formatPatch.Original(text, arguments);
         }};
-    // Widens the moment between the work thread's closing of its handle and its last line.
-    const Format m_formatPatch{"_vscwprintf", [this](const wchar_t* text, char* arguments) {
-                                   if (GetCurrentThreadId() != m_loopThread) {
-                                       WaitForWrongEnd();
-                                   }
-                                   return Format::Original(text, arguments);
-                               }};
-    const Close m_closePatch{"CloseHandle", [this](HANDLE handle) {
-                                 Closing(handle);
-                                 return Close::Original(handle);
-                             }};
+    PATCH_IMPORT(m_closePatch, CloseHandle, [this](HANDLE handle) {
+        return IsClosedNow(handle) ? m_closePatch.Original(handle) : TRUE;
+    });
 };
 
 struct Plan {

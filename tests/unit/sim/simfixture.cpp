@@ -2,12 +2,9 @@
 
 #include <sstream>
 
-#include "base/modulepath.h"
+#include "tests/support/buildfolder.h"
 
-std::filesystem::path SimFolder() {
-    return (std::filesystem::path(zorvane::ModuleFolder(nullptr)) / ZORVANE_SIM_FOLDER_FROM_TEST)
-        .lexically_normal();
-}
+std::filesystem::path SimFolder() { return BuildFolder(L"sim"); }
 
 std::filesystem::path NvmlPath(const std::string& variant) {
     const std::filesystem::path tree =

@@ -2,30 +2,46 @@
 
 #include <utility>
 
+#include "base/modulepath.h"
+
 namespace zorvane {
 namespace {
 
 constexpr wchar_t kClassName[] = L"ZorvaneMessageWindow";
 
-bool RegisterWindowClass(WNDPROC windowProc) {
-    WNDCLASSEXW description{};
-    description.cbSize = sizeof(description);
-    description.lpfnWndProc = windowProc;
-    description.hInstance = GetModuleHandleW(nullptr);
-    description.lpszClassName = kClassName;
-    return RegisterClassExW(&description) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
-}
+// The class belongs to the module that holds this code, and goes with it: several modules of one
+// process may hold a copy, and Windows leaves the classes of an unloaded library registered, with a
+// procedure that is no longer there.
+class CWindowClass {
+  public:
+    CWindowClass() = default;
+    ~CWindowClass() { UnregisterClassW(kClassName, ThisModule()); }
+    CWindowClass(const CWindowClass&) = delete;
+    CWindowClass& operator=(const CWindowClass&) = delete;
+
+    bool Register(WNDPROC windowProc) const {
+        WNDCLASSEXW description{};
+        description.cbSize = sizeof(description);
+        description.lpfnWndProc = windowProc;
+        description.hInstance = ThisModule();
+        description.lpszClassName = kClassName;
+        return RegisterClassExW(&description) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+    }
+};
+
+const CWindowClass s_class;
 
 }  // namespace
 
-std::optional<CallError> CMessageWindow::Create(Handler handler) {
+std::optional<CallError> CMessageWindow::Create(Handler handler, WindowReach reach) {
     Destroy();
-    if (!RegisterWindowClass(&WindowProc)) {
+    if (!s_class.Register(&WindowProc)) {
         return LastCallError("RegisterClassExW");
     }
     m_handler = std::move(handler);
-    if (CreateWindowExW(0, kClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
-                        GetModuleHandleW(nullptr), this) == nullptr) {
+    const HWND parent = reach == WindowReach::kOwnMessages ? HWND_MESSAGE : nullptr;
+    if (CreateWindowExW(0, kClassName, L"", WS_POPUP, 0, 0, 0, 0, parent, nullptr, ThisModule(),
+                        this) == nullptr) {
         return LastCallError("CreateWindowExW");
     }
     return std::nullopt;

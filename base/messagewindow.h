@@ -1,4 +1,4 @@
-/** A window that only takes messages: never shown, not found by enumeration. */
+/** A window that only takes messages and is never shown. */
 #pragma once
 
 #include <windows.h>
@@ -9,6 +9,14 @@
 #include "base/callerror.h"
 
 namespace zorvane {
+
+/** What reaches a window besides messages to itself. */
+enum class WindowReach {
+    /** Nothing: it is not found by enumeration either. */
+    kOwnMessages,
+    /** What Windows tells all windows, such as the end of the session. */
+    kBroadcasts,
+};
 
 /**
  * Made, used and destroyed on one thread, which pumps its messages. The object stays where it is as
@@ -25,7 +33,8 @@ class CMessageWindow {
     CMessageWindow& operator=(const CMessageWindow&) = delete;
 
     /** Makes the window; a window made before is destroyed. The error if there is one. */
-    [[nodiscard]] std::optional<CallError> Create(Handler handler);
+    [[nodiscard]] std::optional<CallError> Create(Handler handler,
+                                                  WindowReach reach = WindowReach::kOwnMessages);
 
     /** Destroys the window if there is one; messages still queued for it are lost. */
     void Destroy();

@@ -4,9 +4,10 @@
 
 namespace zorvane {
 
-CWindowThread::CWindowThread(CMessageWindow::Handler handler) {
+CWindowThread::CWindowThread(CMessageWindow::Handler handler, WindowReach reach) {
     const CUniqueHandle ready(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    m_thread = std::thread([this, handler, event = ready.get()] { Run(handler, event); });
+    m_thread =
+        std::thread([this, handler, reach, event = ready.get()] { Run(handler, reach, event); });
     WaitForSingleObject(ready.get(), INFINITE);
 }
 
@@ -20,18 +21,20 @@ void CWindowThread::Destroy() {
     m_thread.join();
 }
 
-void CWindowThread::Run(const CMessageWindow::Handler& handler, HANDLE ready) {
+void CWindowThread::Run(const CMessageWindow::Handler& handler, WindowReach reach, HANDLE ready) {
     CMessageWindow window;
-    const auto error = window.Create([&handler](UINT message, WPARAM wParam, LPARAM lParam) {
-        if (message == WM_DESTROY) {
-            PostQuitMessage(0);
-        }
-        return handler(message, wParam, lParam);
-    });
-    m_window = error ? nullptr : window.Handle();
+    m_error = window.Create(
+        [&handler](UINT message, WPARAM wParam, LPARAM lParam) {
+            if (message == WM_DESTROY) {
+                PostQuitMessage(0);
+            }
+            return handler(message, wParam, lParam);
+        },
+        reach);
+    m_window = window.Handle();
     SetEvent(ready);
     MSG message{};
-    while (!error && GetMessageW(&message, nullptr, 0, 0) > 0) {
+    while (window.Handle() && GetMessageW(&message, nullptr, 0, 0) > 0) {
         DispatchMessageW(&message);
     }
 }

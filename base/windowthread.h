@@ -13,7 +13,8 @@ namespace zorvane {
 class CWindowThread {
   public:
     /** Makes the window; `handler` is called on its thread. */
-    explicit CWindowThread(CMessageWindow::Handler handler);
+    explicit CWindowThread(CMessageWindow::Handler handler,
+                           WindowReach reach = WindowReach::kOwnMessages);
     ~CWindowThread() { Destroy(); }
     CWindowThread(const CWindowThread&) = delete;
     CWindowThread& operator=(const CWindowThread&) = delete;
@@ -21,13 +22,17 @@ class CWindowThread {
     /** The window, also after Destroy; null when none could be made. */
     HWND Handle() const { return m_window; }
 
+    /** Why no window could be made; empty when there is one. */
+    const std::optional<CallError>& Error() const { return m_error; }
+
     /** Destroys the window and waits until it is gone. Not from the handler. */
     void Destroy();
 
   private:
-    void Run(const CMessageWindow::Handler& handler, HANDLE ready);
+    void Run(const CMessageWindow::Handler& handler, WindowReach reach, HANDLE ready);
 
     HWND m_window = nullptr;
+    std::optional<CallError> m_error;
     std::thread m_thread;
 };
 

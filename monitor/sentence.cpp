@@ -57,10 +57,9 @@ struct CSentenceMaker {
             return fmt::format("{}; starting it again in {} s", what,
                                event.restartIn->count() / 1000);
         }
-        if (event.exit.kind != ExitKind::kOrderly) {
-            return what;
-        }
-        return event.asked ? std::nullopt : Sentence(what + " by itself");
+        const bool isExpected = event.exit.kind == ExitKind::kOrderly ||
+                                (event.exit.kind == ExitKind::kByItself && event.asked);
+        return isExpected ? std::nullopt : Sentence(what);
     }
 
     template <typename T>

@@ -164,7 +164,7 @@ void CWorkerSource::OnExit(const WorkerExit& exit) {
         m_restartTick = now.tick + *restartIn;
         return;
     }
-    if (exit.kind == ExitKind::kOrderly && !m_stopping && !m_anyReading) {
+    if (exit.kind == ExitKind::kByItself && !m_stopping && !m_anyReading) {
         Tell(now, NoticeEvent{"worker.nothing_read",
                               "the worker has ended without a reading: no NVIDIA GPU and no AMD "
                               "CPU sensor could be read, see the log " +

@@ -8,6 +8,7 @@
 
 #include "base/environment.h"
 #include "base/handle.h"
+#include "base/processidentity.h"
 #include "tests/support/tempfolder.h"
 
 /** Runs one program, in a job that ends with this object, and keeps what it prints. */
@@ -21,6 +22,11 @@ class CChildProcess {
     CChildProcess& operator=(const CChildProcess&) = delete;
 
     DWORD Id() const { return m_id; }
+
+    /** "--parent=<this process>", for a worker that is to take this process for its stub's. */
+    std::wstring ParentWord() const {
+        return L"--parent=" + zorvane::IdentityText(zorvane::IdentityOf(m_process.get()));
+    }
 
     /** The exit code; empty when it has not ended within `timeoutMs`. */
     std::optional<DWORD> Wait(DWORD timeoutMs = 60000) const;

@@ -232,43 +232,34 @@ FakeGpu SampleGpu(uint32_t number) {
 }  // namespace
 
 struct CFakeNvml::Patches {
-    using Load = CImportPatch<decltype(LoadLibraryW), -1>;
-    using Address = CImportPatch<decltype(GetProcAddress), -1>;
-    using Free = CImportPatch<decltype(FreeLibrary), -1>;
-    using Exists = CImportPatch<decltype(PathFileExistsW), -2>;
-    using Expansion = CImportPatch<decltype(ExpandEnvironmentStringsW), -1>;
-
-    const Load load{
-        "LoadLibraryW", [](const wchar_t* path) -> HMODULE {
-            if (!IsNvmlPath(path)) {
-                return Load::Original(path);
-            }
-            s_fake->windowsCalls.push_back(L"LoadLibraryW(" + std::wstring(path) + L")");
-            return s_fake->loadable ? FakeModule() : nullptr;
-        }};
-    const Address address{"GetProcAddress", [](HMODULE module, const char* name) {
-                              return module == FakeModule() ? FindEntryPoint(name)
-                                                            : Address::Original(module, name);
-                          }};
-    const Free free{"FreeLibrary", [](HMODULE module) {
-                        if (module != FakeModule()) {
-                            return Free::Original(module);
-                        }
-                        s_fake->windowsCalls.push_back(L"FreeLibrary");
-                        return TRUE;
-                    }};
-    const Exists exists{
-        "PathFileExistsW", [](const wchar_t* path) {
-            if (!IsNvmlPath(path) && *path != L'\0') {
-                return Exists::Original(path);
-            }
-            s_fake->windowsCalls.push_back(L"PathFileExistsW(" + std::wstring(path) + L")");
-            return s_fake->fileExists && *path != L'\0' ? TRUE : FALSE;
-        }};
-    const Expansion expansion{"ExpandEnvironmentStringsW",
-                              [](const wchar_t* text, wchar_t* target, DWORD size) {
-                                  return Expand(text, target, size);
-                              }};
+    PATCH_IMPORT(load, LoadLibraryW, [this](const wchar_t* path) -> HMODULE {
+        if (!IsNvmlPath(path)) {
+            return load.Original(path);
+        }
+        s_fake->windowsCalls.push_back(L"LoadLibraryW(" + std::wstring(path) + L")");
+        return s_fake->loadable ? FakeModule() : nullptr;
+    });
+    PATCH_IMPORT(address, GetProcAddress, [this](HMODULE module, const char* name) {
+        return module == FakeModule() ? FindEntryPoint(name) : address.Original(module, name);
+    });
+    PATCH_IMPORT(free, FreeLibrary, [this](HMODULE module) {
+        if (module != FakeModule()) {
+            return free.Original(module);
+        }
+        s_fake->windowsCalls.push_back(L"FreeLibrary");
+        return TRUE;
+    });
+    PATCH_IMPORT(exists, PathFileExistsW, [this](const wchar_t* path) {
+        if (!IsNvmlPath(path) && *path != L'\0') {
+            return exists.Original(path);
+        }
+        s_fake->windowsCalls.push_back(L"PathFileExistsW(" + std::wstring(path) + L")");
+        return s_fake->fileExists && *path != L'\0' ? TRUE : FALSE;
+    });
+    PATCH_IMPORT(expansion, ExpandEnvironmentStringsW,
+                 [](const wchar_t* text, wchar_t* target, DWORD size) {
+                     return Expand(text, target, size);
+                 });
 };
 
 CFakeNvml::CFakeNvml() : gpus{SampleGpu(0), SampleGpu(1)} {

@@ -35,101 +35,97 @@ std::string Hex(ULONGLONG number) {
     return text;
 }
 
-// The numbers keep these replacements apart from those of PATCH_IMPORT, which begin at 0.
 struct CFakeServices::Patches {
     explicit Patches(CFakeServices& owner) : fake(owner) {}
 
     CFakeServices& fake;
 
-    CImportPatch<decltype(OpenSCManagerW), 1000> openManager{
-        "OpenSCManagerW", [this](LPCWSTR machine, LPCWSTR database, DWORD access) {
-            fake.Record("OpenSCManagerW",
-                        Quoted(machine) + ", " + Quoted(database) + ", " + Hex(access));
-            return fake.Succeeds("OpenSCManagerW") ? fake.NewHandle("manager") : nullptr;
-        }};
-    CImportPatch<decltype(OpenServiceW), 1001> openService{
-        "OpenServiceW", [this](SC_HANDLE manager, LPCWSTR name, DWORD access) {
-            fake.Record("OpenServiceW",
-                        fake.NameOf(manager) + ", " + Quoted(name) + ", " + Hex(access));
-            return fake.Succeeds("OpenServiceW") ? fake.NewHandle("service") : nullptr;
-        }};
-    CImportPatch<decltype(CreateServiceW), 1002> createService{
-        "CreateServiceW",
-        [this](SC_HANDLE manager, LPCWSTR name, LPCWSTR display, DWORD access, DWORD type,
-               DWORD start, DWORD errorControl, LPCWSTR path, LPCWSTR group, LPDWORD tag,
-               LPCWSTR dependencies, LPCWSTR account, LPCWSTR password) {
-            fake.Record("CreateServiceW", fake.NameOf(manager) + ", " + Quoted(name) + ", " +
-                                              Quoted(display) + ", " + Hex(access) + ", " +
-                                              std::to_string(type) + ", " + std::to_string(start) +
-                                              ", " + std::to_string(errorControl) + ", " +
-                                              Quoted(path) + ", " + Quoted(group) + ", " +
-                                              NullOr(tag) + ", " + Quoted(dependencies) + ", " +
-                                              Quoted(account) + ", " + Quoted(password));
-            return fake.Succeeds("CreateServiceW") ? fake.NewHandle("service") : nullptr;
-        }};
-    CImportPatch<decltype(StartServiceW), 1003> startService{
-        "StartServiceW", [this](SC_HANDLE service, DWORD count, LPCWSTR* arguments) {
-            fake.Record("StartServiceW", fake.NameOf(service) + ", " + std::to_string(count) +
-                                             ", " + NullOr(arguments));
-            return fake.Succeeds("StartServiceW");
-        }};
-    CImportPatch<decltype(QueryServiceStatus), 1004> queryStatus{
-        "QueryServiceStatus", [this](SC_HANDLE service, LPSERVICE_STATUS status) {
-            fake.Record("QueryServiceStatus", fake.NameOf(service));
-            status->dwCurrentState = fake.state;
-            return fake.Succeeds("QueryServiceStatus");
-        }};
-    CImportPatch<decltype(ControlService), 1005> control{
-        "ControlService", [this](SC_HANDLE service, DWORD code, LPSERVICE_STATUS status) {
-            fake.Record("ControlService",
-                        fake.NameOf(service) + ", " + std::to_string(code) + ", " + NullOr(status));
-            return fake.Succeeds("ControlService");
-        }};
-    CImportPatch<decltype(DeleteService), 1006> deleteService{
-        "DeleteService", [this](SC_HANDLE service) {
-            fake.Record("DeleteService", fake.NameOf(service));
-            return fake.Succeeds("DeleteService");
-        }};
+    PATCH_IMPORT(openManager, OpenSCManagerW,
+                 [this](LPCWSTR machine, LPCWSTR database, DWORD access) {
+                     fake.Record("OpenSCManagerW",
+                                 Quoted(machine) + ", " + Quoted(database) + ", " + Hex(access));
+                     return fake.Succeeds("OpenSCManagerW") ? fake.NewHandle("manager") : nullptr;
+                 });
+    PATCH_IMPORT(openService, OpenServiceW, [this](SC_HANDLE manager, LPCWSTR name, DWORD access) {
+        fake.Record("OpenServiceW",
+                    fake.NameOf(manager) + ", " + Quoted(name) + ", " + Hex(access));
+        return fake.Succeeds("OpenServiceW") ? fake.NewHandle("service") : nullptr;
+    });
+    PATCH_IMPORT(createService, CreateServiceW,
+                 [this](SC_HANDLE manager, LPCWSTR name, LPCWSTR display, DWORD access, DWORD type,
+                        DWORD start, DWORD errorControl, LPCWSTR path, LPCWSTR group, LPDWORD tag,
+                        LPCWSTR dependencies, LPCWSTR account, LPCWSTR password) {
+                     fake.Record("CreateServiceW",
+                                 fake.NameOf(manager) + ", " + Quoted(name) + ", " +
+                                     Quoted(display) + ", " + Hex(access) + ", " +
+                                     std::to_string(type) + ", " + std::to_string(start) + ", " +
+                                     std::to_string(errorControl) + ", " + Quoted(path) + ", " +
+                                     Quoted(group) + ", " + NullOr(tag) + ", " +
+                                     Quoted(dependencies) + ", " + Quoted(account) + ", " +
+                                     Quoted(password));
+                     return fake.Succeeds("CreateServiceW") ? fake.NewHandle("service") : nullptr;
+                 });
+    PATCH_IMPORT(startService, StartServiceW,
+                 [this](SC_HANDLE service, DWORD count, LPCWSTR* arguments) {
+                     fake.Record("StartServiceW", fake.NameOf(service) + ", " +
+                                                      std::to_string(count) + ", " +
+                                                      NullOr(arguments));
+                     return fake.Succeeds("StartServiceW");
+                 });
+    PATCH_IMPORT(queryStatus, QueryServiceStatus,
+                 [this](SC_HANDLE service, LPSERVICE_STATUS status) {
+                     fake.Record("QueryServiceStatus", fake.NameOf(service));
+                     status->dwCurrentState = fake.state;
+                     return fake.Succeeds("QueryServiceStatus");
+                 });
+    PATCH_IMPORT(control, ControlService,
+                 [this](SC_HANDLE service, DWORD code, LPSERVICE_STATUS status) {
+                     fake.Record("ControlService", fake.NameOf(service) + ", " +
+                                                       std::to_string(code) + ", " +
+                                                       NullOr(status));
+                     return fake.Succeeds("ControlService");
+                 });
+    PATCH_IMPORT(deleteService, DeleteService, [this](SC_HANDLE service) {
+        fake.Record("DeleteService", fake.NameOf(service));
+        return fake.Succeeds("DeleteService");
+    });
     // As the real one may, it leaves an error of its own behind.
-    CImportPatch<decltype(CloseServiceHandle), 1007> closeHandle{
-        "CloseServiceHandle", [this](SC_HANDLE handle) {
-            fake.Record("CloseServiceHandle", fake.NameOf(handle));
-            SetLastError(ERROR_INVALID_HANDLE);
-            return TRUE;
-        }};
-    CImportPatch<decltype(CreateFileW), 1008> createFile{
-        "CreateFileW",
-        [this](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
-               DWORD disposition, DWORD flags, HANDLE templateFile) {
-            if (!path || std::wcsncmp(path, kDevicePrefix, std::wcslen(kDevicePrefix)) != 0) {
-                return decltype(createFile)::Original(path, access, share, security, disposition,
-                                                      flags, templateFile);
-            }
-            fake.Record("CreateFileW", Quoted(path) + ", " + Hex(access) + ", " +
-                                           std::to_string(share) + ", " + NullOr(security) + ", " +
-                                           std::to_string(disposition) + ", " + Hex(flags) + ", " +
-                                           NullOr(templateFile));
-            return fake.Succeeds("CreateFileW") ? DeviceHandle() : INVALID_HANDLE_VALUE;
-        }};
-    CImportPatch<decltype(CloseHandle), 1009> closeDevice{
-        "CloseHandle", [this](HANDLE handle) {
-            if (handle != DeviceHandle()) {
-                return decltype(closeDevice)::Original(handle);
-            }
-            fake.Record("CloseHandle", "device");
-            return TRUE;
-        }};
-    CImportPatch<decltype(GetCommandLineW), 1010> commandLine{
-        "GetCommandLineW", [this] { return fake.commandLine.data(); }};
-    CImportPatch<decltype(GetModuleFileNameW), 1011> moduleFileName{
-        "GetModuleFileNameW", [this](HMODULE module, LPWSTR path, DWORD size) {
-            if (module) {
-                return decltype(moduleFileName)::Original(module, path, size);
-            }
-            const size_t length = std::min<size_t>(fake.executable.size(), size - 1);
-            path[fake.executable.copy(path, length)] = L'\0';
-            return static_cast<DWORD>(length);
-        }};
+    PATCH_IMPORT(closeHandle, CloseServiceHandle, [this](SC_HANDLE handle) {
+        fake.Record("CloseServiceHandle", fake.NameOf(handle));
+        SetLastError(ERROR_INVALID_HANDLE);
+        return TRUE;
+    });
+    PATCH_IMPORT(createFile, CreateFileW,
+                 [this](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                        DWORD disposition, DWORD flags, HANDLE templateFile) {
+                     if (!path ||
+                         std::wcsncmp(path, kDevicePrefix, std::wcslen(kDevicePrefix)) != 0) {
+                         return createFile.Original(path, access, share, security, disposition,
+                                                    flags, templateFile);
+                     }
+                     fake.Record("CreateFileW",
+                                 Quoted(path) + ", " + Hex(access) + ", " + std::to_string(share) +
+                                     ", " + NullOr(security) + ", " + std::to_string(disposition) +
+                                     ", " + Hex(flags) + ", " + NullOr(templateFile));
+                     return fake.Succeeds("CreateFileW") ? DeviceHandle() : INVALID_HANDLE_VALUE;
+                 });
+    PATCH_IMPORT(closeDevice, CloseHandle, [this](HANDLE handle) {
+        if (handle != DeviceHandle()) {
+            return closeDevice.Original(handle);
+        }
+        fake.Record("CloseHandle", "device");
+        return TRUE;
+    });
+    PATCH_IMPORT(commandLine, GetCommandLineW, [this] { return fake.commandLine.data(); });
+    PATCH_IMPORT(moduleFileName, GetModuleFileNameW,
+                 [this](HMODULE module, LPWSTR path, DWORD size) {
+                     if (module) {
+                         return moduleFileName.Original(module, path, size);
+                     }
+                     const size_t length = std::min<size_t>(fake.executable.size(), size - 1);
+                     path[fake.executable.copy(path, length)] = L'\0';
+                     return static_cast<DWORD>(length);
+                 });
 };
 
 CFakeServices::CFakeServices(std::vector<std::string>& calls)

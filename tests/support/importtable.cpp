@@ -1,8 +1,8 @@
+#include "tests/support/importtable.h"
+
 #include <cstring>
 #include <stdexcept>
 #include <string>
-
-#include "tests/support/importpatch.h"
 
 namespace {
 

@@ -76,15 +76,13 @@ class CExecuteTest : public testing::Test {
         return platform;
     }
 
-    // The number keeps this replacement apart from those of PATCH_IMPORT, which begin at 0.
-    CImportPatch<decltype(WritePrivateProfileStringW), 4000> m_write{
-        "WritePrivateProfileStringW",
-        [this](LPCWSTR section, LPCWSTR key, LPCWSTR value, LPCWSTR path) {
-            m_writes.push_back(Quoted(section) + ", " + Quoted(key) + ", " + Quoted(value) + ", " +
-                               Quoted(path) + " after " +
-                               std::to_string(m_process->messages.size()) + " messages");
-            return m_writeResult;
-        }};
+    PATCH_IMPORT(m_write, WritePrivateProfileStringW,
+                 [this](LPCWSTR section, LPCWSTR key, LPCWSTR value, LPCWSTR path) {
+                     m_writes.push_back(Quoted(section) + ", " + Quoted(key) + ", " +
+                                        Quoted(value) + ", " + Quoted(path) + " after " +
+                                        std::to_string(m_process->messages.size()) + " messages");
+                     return m_writeResult;
+                 });
 };
 
 /** The one thing that is ever written, before anything of the same step is sent. */

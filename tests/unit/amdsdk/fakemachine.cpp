@@ -13,53 +13,48 @@ HKEY Key() { return reinterpret_cast<HKEY>(ULONG_PTR{0x10}); }
 
 }  // namespace
 
-// The numbers keep these replacements apart from those of PATCH_IMPORT, which begin at 0.
 struct CFakeMachine::Patches {
     explicit Patches(CFakeMachine& owner) : machine(owner) {}
 
     CFakeMachine& machine;
 
-    CImportPatch<decltype(IsUserAnAdmin), 3000> isAdmin{
-        "IsUserAnAdmin", [this] {
-            machine.calls.emplace_back("IsUserAnAdmin()");
-            return machine.isAdmin ? TRUE : FALSE;
-        }};
-    CImportPatch<decltype(VerifyVersionInfoW), 3001> verifyVersion{
-        "VerifyVersionInfoW", [this](LPOSVERSIONINFOEXW, DWORD, DWORDLONG) {
-            machine.calls.emplace_back("VerifyVersionInfoW()");
-            return machine.isWorkstation ? TRUE : FALSE;
-        }};
-    CImportPatch<decltype(RegOpenKeyExW), 3002> openKey{
-        "RegOpenKeyExW",
-        [this](HKEY parent, LPCWSTR path, DWORD options, REGSAM access, PHKEY key) {
-            machine.calls.push_back(
-                std::string("RegOpenKeyExW(") +
-                (parent == HKEY_LOCAL_MACHINE ? "HKEY_LOCAL_MACHINE" : "another key") + ", " +
-                Quoted(path) + ", " + std::to_string(options) + ", " + Hex(access) + ")");
-            if (machine.openKeyResult == ERROR_SUCCESS) {
-                *key = Key();
-            }
-            return machine.openKeyResult;
-        }};
-    CImportPatch<decltype(RegQueryValueExW), 3003> queryValue{
-        "RegQueryValueExW",
-        [this](HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
-               LPDWORD size) -> LSTATUS {
-            EXPECT_EQ(key, Key());
-            EXPECT_EQ(reserved, nullptr);
-            machine.calls.emplace_back("RegQueryValueExW(" + Quoted(name) + ", " +
-                                       std::to_string(*size) + ")");
-            *type = machine.productType;
-            *size = static_cast<DWORD>((machine.product.size() + 1) * sizeof(wchar_t));
-            std::memcpy(data, machine.product.c_str(), *size);
-            return machine.queryValueResult;
-        }};
-    CImportPatch<decltype(RegCloseKey), 3004> closeKey{
-        "RegCloseKey", [this](HKEY key) -> LSTATUS {
-            EXPECT_EQ(key, Key());
-            machine.calls.emplace_back("RegCloseKey()");
-            return ERROR_SUCCESS;
-        }};
+    PATCH_IMPORT(isAdmin, IsUserAnAdmin, [this] {
+        machine.calls.emplace_back("IsUserAnAdmin()");
+        return machine.isAdmin ? TRUE : FALSE;
+    });
+    PATCH_IMPORT(verifyVersion, VerifyVersionInfoW, [this](LPOSVERSIONINFOEXW, DWORD, DWORDLONG) {
+        machine.calls.emplace_back("VerifyVersionInfoW()");
+        return machine.isWorkstation ? TRUE : FALSE;
+    });
+    PATCH_IMPORT(openKey, RegOpenKeyExW,
+                 [this](HKEY parent, LPCWSTR path, DWORD options, REGSAM access, PHKEY key) {
+                     machine.calls.push_back(
+                         std::string("RegOpenKeyExW(") +
+                         (parent == HKEY_LOCAL_MACHINE ? "HKEY_LOCAL_MACHINE" : "another key") +
+                         ", " + Quoted(path) + ", " + std::to_string(options) + ", " + Hex(access) +
+                         ")");
+                     if (machine.openKeyResult == ERROR_SUCCESS) {
+                         *key = Key();
+                     }
+                     return machine.openKeyResult;
+                 });
+    PATCH_IMPORT(queryValue, RegQueryValueExW,
+                 [this](HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
+                        LPDWORD size) -> LSTATUS {
+                     EXPECT_EQ(key, Key());
+                     EXPECT_EQ(reserved, nullptr);
+                     machine.calls.emplace_back("RegQueryValueExW(" + Quoted(name) + ", " +
+                                                std::to_string(*size) + ")");
+                     *type = machine.productType;
+                     *size = static_cast<DWORD>((machine.product.size() + 1) * sizeof(wchar_t));
+                     std::memcpy(data, machine.product.c_str(), *size);
+                     return machine.queryValueResult;
+                 });
+    PATCH_IMPORT(closeKey, RegCloseKey, [this](HKEY key) -> LSTATUS {
+        EXPECT_EQ(key, Key());
+        machine.calls.emplace_back("RegCloseKey()");
+        return ERROR_SUCCESS;
+    });
 };
 
 CFakeMachine::CFakeMachine() {

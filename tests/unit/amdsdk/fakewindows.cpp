@@ -53,57 +53,52 @@ std::string NameOf(HMODULE module) {
 
 }  // namespace
 
-// The numbers keep these replacements apart from those of PATCH_IMPORT, which begin at 0.
 struct CFakeWindows::Patches {
     explicit Patches(CFakeWindows& owner) : windows(owner) {}
 
     CFakeWindows& windows;
 
-    CImportPatch<decltype(VerifyVersionInfoW), 5000> verifyVersion{
-        "VerifyVersionInfoW", [this](LPOSVERSIONINFOEXW version, DWORD types, DWORDLONG condition) {
-            OSVERSIONINFOEXW expected{};
-            expected.dwOSVersionInfoSize = 284;
-            expected.wProductType = 1;
-            EXPECT_EQ(std::memcmp(version, &expected, sizeof(expected)), 0);
-            EXPECT_EQ(types, 0x80u);
-            EXPECT_EQ(condition, VerSetConditionMask(0, VER_PRODUCT_TYPE, VER_EQUAL));
-            windows.calls.emplace_back("VerifyVersionInfoW()");
-            return windows.isWorkstation ? TRUE : FALSE;
-        }};
-    CImportPatch<decltype(GetModuleHandleW), 5001> moduleHandle{
-        "GetModuleHandleW", [this](LPCWSTR name) {
-            if (!name) {
-                return decltype(moduleHandle)::Original(name);
-            }
-            windows.calls.emplace_back("GetModuleHandleW(" + Quoted(name) + ")");
-            return Kernel32();
-        }};
-    CImportPatch<decltype(LoadLibraryW), 5002> load{
-        "LoadLibraryW", [this](LPCWSTR name) {
-            windows.calls.emplace_back("LoadLibraryW(" + Quoted(name) + ")");
-            return windows.hasNtdll ? Ntdll() : nullptr;
-        }};
-    CImportPatch<decltype(FreeLibrary), 5003> free{
-        "FreeLibrary", [this](HMODULE module) {
-            windows.calls.emplace_back("FreeLibrary(" + NameOf(module) + ")");
-            return TRUE;
-        }};
-    CImportPatch<decltype(GetProcAddress), 5004> procAddress{
-        "GetProcAddress", [this](HMODULE module, LPCSTR name) -> FARPROC {
-            if (NameOf(module) == "unknown") {
-                return decltype(procAddress)::Original(module, name);
-            }
-            const std::string function = name;
-            windows.calls.emplace_back("GetProcAddress(" + NameOf(module) + ", " + function + ")");
-            if (function == "GetNativeSystemInfo") {
-                return AddressOf(windows.hasNativeSystemInfo, &GetNativeSystemInfoFake);
-            }
-            if (function == "IsWow64Process2") {
-                return AddressOf(windows.hasIsWow64Process2, &IsWow64Process2Fake);
-            }
-            return AddressOf(windows.hasVersionNumbers && function == "RtlGetNtVersionNumbers",
-                             &RtlGetNtVersionNumbersFake);
-        }};
+    PATCH_IMPORT(verifyVersion, VerifyVersionInfoW,
+                 [this](LPOSVERSIONINFOEXW version, DWORD types, DWORDLONG condition) {
+                     OSVERSIONINFOEXW expected{};
+                     expected.dwOSVersionInfoSize = 284;
+                     expected.wProductType = 1;
+                     EXPECT_EQ(std::memcmp(version, &expected, sizeof(expected)), 0);
+                     EXPECT_EQ(types, 0x80u);
+                     EXPECT_EQ(condition, VerSetConditionMask(0, VER_PRODUCT_TYPE, VER_EQUAL));
+                     windows.calls.emplace_back("VerifyVersionInfoW()");
+                     return windows.isWorkstation ? TRUE : FALSE;
+                 });
+    PATCH_IMPORT(moduleHandle, GetModuleHandleW, [this](LPCWSTR name) {
+        if (!name) {
+            return moduleHandle.Original(name);
+        }
+        windows.calls.emplace_back("GetModuleHandleW(" + Quoted(name) + ")");
+        return Kernel32();
+    });
+    PATCH_IMPORT(load, LoadLibraryW, [this](LPCWSTR name) {
+        windows.calls.emplace_back("LoadLibraryW(" + Quoted(name) + ")");
+        return windows.hasNtdll ? Ntdll() : nullptr;
+    });
+    PATCH_IMPORT(free, FreeLibrary, [this](HMODULE module) {
+        windows.calls.emplace_back("FreeLibrary(" + NameOf(module) + ")");
+        return TRUE;
+    });
+    PATCH_IMPORT(procAddress, GetProcAddress, [this](HMODULE module, LPCSTR name) -> FARPROC {
+        if (NameOf(module) == "unknown") {
+            return procAddress.Original(module, name);
+        }
+        const std::string function = name;
+        windows.calls.emplace_back("GetProcAddress(" + NameOf(module) + ", " + function + ")");
+        if (function == "GetNativeSystemInfo") {
+            return AddressOf(windows.hasNativeSystemInfo, &GetNativeSystemInfoFake);
+        }
+        if (function == "IsWow64Process2") {
+            return AddressOf(windows.hasIsWow64Process2, &IsWow64Process2Fake);
+        }
+        return AddressOf(windows.hasVersionNumbers && function == "RtlGetNtVersionNumbers",
+                         &RtlGetNtVersionNumbersFake);
+    });
 };
 
 CFakeWindows::CFakeWindows() {

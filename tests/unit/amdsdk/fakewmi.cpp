@@ -97,30 +97,27 @@ struct CFakeWmi::Objects {
     }
 };
 
-// The numbers keep these replacements apart from those of PATCH_IMPORT, which begin at 0.
 struct CFakeWmi::Patches {
     explicit Patches(CFakeWmi& owner) : fake(owner) {}
 
     CFakeWmi& fake;
 
-    CImportPatch<decltype(CoInitializeEx), 2000> initialize{
-        "CoInitializeEx", [this](LPVOID reserved, DWORD model) {
-            fake.Record(Call("CoInitializeEx", NameOf(reserved), std::to_string(model)));
-            return fake.ResultOf("CoInitializeEx");
-        }};
-    CImportPatch<decltype(CoInitializeSecurity), 2001> security{
-        "CoInitializeSecurity",
-        [this](PSECURITY_DESCRIPTOR descriptor, LONG count, SOLE_AUTHENTICATION_SERVICE* services,
-               void* reserved1, DWORD level, DWORD impersonation, void* list, DWORD capabilities,
-               void* reserved3) {
-            fake.Record(Call("CoInitializeSecurity", NameOf(descriptor), Text(count),
-                             NameOf(services), NameOf(reserved1), std::to_string(level),
-                             std::to_string(impersonation), NameOf(list),
-                             std::to_string(capabilities), NameOf(reserved3)));
-            return fake.ResultOf("CoInitializeSecurity");
-        }};
-    CImportPatch<decltype(CoCreateInstance), 2002> create{
-        "CoCreateInstance",
+    PATCH_IMPORT(initialize, CoInitializeEx, [this](LPVOID reserved, DWORD model) {
+        fake.Record(Call("CoInitializeEx", NameOf(reserved), std::to_string(model)));
+        return fake.ResultOf("CoInitializeEx");
+    });
+    PATCH_IMPORT(security, CoInitializeSecurity,
+                 [this](PSECURITY_DESCRIPTOR descriptor, LONG count,
+                        SOLE_AUTHENTICATION_SERVICE* services, void* reserved1, DWORD level,
+                        DWORD impersonation, void* list, DWORD capabilities, void* reserved3) {
+                     fake.Record(Call("CoInitializeSecurity", NameOf(descriptor), Text(count),
+                                      NameOf(services), NameOf(reserved1), std::to_string(level),
+                                      std::to_string(impersonation), NameOf(list),
+                                      std::to_string(capabilities), NameOf(reserved3)));
+                     return fake.ResultOf("CoInitializeSecurity");
+                 });
+    PATCH_IMPORT(
+        create, CoCreateInstance,
         [this](REFCLSID classId, LPUNKNOWN outer, DWORD context, REFIID interfaceId, LPVOID* made) {
             fake.Record(
                 Call("CoCreateInstance",
@@ -130,32 +127,31 @@ struct CFakeWmi::Patches {
             const HRESULT result = fake.ResultOf("CoCreateInstance");
             *made = SUCCEEDED(result) ? &s_locator : nullptr;
             return result;
-        }};
-    CImportPatch<decltype(CoSetProxyBlanket), 2003> blanket{
-        "CoSetProxyBlanket", [this](IUnknown* proxy, DWORD authentication, DWORD authorization,
-                                    OLECHAR* principal, DWORD level, DWORD impersonation,
-                                    RPC_AUTH_IDENTITY_HANDLE identity, DWORD capabilities) {
-            fake.Record(Call("CoSetProxyBlanket", NameOf(proxy), std::to_string(authentication),
-                             std::to_string(authorization), NameOf(principal),
-                             std::to_string(level), std::to_string(impersonation), NameOf(identity),
-                             std::to_string(capabilities)));
-            return fake.ResultOf("CoSetProxyBlanket");
-        }};
-    CImportPatch<decltype(CoUninitialize), 2004> uninitialize{
-        "CoUninitialize", [this] { fake.Record("CoUninitialize()"); }};
-    CImportPatch<decltype(VariantClear), 2005> clear{"VariantClear", [this](VARIANTARG* value) {
-                                                         fake.Record("VariantClear()");
-                                                         return decltype(clear)::Original(value);
-                                                     }};
-    CImportPatch<decltype(SysAllocString), 2006> allocate{
-        "SysAllocString", [this](const OLECHAR* text) {
-            ++fake.openTexts;
-            return decltype(allocate)::Original(text);
-        }};
-    CImportPatch<decltype(SysFreeString), 2007> free{"SysFreeString", [this](BSTR text) {
-                                                         --fake.openTexts;
-                                                         decltype(free)::Original(text);
-                                                     }};
+        });
+    PATCH_IMPORT(blanket, CoSetProxyBlanket,
+                 [this](IUnknown* proxy, DWORD authentication, DWORD authorization,
+                        OLECHAR* principal, DWORD level, DWORD impersonation,
+                        RPC_AUTH_IDENTITY_HANDLE identity, DWORD capabilities) {
+                     fake.Record(Call("CoSetProxyBlanket", NameOf(proxy),
+                                      std::to_string(authentication), std::to_string(authorization),
+                                      NameOf(principal), std::to_string(level),
+                                      std::to_string(impersonation), NameOf(identity),
+                                      std::to_string(capabilities)));
+                     return fake.ResultOf("CoSetProxyBlanket");
+                 });
+    PATCH_IMPORT(uninitialize, CoUninitialize, [this] { fake.Record("CoUninitialize()"); });
+    PATCH_IMPORT(clear, VariantClear, [this](VARIANTARG* value) {
+        fake.Record("VariantClear()");
+        return clear.Original(value);
+    });
+    PATCH_IMPORT(allocate, SysAllocString, [this](const OLECHAR* text) {
+        ++fake.openTexts;
+        return allocate.Original(text);
+    });
+    PATCH_IMPORT(free, SysFreeString, [this](BSTR text) {
+        --fake.openTexts;
+        free.Original(text);
+    });
 };
 
 CFakeWmi::CFakeWmi(std::vector<std::string>& calls) : m_calls(calls) {

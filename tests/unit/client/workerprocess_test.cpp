@@ -79,7 +79,7 @@ TEST_F(WorkerProcessTest, EndsTheWorkerWithTheLastHandleOfItsJob) {
     HANDLE job = nullptr;
     PATCH_IMPORT(assign, AssignProcessToJobObject, [&](HANDLE target, HANDLE process) -> WINBOOL {
         job = target;
-        return decltype(assign)::Original(target, process);
+        return assign.Original(target, process);
     });
     // The process is not ended by hand: what is left is what a stub that crashes leaves behind.
     PATCH_IMPORT(terminate, TerminateProcess, [](HANDLE, UINT) -> WINBOOL { return TRUE; });

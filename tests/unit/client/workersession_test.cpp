@@ -154,10 +154,9 @@ TEST_F(WorkerSessionTest, WaitsOnWhenTheStopMessageTimesOut) {
     Start({L"hello"});
     ASSERT_TRUE(WaitForHello());
     PATCH_IMPORT(late, SendMessageTimeoutW,
-                 [](HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags,
-                    UINT timeoutMs, PDWORD_PTR result) -> LRESULT {
-                     decltype(late)::Original(window, message, wParam, lParam, flags, timeoutMs,
-                                              result);
+                 [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags,
+                     UINT timeoutMs, PDWORD_PTR result) -> LRESULT {
+                     late.Original(window, message, wParam, lParam, flags, timeoutMs, result);
                      SetLastError(ERROR_TIMEOUT);
                      return 0;
                  });

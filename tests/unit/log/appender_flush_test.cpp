@@ -14,7 +14,6 @@
 namespace {
 
 using Texts = std::vector<std::string>;
-using LocalTimePatch = CImportPatch<errno_t(tm*, const __time64_t*), 2000>;
 using WideTexts = std::vector<std::wstring>;
 
 class AppenderFlush : public testing::Test {
@@ -33,47 +32,47 @@ TEST_F(AppenderFlush, StampsThenOpensThenTakesTheMutexThenWritesThenReleases) {
     const auto note = [&](std::string call) { calls.push_back(std::move(call)); };
     PATCH_IMPORT(clock, _ftime64_s, [&](__timeb64* now) {
         note("clock");
-        return decltype(clock)::Original(now);
+        return clock.Original(now);
     });
-    const LocalTimePatch local(LocalTimeEntry(), [&](auto... arguments) {
+    const CLocalTimePatch local(LocalTimeEntry(), [&](auto... arguments) {
         note("local time");
-        return LocalTimePatch::Original(arguments...);
+        return local.Original(arguments...);
     });
     PATCH_IMPORT(convert, WideCharToMultiByte, [&](auto... arguments) {
         note("convert");
-        return decltype(convert)::Original(arguments...);
+        return convert.Original(arguments...);
     });
     PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
         note("enter queue");
-        decltype(enter)::Original(section);
+        enter.Original(section);
     });
     PATCH_IMPORT(leave, LeaveCriticalSection, [&](LPCRITICAL_SECTION section) {
         note("leave queue");
-        decltype(leave)::Original(section);
+        leave.Original(section);
     });
     PATCH_IMPORT(openFile, _wsopen_s, [&](auto... arguments) {
         note("open file");
-        return decltype(openFile)::Original(arguments...);
+        return openFile.Original(arguments...);
     });
     PATCH_IMPORT(seek, _lseek, [&](int descriptor, long offset, int origin) {
         note("seek " + std::to_string(offset) + (origin == SEEK_END ? " from the end" : ""));
-        return decltype(seek)::Original(descriptor, offset, origin);
+        return seek.Original(descriptor, offset, origin);
     });
     PATCH_IMPORT(openMutex, OpenMutexW, [&](auto... arguments) {
         note("open mutex");
-        return decltype(openMutex)::Original(arguments...);
+        return openMutex.Original(arguments...);
     });
     PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE mutex, DWORD timeoutMs) {
         note("wait " + std::to_string(timeoutMs));
-        return decltype(wait)::Original(mutex, timeoutMs);
+        return wait.Original(mutex, timeoutMs);
     });
     PATCH_IMPORT(write, _write, [&](auto... arguments) {
         note("write");
-        return decltype(write)::Original(arguments...);
+        return write.Original(arguments...);
     });
     PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE mutex) {
         note("release");
-        return decltype(release)::Original(mutex);
+        return release.Original(mutex);
     });
     m_appender.Flush(L"first", false);
     const Texts first = std::exchange(calls, {});
@@ -100,7 +99,7 @@ TEST_F(AppenderFlush, OpensTheFileToAppendUntranslatedBytesAndSharesIt) {
                      EXPECT_EQ(flags, 0x8109);
                      EXPECT_EQ(sharing, 0x40);
                      EXPECT_EQ(permission, 0x180);
-                     return decltype(open)::Original(descriptor, path, flags, sharing, permission);
+                     return open.Original(descriptor, path, flags, sharing, permission);
                  });
     m_appender.Flush(L"line", false);
     EXPECT_EQ(LogTexts(m_path), Texts({"line"}));
@@ -130,7 +129,7 @@ TEST_F(AppenderFlush, WritesTheQueueInOrderWithOneCallALine) {
     Texts written;
     PATCH_IMPORT(write, _write, [&](int descriptor, const void* bytes, unsigned length) {
         written.emplace_back(static_cast<const char*>(bytes), length);
-        return decltype(write)::Original(descriptor, bytes, length);
+        return write.Original(descriptor, bytes, length);
     });
     m_appender.Flush(L"three", false);
     EXPECT_EQ(LogTexts(m_path), Texts({"one", "two", "three"}));

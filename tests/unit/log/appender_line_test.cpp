@@ -9,8 +9,6 @@
 
 namespace {
 
-using LocalTimePatch = CImportPatch<errno_t(tm*, const __time64_t*), 2000>;
-
 constexpr __time64_t kSeconds = 1731715805;
 
 // What stands behind a moment in the local time zone.
@@ -36,17 +34,17 @@ class AppenderLine : public testing::Test {
             now->millitm = moment.milliseconds;
             return 0;
         });
-        const LocalTimePatch local(LocalTimeEntry(),
-                                   [&](tm* result, const __time64_t* seconds) -> errno_t {
-                                       if (*seconds == kSeconds) {
-                                           result->tm_mon = moment.month - 1;
-                                           result->tm_mday = moment.day;
-                                           result->tm_hour = moment.hour;
-                                           result->tm_min = moment.minute;
-                                           result->tm_sec = moment.second;
-                                       }
-                                       return 0;
-                                   });
+        const CLocalTimePatch local(LocalTimeEntry(),
+                                    [&](tm* result, const __time64_t* seconds) -> errno_t {
+                                        if (*seconds == kSeconds) {
+                                            result->tm_mon = moment.month - 1;
+                                            result->tm_mday = moment.day;
+                                            result->tm_hour = moment.hour;
+                                            result->tm_min = moment.minute;
+                                            result->tm_sec = moment.second;
+                                        }
+                                        return 0;
+                                    });
         PATCH_IMPORT(processId, GetCurrentProcessId, [=] { return process; });
         PATCH_IMPORT(threadId, GetCurrentThreadId, [=] { return thread; });
         appender.Flush(text.c_str(), false);
@@ -120,8 +118,8 @@ TEST_F(AppenderLine, IsConvertedToTheAnsiCodePageWithItsDefaultCharacter) {
                  [&](UINT page, DWORD flags, LPCWCH text, int length, LPSTR bytes, int size,
                      LPCCH defaultCharacter, LPBOOL usedDefault) {
                      asked = "page " + std::to_string(page) + ", flags " + std::to_string(flags);
-                     return decltype(convert)::Original(1252, flags, text, length, bytes, size,
-                                                        defaultCharacter, usedDefault);
+                     return convert.Original(1252, flags, text, length, bytes, size,
+                                             defaultCharacter, usedDefault);
                  });
     EXPECT_EQ(TextOf(Write(L"\u00E4 \u20AC \u0416\u6E29 end")), "\xE4 \x80 ?? end\r\n");
     EXPECT_EQ(asked, "page 0, flags 0");
@@ -131,8 +129,8 @@ TEST_F(AppenderLine, HasRoomForTwoBytesACharacter) {
     PATCH_IMPORT(convert, WideCharToMultiByte,
                  [&](UINT, DWORD flags, LPCWCH text, int length, LPSTR bytes, int size,
                      LPCCH defaultCharacter, LPBOOL usedDefault) {
-                     return decltype(convert)::Original(932, flags, text, length, bytes, size,
-                                                        defaultCharacter, usedDefault);
+                     return convert.Original(932, flags, text, length, bytes, size,
+                                             defaultCharacter, usedDefault);
                  });
     std::string expected;
     for (int character = 0; character < 300; ++character) {

@@ -41,7 +41,7 @@ TEST_F(AppenderMutex, WhileANeighbourHasItAFlushTriesOnceAndReleasesWhatItHasNot
     const CMutexWaits waits;
     std::vector<BOOL> releases;
     PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE mutex) {
-        releases.push_back(decltype(release)::Original(mutex));
+        releases.push_back(release.Original(mutex));
         return releases.back();
     });
     m_appender.Flush(L"queued", false);
@@ -58,7 +58,7 @@ TEST_F(AppenderMutex, AForcedFlushWaitsForItWithoutLimitAndThenWrites) {
         if (timeoutMs == INFINITE && std::exchange(t_flushing, false)) {
             waiting.set_value();
         }
-        return decltype(wait)::Original(mutex, timeoutMs);
+        return wait.Original(mutex, timeoutMs);
     });
     std::future<void> flush = std::async(std::launch::async, [&] {
         t_flushing = true;
@@ -98,7 +98,7 @@ TEST_P(AbandonedMutex, CountsAsTakenAndIsReleasedOnce) {
     {
         PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE mutex) {
             ++releases;
-            return decltype(release)::Original(mutex);
+            return release.Original(mutex);
         });
         m_appender.Flush(L"line", GetParam());
     }
@@ -116,14 +116,14 @@ TEST_F(AppenderMutex, IsOpenedAnewByEachFlushAndItsHandlesStayOpen) {
         EXPECT_EQ(access, 0x1F0001u);
         EXPECT_FALSE(inherit);
         EXPECT_EQ(name, m_name);
-        opened.push_back(decltype(open)::Original(access, inherit, name));
+        opened.push_back(open.Original(access, inherit, name));
         return opened.back();
     });
     const CMutexWaits waits;
     std::vector<HANDLE> released;
     PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE mutex) {
         released.push_back(mutex);
-        return decltype(release)::Original(mutex);
+        return release.Original(mutex);
     });
     m_appender.Flush(L"one", false);
     m_appender.Flush(L"two", true);

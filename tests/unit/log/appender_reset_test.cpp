@@ -57,20 +57,20 @@ TEST_F(AppenderReset, ClosesTheFileBeforeItDeletesItAndStampsTheMarkerLast) {
     Texts calls;
     PATCH_IMPORT(close, _close, [&](int descriptor) {
         calls.push_back("close");
-        return decltype(close)::Original(descriptor);
+        return close.Original(descriptor);
     });
     PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
         calls.push_back("enter");
-        decltype(enter)::Original(section);
+        enter.Original(section);
     });
     PATCH_IMPORT(remove, _wremove, [&](const wchar_t* path) {
         EXPECT_EQ(path, m_path);
         calls.push_back("remove");
-        return decltype(remove)::Original(path);
+        return remove.Original(path);
     });
     PATCH_IMPORT(convert, WideCharToMultiByte, [&](auto... arguments) {
         calls.push_back("line");
-        return decltype(convert)::Original(arguments...);
+        return convert.Original(arguments...);
     });
     m_appender->Reset();
     EXPECT_EQ(calls, Texts({"close", "enter", "remove", "line", "enter"}));
@@ -81,7 +81,7 @@ TEST_F(AppenderReset, TwiceClosesOnce) {
     int closed = 0;
     PATCH_IMPORT(close, _close, [&](int descriptor) {
         ++closed;
-        return decltype(close)::Original(descriptor);
+        return close.Original(descriptor);
     });
     m_appender->Reset();
     m_appender->Reset();

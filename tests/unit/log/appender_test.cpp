@@ -63,7 +63,7 @@ TEST_F(Appender, WhenItIsTheFirstDeletesTheFileMakesTheMutexAndTriesIt) {
                      EXPECT_EQ(security, nullptr);
                      EXPECT_FALSE(owned);
                      calls.push_back("create " + Narrow(name));
-                     created = decltype(create)::Original(nullptr, FALSE, nullptr);
+                     created = create.Original(nullptr, FALSE, nullptr);
                      return created;
                  });
     const CMutexWaits waits([&](HANDLE mutex, DWORD timeoutMs) -> DWORD {
@@ -73,7 +73,7 @@ TEST_F(Appender, WhenItIsTheFirstDeletesTheFileMakesTheMutexAndTriesIt) {
     });
     PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE mutex) {
         calls.push_back(mutex == created ? "release" : "release another");
-        return decltype(release)::Original(mutex);
+        return release.Original(mutex);
     });
     m_appender.emplace(kInstalledPath, L"E");
 
@@ -152,7 +152,7 @@ TEST_F(Appender, TellsThatTheLockFailedWhenANeighbourHoldsItAndReleasesAllTheSam
                  [&](LPCWSTR text) { calls.push_back(Narrow(text)); });
     PATCH_IMPORT(release, ReleaseMutex, [&](HANDLE mutex) {
         calls.push_back("release");
-        return decltype(release)::Original(mutex);
+        return release.Original(mutex);
     });
     m_appender.emplace(m_path.c_str(), L"E");
     EXPECT_EQ(calls, Texts({"Lock failed\n", "release"}));
@@ -181,7 +181,7 @@ TEST_F(Appender, CountsANullPathAndANullTagAsEmpty) {
     });
     PATCH_IMPORT(create, CreateMutexW, [&](auto, auto, LPCWSTR name) {
         names.push_back(name);
-        return decltype(create)::Original(nullptr, FALSE, nullptr);
+        return create.Original(nullptr, FALSE, nullptr);
     });
     m_appender.emplace(nullptr, nullptr);
     EXPECT_EQ(names, WideTexts({L"", L"", L""}));
@@ -194,11 +194,11 @@ TEST_F(Appender, AtItsEndClosesTheFileAndDropsWhatIsQueued) {
     Texts calls;
     PATCH_IMPORT(lock, DeleteCriticalSection, [&](LPCRITICAL_SECTION section) {
         calls.push_back("delete lock");
-        decltype(lock)::Original(section);
+        lock.Original(section);
     });
     PATCH_IMPORT(close, _close, [&](int descriptor) {
         calls.push_back("close");
-        return decltype(close)::Original(descriptor);
+        return close.Original(descriptor);
     });
     m_appender.reset();
     EXPECT_EQ(calls, Texts({"delete lock", "close"}));

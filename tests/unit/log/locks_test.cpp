@@ -59,7 +59,7 @@ TEST(CriticalSection, KeepsOtherThreadsOutUntilItIsLeftAsOftenAsItWasEntered) {
         if (std::exchange(t_trying, false)) {
             blocked.set_value();
         }
-        decltype(enter)::Original(section);
+        enter.Original(section);
     });
     std::future<bool> other = std::async(std::launch::async, [&] {
         t_trying = true;
@@ -80,19 +80,19 @@ TEST(CriticalSection, IsSetUpEnteredLeftAndDeletedByTheCallsOfWindowsItself) {
     Calls calls;
     PATCH_IMPORT(setUp, InitializeCriticalSection, [&](LPCRITICAL_SECTION section) {
         calls.Add("initialize", section);
-        decltype(setUp)::Original(section);
+        setUp.Original(section);
     });
     PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
         calls.Add("enter", section);
-        decltype(enter)::Original(section);
+        enter.Original(section);
     });
     PATCH_IMPORT(leave, LeaveCriticalSection, [&](LPCRITICAL_SECTION section) {
         calls.Add("leave", section);
-        decltype(leave)::Original(section);
+        leave.Original(section);
     });
     PATCH_IMPORT(tearDown, DeleteCriticalSection, [&](LPCRITICAL_SECTION section) {
         calls.Add("delete", section);
-        decltype(tearDown)::Original(section);
+        tearDown.Original(section);
     });
     std::unique_ptr<ILocker> lock = std::make_unique<CCriticalSection>();
     Enter(*lock);

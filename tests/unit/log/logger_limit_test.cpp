@@ -31,14 +31,10 @@ class LogLimit : public testing::Test {
     const std::wstring m_path = m_folder.PathOf(L"test.log");
     ZorLog::LoggerImpl m_logger;
     long m_found = 0;
-    CImportPatch<decltype(_lseek), 1000> m_seek{"_lseek",
-                                                [this](int, long, int) { return m_found; }};
-    CImportPatch<decltype(_write), 1000> m_write{
-        "_write", [](int descriptor, const void* bytes, unsigned length) {
-            return CImportPatch<decltype(_write), 1000>::Original(descriptor, bytes, length) < 0
-                       ? -1
-                       : 1;
-        }};
+    PATCH_IMPORT(m_seek, _lseek, [this](int, long, int) { return m_found; });
+    PATCH_IMPORT(m_write, _write, [this](int descriptor, const void* bytes, unsigned length) {
+        return m_write.Original(descriptor, bytes, length) < 0 ? -1 : 1;
+    });
 };
 
 }  // namespace

@@ -22,7 +22,7 @@ Sections Entered(Act act) {
     Sections sections;
     PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
         sections.push_back(section);
-        decltype(enter)::Original(section);
+        enter.Original(section);
     });
     act();
     return sections;
@@ -34,7 +34,7 @@ class LoggerLock : public testing::Test {
         // The first of a logger's sections is its own.
         PATCH_IMPORT(setUp, InitializeCriticalSection, [&](LPCRITICAL_SECTION section) {
             (m_lock ? m_queueLock : m_lock) = section;
-            decltype(setUp)::Original(section);
+            setUp.Original(section);
         });
         m_logger.emplace();
         m_logger->Init(m_path.c_str(), L"E");
@@ -69,11 +69,11 @@ TEST_F(LoggerLock, IsTheFirstToBeEnteredAndTheLastToBeLeft) {
     std::vector<std::pair<char, CRITICAL_SECTION*>> calls;
     PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
         calls.emplace_back('+', section);
-        decltype(enter)::Original(section);
+        enter.Original(section);
     });
     PATCH_IMPORT(leave, LeaveCriticalSection, [&](LPCRITICAL_SECTION section) {
         calls.emplace_back('-', section);
-        decltype(leave)::Original(section);
+        leave.Original(section);
     });
     m_logger->Write(L"message");
     const auto written = calls;
@@ -94,7 +94,7 @@ TEST_F(LoggerLock, LetsOneOfManyThreadsInAtATimeAndNoLineIsLostOrTorn) {
         }
         SwitchToThread();
         --inside;
-        return decltype(clock)::Original(now);
+        return clock.Original(now);
     });
     std::vector<std::thread> threads;
     threads.reserve(kThreads);

@@ -77,16 +77,16 @@ TEST_F(LoggerTest, InitOpensTheLogThenLooksForTheMarkerFileThenQueuesTheStart) {
     Texts calls;
     PATCH_IMPORT(open, OpenMutexW, [&](auto... arguments) {
         calls.push_back("open");
-        return decltype(open)::Original(arguments...);
+        return open.Original(arguments...);
     });
     PATCH_IMPORT(exists, PathFileExistsW, [&](LPCWSTR path) {
         EXPECT_EQ(path, m_path + L".on");
         calls.push_back("marker file");
-        return decltype(exists)::Original(path);
+        return exists.Original(path);
     });
     PATCH_IMPORT(clock, _ftime64_s, [&](__timeb64* now) {
         calls.push_back("start");
-        return decltype(clock)::Original(now);
+        return clock.Original(now);
     });
     Init();
     EXPECT_EQ(calls, Texts({"open", "marker file", "start"}));
@@ -207,9 +207,8 @@ TEST_F(LoggerTest, WithoutAnAppenderDoesNothingButKeepTheLevel) {
 
 TEST_F(LoggerTest, WithoutMemoryForTheAppenderGoesOnWithoutOne) {
     {
-        using Malloc = CImportPatch<void*(size_t), 2000>;
-        const Malloc patch("malloc", [](size_t size) {
-            return size == sizeof(ZorLog::LogAppender) ? nullptr : Malloc::Original(size);
+        const CImportPatch<void*(size_t)> patch("malloc", [&](size_t size) {
+            return size == sizeof(ZorLog::LogAppender) ? nullptr : patch.Original(size);
         });
         Init();
     }

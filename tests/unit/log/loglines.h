@@ -1,8 +1,11 @@
 /** What tests of the log look at. */
 #pragma once
 
+#include <ctime>
 #include <string>
 #include <vector>
+
+#include "tests/support/importpatch.h"
 
 /** The texts of a log's lines, without the stamps; a line that is not whole reads "torn: ...". */
 std::vector<std::string> LogTexts(const std::wstring& path);
@@ -12,3 +15,6 @@ std::wstring LogMutexName(const std::wstring& path);
 
 /** Where the program keeps the address of _localtime64_s, which is not in its import table. */
 void** LocalTimeEntry();
+
+/** A patch of that entry. */
+using CLocalTimePatch = CImportPatch<errno_t(tm*, const __time64_t*)>;

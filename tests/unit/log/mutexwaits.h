@@ -18,27 +18,25 @@ class CMutexWaits {
   public:
     using Answer = std::function<DWORD(HANDLE mutex, DWORD timeoutMs)>;
 
-    explicit CMutexWaits(Answer answer = &Patch::Original) : m_answer(std::move(answer)) {}
+    explicit CMutexWaits(Answer answer = nullptr) : m_answer(std::move(answer)) {}
 
     const std::vector<HANDLE>& Mutexes() const { return m_mutexes; }
     const std::vector<DWORD>& TimeoutsMs() const { return m_timeoutsMs; }
 
   private:
-    using Patch = CImportPatch<decltype(WaitForSingleObject), 1000>;
-
     DWORD Wait(HANDLE mutex, DWORD timeoutMs) {
         if (GetCurrentThreadId() != m_thread) {
-            return Patch::Original(mutex, timeoutMs);
+            return m_patch.Original(mutex, timeoutMs);
         }
         m_mutexes.push_back(mutex);
         m_timeoutsMs.push_back(timeoutMs);
-        return m_answer(mutex, timeoutMs);
+        return m_answer ? m_answer(mutex, timeoutMs) : m_patch.Original(mutex, timeoutMs);
     }
 
     DWORD m_thread = GetCurrentThreadId();
     Answer m_answer;
     std::vector<HANDLE> m_mutexes;
     std::vector<DWORD> m_timeoutsMs;
-    Patch m_patch{"WaitForSingleObject",
-                  [this](HANDLE mutex, DWORD timeoutMs) { return Wait(mutex, timeoutMs); }};
+    PATCH_IMPORT(m_patch, WaitForSingleObject,
+                 [this](HANDLE mutex, DWORD timeoutMs) { return Wait(mutex, timeoutMs); });
 };

@@ -43,7 +43,7 @@ int LocksTaken(Act act) {
     int taken = 0;
     PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
         taken += reinterpret_cast<char*>(section) == lock + sizeof(void*) ? 1 : 0;
-        decltype(enter)::Original(section);
+        enter.Original(section);
     });
     act();
     return taken;
@@ -91,7 +91,7 @@ TEST_F(ProcessLogger, IsNotMadeAgainByAThreadThatHadToWaitForTheLock) {
         if (!std::exchange(waiting, true)) {
             fromFaster = ZorLog::GetLogger();
         }
-        decltype(enter)::Original(section);
+        enter.Original(section);
     });
     ZorLog::Logger* fromWaiting = ZorLog::GetLogger();
     EXPECT_NE(fromFaster, nullptr);
@@ -166,7 +166,7 @@ TEST_F(ProcessLogger, ShutdownTakesTheLockOnlyWhenThereIsALogger) {
     int deleted = 0;
     PATCH_IMPORT(tearDown, DeleteCriticalSection, [&](LPCRITICAL_SECTION section) {
         ++deleted;
-        decltype(tearDown)::Original(section);
+        tearDown.Original(section);
     });
     ZorLog::GetLogger();
     EXPECT_EQ(LocksTaken([] { ZorLog::ShutdownLogger(); }), 1);
@@ -195,9 +195,8 @@ TEST_F(ProcessLogger, ASiteThatRunsBeforeInitWritesNothing) {
 
 TEST_F(ProcessLogger, WithoutMemoryIsNullAndEverythingStaysSilent) {
     {
-        using Malloc = CImportPatch<void*(size_t), 2000>;
-        const Malloc patch("malloc", [](size_t size) {
-            return size == sizeof(ZorLog::LoggerImpl) ? nullptr : Malloc::Original(size);
+        const CImportPatch<void*(size_t)> patch("malloc", [&](size_t size) {
+            return size == sizeof(ZorLog::LoggerImpl) ? nullptr : patch.Original(size);
         });
         EXPECT_EQ(ZorLog::GetLogger(), nullptr);
         Init();

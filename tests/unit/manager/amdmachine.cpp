@@ -38,27 +38,18 @@ void PreparePlatform() {
 
 struct CAmdMachine::Patches {
     const CFakeCpuid processor{AnswerCpuid};
-    const CImportPatch<decltype(IsUserAnAdmin), -1> admin{
-        "IsUserAnAdmin", [] { return s_machine->isAdmin ? TRUE : FALSE; }};
-    const CImportPatch<decltype(VerifyVersionInfoW), -1> version{"VerifyVersionInfoW",
-                                                                 [](auto...) { return TRUE; }};
-    const CImportPatch<decltype(RegOpenKeyExW), -1> bios{
-        "RegOpenKeyExW", [](auto...) { return ERROR_FILE_NOT_FOUND; }};
-    const CImportPatch<decltype(OpenSCManagerW), -1> manager{"OpenSCManagerW",
-                                                             [](auto...) { return FakeService(); }};
-    const CImportPatch<decltype(OpenServiceW), -2> service{"OpenServiceW",
-                                                           [](auto...) { return FakeService(); }};
-    const CImportPatch<decltype(QueryServiceStatus), -1> query{
-        "QueryServiceStatus", [](SC_HANDLE, SERVICE_STATUS* status) {
-            status->dwCurrentState = SERVICE_RUNNING;
-            return TRUE;
-        }};
-    const CImportPatch<decltype(ControlService), -1> control{"ControlService",
-                                                             [](auto...) { return TRUE; }};
-    const CImportPatch<decltype(DeleteService), -3> removal{"DeleteService",
-                                                            [](SC_HANDLE) { return TRUE; }};
-    const CImportPatch<decltype(CloseServiceHandle), -4> close{"CloseServiceHandle",
-                                                               [](SC_HANDLE) { return TRUE; }};
+    PATCH_IMPORT(admin, IsUserAnAdmin, [] { return s_machine->isAdmin ? TRUE : FALSE; });
+    PATCH_IMPORT(version, VerifyVersionInfoW, [](auto...) { return TRUE; });
+    PATCH_IMPORT(bios, RegOpenKeyExW, [](auto...) { return ERROR_FILE_NOT_FOUND; });
+    PATCH_IMPORT(manager, OpenSCManagerW, [](auto...) { return FakeService(); });
+    PATCH_IMPORT(service, OpenServiceW, [](auto...) { return FakeService(); });
+    PATCH_IMPORT(query, QueryServiceStatus, [](SC_HANDLE, SERVICE_STATUS* status) {
+        status->dwCurrentState = SERVICE_RUNNING;
+        return TRUE;
+    });
+    PATCH_IMPORT(control, ControlService, [](auto...) { return TRUE; });
+    PATCH_IMPORT(removal, DeleteService, [](SC_HANDLE) { return TRUE; });
+    PATCH_IMPORT(close, CloseServiceHandle, [](SC_HANDLE) { return TRUE; });
 };
 
 CAmdMachine::CAmdMachine() {

@@ -23,12 +23,9 @@ DWORD AnswerExecutable(wchar_t* path, DWORD size) {
 }  // namespace
 
 struct CExecutableFolder::Patch {
-    using FileName = CImportPatch<decltype(GetModuleFileNameW), -1>;
-
-    const FileName fileName{"GetModuleFileNameW", [](HMODULE module, wchar_t* path, DWORD size) {
-                                return module ? FileName::Original(module, path, size)
-                                              : AnswerExecutable(path, size);
-                            }};
+    PATCH_IMPORT(fileName, GetModuleFileNameW, [this](HMODULE module, wchar_t* path, DWORD size) {
+        return module ? fileName.Original(module, path, size) : AnswerExecutable(path, size);
+    });
 };
 
 CExecutableFolder::CExecutableFolder() {

@@ -90,7 +90,7 @@ TEST_F(ZorvaneProcessInit, ReleasesAnAmdTaskThatFailsLogsItThenSwitchesItOff) {
     std::vector<std::string> messagesAtWrite;
     PATCH_IMPORT(patch, WritePrivateProfileStringW, [&](auto... arguments) {
         messagesAtWrite = m_log.Messages();
-        return decltype(patch)::Original(arguments...);
+        return patch.Original(arguments...);
     });
     EXPECT_EQ(m_manager.Init(), 1);
     EXPECT_THAT(

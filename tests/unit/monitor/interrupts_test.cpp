@@ -46,9 +46,9 @@ TEST_F(InterruptsTest, LetsAClosingConsoleWaitForTheEndOfTheRun) {
     m_handler(CTRL_CLOSE_EVENT);
     EXPECT_EQ(m_interrupts->Take(), 1u);
     ASSERT_NE(awaited, nullptr);
-    EXPECT_NE(decltype(wait)::Original(awaited, 0), WAIT_OBJECT_0);
+    EXPECT_NE(wait.Original(awaited, 0), WAIT_OBJECT_0);
     m_interrupts.reset();
-    EXPECT_EQ(decltype(wait)::Original(awaited, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(wait.Original(awaited, 0), WAIT_OBJECT_0);
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ TEST_F(NvmlRecordText, IsConvertedFromTheAnsiCodePageOfTheThread) {
         [&](UINT codePage, DWORD flags, const char* text, int length, wchar_t* wide, int size) {
             codePages.push_back(codePage);
             texts.push_back(text);
-            return decltype(patch)::Original(codePage, flags, text, length, wide, size);
+            return patch.Original(codePage, flags, text, length, wide, size);
         });
     m_library.gpus[0].name = "Quadro";
     Send();

@@ -10,9 +10,8 @@
 TEST(NvmlInfoTaskArchitecture, IsNotSupportedOnA32BitSystemWhateverFilesThereAre) {
     CFakeNvml library;
     // Without this function a system counts as 32-bit.
-    PATCH_IMPORT(patch, GetProcAddress, [](HMODULE module, const char* name) -> FARPROC {
-        return std::string(name) == "GetNativeSystemInfo" ? nullptr
-                                                          : decltype(patch)::Original(module, name);
+    PATCH_IMPORT(patch, GetProcAddress, [&](HMODULE module, const char* name) -> FARPROC {
+        return std::string(name) == "GetNativeSystemInfo" ? nullptr : patch.Original(module, name);
     });
     EXPECT_EQ(CNvmlInfoTask().IsSupported(), 0);
     EXPECT_THAT(library.windowsCalls, testing::IsEmpty());

@@ -129,13 +129,13 @@ TEST(CommandLineArgs, GivesTheWordsBackToWindowsOnce) {
     void* words = nullptr;
     int freed = 0;
     PATCH_IMPORT(split, CommandLineToArgvW, [&](auto... arguments) {
-        LPWSTR* result = decltype(split)::Original(arguments...);
+        LPWSTR* result = split.Original(arguments...);
         words = result;
         return result;
     });
     PATCH_IMPORT(release, LocalFree, [&](HLOCAL memory) {
         freed += memory && memory == words ? 1 : 0;
-        return decltype(release)::Original(memory);
+        return release.Original(memory);
     });
     CommandLineArgs args;
     args.SetCommandLine(L"a b c");

@@ -38,11 +38,8 @@ const auto kModule = reinterpret_cast<HINSTANCE>(ULONG_PTR{0x180000000});
 // The machine has no vendor libraries and the temperature task is switched off.
 class CBareMachine {
   private:
-    using Look = CImportPatch<decltype(PathFileExistsW), -20>;
-    using Read = CImportPatch<decltype(GetPrivateProfileIntW), -20>;
-
-    const Look m_look{"PathFileExistsW", [](auto...) -> BOOL { return FALSE; }};
-    const Read m_read{"GetPrivateProfileIntW", [](auto...) -> UINT { return 0; }};
+    PATCH_IMPORT(m_look, PathFileExistsW, [](auto...) -> BOOL { return FALSE; });
+    PATCH_IMPORT(m_read, GetPrivateProfileIntW, [](auto...) -> UINT { return 0; });
 };
 
 std::vector<std::string> MessagesFrom(const std::vector<std::string>& messages,
@@ -78,12 +75,12 @@ TEST(DllMain, OpensTheLogBesideTheModuleInOrder) {
     });
     PATCH_IMPORT(strip, PathRemoveFileSpecW, [&](wchar_t* path) {
         calls.emplace_back("strip");
-        return decltype(strip)::Original(path);
+        return strip.Original(path);
     });
     PATCH_IMPORT(append, PathAppendW, [&](wchar_t* path, const wchar_t* more) {
         EXPECT_STREQ(more, L"Log\\Qorvella_HardwareDll.log");
         calls.emplace_back("append");
-        return decltype(append)::Original(path, more);
+        return append.Original(path, more);
     });
     EXPECT_EQ(DllMain(kModule, DLL_PROCESS_ATTACH, nullptr), TRUE);
     EXPECT_THAT(calls, ElementsAre("disable", "name", "strip", "append"));

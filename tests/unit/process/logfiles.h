@@ -26,14 +26,12 @@ class CLogFiles {
     }
 
   private:
-    using Open = CImportPatch<decltype(_wsopen_s), -20>;
-
     std::vector<int> m_open;
-    const Open m_patch{"_wsopen_s", [this](int* file, auto... arguments) {
-                           const errno_t error = Open::Original(file, arguments...);
-                           if (*file != -1) {
-                               m_open.push_back(*file);
-                           }
-                           return error;
-                       }};
+    PATCH_IMPORT(m_patch, _wsopen_s, [this](int* file, auto... arguments) {
+        const errno_t error = m_patch.Original(file, arguments...);
+        if (*file != -1) {
+            m_open.push_back(*file);
+        }
+        return error;
+    });
 };

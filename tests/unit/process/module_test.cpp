@@ -44,7 +44,7 @@ TEST(Module, IsAskedForByItsHandle) {
     HMODULE asked = nullptr;
     PATCH_IMPORT(name, GetModuleFileNameW, [&](HMODULE module, wchar_t* buffer, DWORD size) {
         asked = module;
-        return decltype(name)::Original(module, buffer, size);
+        return name.Original(module, buffer, size);
     });
     ModulePath path;
     const HMODULE kernel = GetModuleHandleW(L"kernel32.dll");

@@ -67,49 +67,41 @@ class CHandleRecord {
   private:
     std::atomic<int> m_events{0};
 
-    using Event = CImportPatch<decltype(CreateEventW), -1>;
-    using Begin = CImportPatch<decltype(_beginthreadex), -1>;
-    using Set = CImportPatch<decltype(SetEvent), -1>;
-    using Wait = CImportPatch<decltype(WaitForSingleObject), -1>;
-    using Close = CImportPatch<decltype(CloseHandle), -2>;
-    using Destroy = CImportPatch<decltype(DestroyWindow), -1>;
-    using Quit = CImportPatch<decltype(PostQuitMessage), -1>;
-
-    const Event m_event{"CreateEventW", [this](auto... arguments) {
-                            const HANDLE made = Event::Original(arguments...);
-                            if (++m_events == 2) {  // the first is the window's
-                                quitEvent = made;
-                            }
-                            return made;
-                        }};
-    const Begin m_begin{"_beginthreadex", [this](auto... arguments) {
-                            const uintptr_t made = Begin::Original(arguments...);
-                            thread = reinterpret_cast<HANDLE>(made);
-                            return made;
-                        }};
-    const Set m_set{"SetEvent", [this](HANDLE handle) {
-                        Note("set", handle);
-                        return Set::Original(handle);
-                    }};
+    PATCH_IMPORT(m_event, CreateEventW, [this](auto... arguments) {
+        const HANDLE made = m_event.Original(arguments...);
+        if (++m_events == 2) {  // the first is the window's
+            quitEvent = made;
+        }
+        return made;
+    });
+    PATCH_IMPORT(m_begin, _beginthreadex, [this](auto... arguments) {
+        const uintptr_t made = m_begin.Original(arguments...);
+        thread = reinterpret_cast<HANDLE>(made);
+        return made;
+    });
+    PATCH_IMPORT(m_set, SetEvent, [this](HANDLE handle) {
+        Note("set", handle);
+        return m_set.Original(handle);
+    });
     // A closed handle's value may be used again, but only the host waits without a limit.
-    const Wait m_wait{"WaitForSingleObject", [this](HANDLE handle, DWORD timeout) {
-                          if (handle == thread && timeout == INFINITE) {
-                              Note("wait", handle, " without limit");
-                          }
-                          return Wait::Original(handle, timeout);
-                      }};
-    const Close m_close{"CloseHandle", [this](HANDLE handle) {
-                            Note("close", handle);
-                            return Close::Original(handle);
-                        }};
-    const Destroy m_destroy{"DestroyWindow", [this](HWND window) {
-                                calls.Add("destroy window");
-                                return Destroy::Original(window);
-                            }};
-    const Quit m_quit{"PostQuitMessage", [this](int code) {
-                          calls.Add("quit " + std::to_string(code));
-                          Quit::Original(code);
-                      }};
+    PATCH_IMPORT(m_wait, WaitForSingleObject, [this](HANDLE handle, DWORD timeout) {
+        if (handle == thread && timeout == INFINITE) {
+            Note("wait", handle, " without limit");
+        }
+        return m_wait.Original(handle, timeout);
+    });
+    PATCH_IMPORT(m_close, CloseHandle, [this](HANDLE handle) {
+        Note("close", handle);
+        return m_close.Original(handle);
+    });
+    PATCH_IMPORT(m_destroy, DestroyWindow, [this](HWND window) {
+        calls.Add("destroy window");
+        return m_destroy.Original(window);
+    });
+    PATCH_IMPORT(m_quit, PostQuitMessage, [this](int code) {
+        calls.Add("quit " + std::to_string(code));
+        m_quit.Original(code);
+    });
 };
 
 void CloseAtOnce(CTestedProcess& process) { PostMessageW(process.Window(), WM_CLOSE, 0, 0); }
@@ -154,7 +146,7 @@ TEST(MsgLoopProcessClose, LogsBeforeItSetsTheEvent) {
     PATCH_IMPORT(setting, SetEvent, [&](HANDLE event) {
         ++sets;
         EXPECT_THAT(log.Messages(), ElementsAre(kCloseLine));
-        return decltype(setting)::Original(event);
+        return setting.Original(event);
     });
     process.OnClose();
     EXPECT_EQ(sets, 1);
@@ -169,7 +161,7 @@ TEST(MsgLoopProcessClose, ClosesTheEventAgainWhenItIsClosedAlready) {
     int sets = 0;
     PATCH_IMPORT(closing, CloseHandle, [&](HANDLE handle) {
         closed.push_back(handle);
-        return decltype(closing)::Original(handle);
+        return closing.Original(handle);
     });
     PATCH_IMPORT(setting, SetEvent, [&](HANDLE) -> BOOL { return ++sets; });
     process.OnClose();
@@ -198,7 +190,7 @@ TEST(MsgLoopProcessClose, FollowsWhenTheWorkThreadCannotBeStarted) {
     PATCH_IMPORT(post, PostMessageW, [&](HWND window, UINT message, WPARAM w, LPARAM l) {
         calls.push_back("post " + std::to_string(message) + " after " +
                         std::to_string(log.Messages().size()) + " lines");
-        return decltype(post)::Original(window, message, w, l);
+        return post.Original(window, message, w, l);
     });
     PATCH_IMPORT(set, SetTimer, [&](auto...) -> UINT_PTR {
         calls.emplace_back("timer");
@@ -206,7 +198,7 @@ TEST(MsgLoopProcessClose, FollowsWhenTheWorkThreadCannotBeStarted) {
     });
     PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE handle, DWORD timeout) {
         EXPECT_NE(timeout, INFINITE) << "there is no thread to wait for";
-        return decltype(wait)::Original(handle, timeout);
+        return wait.Original(handle, timeout);
     });
     CTestedProcess process;
     process.Init(L"", [] { ADD_FAILURE() << "the work function was called"; });
@@ -250,13 +242,13 @@ TEST(MsgLoopProcessWork, ClosesItsThreadsHandleThenLogsThenPostsTheCloseMessage)
         EXPECT_EQ(l, 0);
         EXPECT_THAT(log.Messages(), Contains(kWorkEndLine));
         record.calls.Add("post");
-        return decltype(post)::Original(window, message, w, l);
+        return post.Original(window, message, w, l);
     });
     PATCH_IMPORT(close, CloseHandle, [&](HANDLE handle) {
         if (!record.NameOf(handle).empty() && record.calls.All().empty()) {
             EXPECT_THAT(log.Messages(), testing::Not(Contains(kWorkEndLine)));
         }
-        return decltype(close)::Original(handle);
+        return close.Original(handle);
     });
     CTestedProcess process;
     process.Init(L"", [] {});
@@ -296,7 +288,7 @@ TEST(MsgLoopProcessWork, HasLoggedBeforeACloseThatOvertakesItsEndGoesOn) {
     std::atomic<bool> hasReturned{false};
     const DWORD loopThread = GetCurrentThreadId();
     PATCH_IMPORT(begin, _beginthreadex, [&](auto... arguments) {
-        const uintptr_t made = decltype(begin)::Original(arguments...);
+        const uintptr_t made = begin.Original(arguments...);
         thread = reinterpret_cast<HANDLE>(made);
         return made;
     });
@@ -308,17 +300,18 @@ TEST(MsgLoopProcessWork, HasLoggedBeforeACloseThatOvertakesItsEndGoesOn) {
             EXPECT_TRUE(process.closing.Wait());
             isEnding = true;
         }
-        return decltype(close)::Original(handle);
+        return close.Original(handle);
     });
-    using Format = CImportPatch<int(const wchar_t*, char*), -1>;  // a va_list is a char*
-    const Format format("_vscwprintf", [&](const wchar_t* text, char* arguments) {
-        // Before its last line the work thread gives the loop thread every chance to end first.
-        const bool isWorkThread = GetCurrentThreadId() != loopThread;
-        for (int turn = 0; turn < 50000 && isWorkThread && isEnding && !hasReturned; ++turn) {
-            SwitchToThread();
-        }
-        return Format::Original(text, arguments);
-    });
+    // A va_list is a char*.
+    const CImportPatch<int(const wchar_t*, char*)> format(
+        "_vscwprintf", [&](const wchar_t* text, char* arguments) {
+            // Before its last line the work thread gives the loop thread every chance to end first.
+            const bool isWorkThread = GetCurrentThreadId() != loopThread;
+            for (int turn = 0; turn < 50000 && isWorkThread && isEnding && !hasReturned; ++turn) {
+                SwitchToThread();
+            }
+            return format.Original(text, arguments);
+        });
     process.Init(L"", [&] { EXPECT_TRUE(process.created.Wait()); });
     process.Run();
     hasReturned = true;
@@ -335,7 +328,7 @@ TEST(MsgLoopProcessWork, LeavesItsHandleToACloseThatIsAlreadyWaiting) {
         if (handle == record.thread) {
             awaited.Set();
         }
-        return decltype(wait)::Original(handle, timeout);
+        return wait.Original(handle, timeout);
     });
     process.Init(L"", [&] {
         CloseAtOnce(process);
@@ -351,7 +344,7 @@ TEST(MsgLoopProcess, ClosesNoHandleInItsDestructor) {
     std::vector<HANDLE> closed;
     PATCH_IMPORT(close, CloseHandle, [&](HANDLE handle) {
         closed.push_back(handle);
-        return decltype(close)::Original(handle);
+        return close.Original(handle);
     });
     {
         CMsgLoopProcess process;

@@ -89,7 +89,7 @@ TEST(MsgLoopProcessInit, LogsBeforeItParses) {
     size_t lines = 0;
     PATCH_IMPORT(split, CommandLineToArgvW, [&](auto... arguments) {
         lines = log.Messages().size();
-        return decltype(split)::Original(arguments...);
+        return split.Original(arguments...);
     });
     Init(process, L"--wnd=1");
     EXPECT_EQ(lines, 1u);
@@ -110,7 +110,7 @@ TEST(MsgLoopProcessInit, TakesNothingWithANullCommandLine) {
     int splits = 0;
     PATCH_IMPORT(split, CommandLineToArgvW, [&](auto... arguments) {
         ++splits;
-        return decltype(split)::Original(arguments...);
+        return split.Original(arguments...);
     });
     process.Init(nullptr, std::move(work));
     EXPECT_TRUE(work) << "it stays its caller's";  // NOLINT(bugprone-use-after-move)

@@ -18,7 +18,7 @@ TEST(MsgLoopProcessQuit, HasAManualResetEventOfItsOwn) {
                      EXPECT_TRUE(manual);
                      EXPECT_FALSE(set);
                      EXPECT_EQ(name, nullptr);
-                     events.push_back(decltype(creation)::Original(security, manual, set, name));
+                     events.push_back(creation.Original(security, manual, set, name));
                      return events.back();
                  });
     CMsgLoopProcess process;
@@ -54,7 +54,7 @@ TEST(MsgLoopProcessQuit, PostsToTheHiddenWindow) {
     {
         PATCH_IMPORT(post, PostMessageW, [&](HWND target, UINT message, WPARAM w, LPARAM l) {
             posted = message == WM_CLOSE && !posted ? target : posted;
-            return decltype(post)::Original(target, message, w, l);
+            return post.Original(target, message, w, l);
         });
         process->Quit();
         ASSERT_TRUE(process.WaitForEnd());
@@ -146,7 +146,7 @@ TEST(MsgLoopProcessQuit, WaitersOnOtherThreadsLetGoBeforeTheEventIsClosed) {
     std::atomic<bool> closedUnderWaiter{false};
     int events = 0;
     PATCH_IMPORT(creation, CreateEventW, [&](auto... arguments) {
-        const HANDLE made = decltype(creation)::Original(arguments...);
+        const HANDLE made = creation.Original(arguments...);
         if (++events == 2) {  // the first is the window's, later ones are the test's
             quitEvent = made;
         }
@@ -157,11 +157,11 @@ TEST(MsgLoopProcessQuit, WaitersOnOtherThreadsLetGoBeforeTheEventIsClosed) {
     std::atomic<DWORD> waiterId{0};
     PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE object, DWORD timeout) {
         if (object != event || waiterId != GetCurrentThreadId()) {
-            return decltype(wait)::Original(object, timeout);
+            return wait.Original(object, timeout);
         }
         inWait = true;
         waiting.Set();
-        const DWORD result = decltype(wait)::Original(object, timeout);
+        const DWORD result = wait.Original(object, timeout);
         // Gives a loop thread that does not care every chance to close the event meanwhile.
         for (int turn = 0; turn < 1000 && !closedUnderWaiter; ++turn) {
             SwitchToThread();
@@ -173,7 +173,7 @@ TEST(MsgLoopProcessQuit, WaitersOnOtherThreadsLetGoBeforeTheEventIsClosed) {
         if (object == event && inWait) {
             closedUnderWaiter = true;
         }
-        return decltype(close)::Original(object);
+        return close.Original(object);
     });
     bool quit = false;
     std::thread waiter([&] {

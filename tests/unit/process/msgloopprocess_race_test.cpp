@@ -93,13 +93,6 @@ class CHandleWatch {
     std::atomic<int> lateSets{0};
 
   private:
-    using Event = CImportPatch<decltype(CreateEventW), -10>;
-    using Begin = CImportPatch<decltype(_beginthreadex), -10>;
-    using Set = CImportPatch<decltype(SetEvent), -10>;
-    using Wait = CImportPatch<decltype(WaitForSingleObject), -10>;
-    using Close = CImportPatch<decltype(CloseHandle), -11>;        // of one signature with Set
-    using Format = CImportPatch<int(const wchar_t*, char*), -10>;  // a va_list is a char*
-
     // Gives a loop thread that does not care the chance to end before the work thread.
     void WaitForWrongEnd() const {
         if (threadCloses > 0) {
@@ -142,40 +135,43 @@ class CHandleWatch {
 
     const DWORD m_loopThread = GetCurrentThreadId();
 
-    const Event m_eventPatch{"CreateEventW", [this](auto... arguments) {
-                                 return MakeEvent(Event::Original(arguments...));
-                             }};
-    const Begin m_beginPatch{
-        "_beginthreadex", [this](void* security, unsigned stack, auto entry, void* parameter,
-                                 unsigned flags, unsigned* id) {
-            return Begun(Begin::Original(security, stack, entry, parameter, flags, id), parameter);
-        }};
-    const Set m_setPatch{"SetEvent", [this](HANDLE handle) {
-                             const bool isQuitEvent = handle && handle == m_quitEvent;
-                             if (isQuitEvent) {
-                                 m_quitEventClosed.WaitAWhile();
-                                 lateSets += m_quitEvent == nullptr ? 1 : 0;
-                             }
-                             return Set::Original(handle);
-                         }};
-    const Wait m_waitPatch{
-        "WaitForSingleObject", [this](HANDLE handle, DWORD timeout) {
-            if (timeout == INFINITE && handle && handle == m_thread && threadCloses > 0) {
-                ++lateThreadWaits;
+    PATCH_IMPORT(m_eventPatch, CreateEventW, [this](auto... arguments) {
+        return MakeEvent(m_eventPatch.Original(arguments...));
+    });
+    PATCH_IMPORT(m_beginPatch, _beginthreadex,
+                 [this](void* security, unsigned stack, auto entry, void* parameter, unsigned flags,
+                        unsigned* id) {
+                     return Begun(
+                         m_beginPatch.Original(security, stack, entry, parameter, flags, id),
+                         parameter);
+                 });
+    PATCH_IMPORT(m_setPatch, SetEvent, [this](HANDLE handle) {
+        const bool isQuitEvent = handle && handle == m_quitEvent;
+        if (isQuitEvent) {
+            m_quitEventClosed.WaitAWhile();
+            lateSets += m_quitEvent == nullptr ? 1 : 0;
+        }
+        return m_setPatch.Original(handle);
+    });
+    PATCH_IMPORT(m_waitPatch, WaitForSingleObject, [this](HANDLE handle, DWORD timeout) {
+        if (timeout == INFINITE && handle && handle == m_thread && threadCloses > 0) {
+            ++lateThreadWaits;
+        }
+        return m_waitPatch.Original(handle, timeout);
+    });
+    // Widens the moment between the work thread's closing of its handle and its last line; a
+    // va_list is a char*.
+    const CImportPatch<int(const wchar_t*, char*)> m_formatPatch{
+        "_vscwprintf", [this](const wchar_t* text, char* arguments) {
+            if (GetCurrentThreadId() != m_loopThread) {
+                WaitForWrongEnd();
             }
-            return Wait::Original(handle, timeout);
+            return m_formatPatch.Original(text, arguments);
         }};
-    // Widens the moment between the work thread's closing of its handle and its last line.
-    const Format m_formatPatch{"_vscwprintf", [this](const wchar_t* text, char* arguments) {
-                                   if (GetCurrentThreadId() != m_loopThread) {
-                                       WaitForWrongEnd();
-                                   }
-                                   return Format::Original(text, arguments);
-                               }};
-    const Close m_closePatch{"CloseHandle", [this](HANDLE handle) {
-                                 Closing(handle);
-                                 return Close::Original(handle);
-                             }};
+    PATCH_IMPORT(m_closePatch, CloseHandle, [this](HANDLE handle) {
+        Closing(handle);
+        return m_closePatch.Original(handle);
+    });
 };
 
 struct Plan {

@@ -102,8 +102,7 @@ TEST(MsgLoopProcessSend, IsNotLoggedWhenTheStubDoesNotAnswerInTime) {
     PATCH_IMPORT(send, SendMessageTimeoutW,
                  [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags, UINT,
                      DWORD_PTR* result) {
-                     return decltype(send)::Original(window, message, wParam, lParam, flags, 20,
-                                                     result);
+                     return send.Original(window, message, wParam, lParam, flags, 20, result);
                  });
     const COPYDATASTRUCT data{4711, 0, nullptr};
     EXPECT_FALSE(sender.SendCopyData(&data));

@@ -83,7 +83,7 @@ TEST(MsgLoopProcessHello, GoesOutOnceBetweenTheStartOfTheWorkAndTheTimer) {
                      EXPECT_EQ(flags, 0u);
                      EXPECT_EQ(id, nullptr);
                      calls.emplace_back("start");
-                     return decltype(begin)::Original(security, stack, entry, parameter, flags, id);
+                     return begin.Original(security, stack, entry, parameter, flags, id);
                  });
     PATCH_IMPORT(send, SendMessageTimeoutW,
                  [&](HWND target, UINT message, WPARAM w, LPARAM l, UINT flags, UINT timeout,
@@ -91,19 +91,19 @@ TEST(MsgLoopProcessHello, GoesOutOnceBetweenTheStartOfTheWorkAndTheTimer) {
                      const auto* data = reinterpret_cast<const COPYDATASTRUCT*>(l);
                      window = reinterpret_cast<HWND>(w);
                      calls.push_back("send " + std::to_string(data->dwData));
-                     return decltype(send)::Original(target, message, w, l, flags, timeout, result);
+                     return send.Original(target, message, w, l, flags, timeout, result);
                  });
     PATCH_IMPORT(kill, KillTimer, [&](HWND target, UINT_PTR timerId) {
         EXPECT_EQ(target, window);
         calls.push_back("kill " + std::to_string(timerId));
-        return decltype(kill)::Original(target, timerId);
+        return kill.Original(target, timerId);
     });
     PATCH_IMPORT(
         set, SetTimer, [&](HWND target, UINT_PTR timerId, UINT period, TIMERPROC procedure) {
             EXPECT_EQ(target, window);
             EXPECT_EQ(procedure, nullptr);
             calls.push_back("set " + std::to_string(timerId) + " " + std::to_string(period));
-            return decltype(set)::Original(target, timerId, period, procedure);
+            return set.Original(target, timerId, period, procedure);
         });
     const auto process = std::make_shared<CTestedProcess>();
     process->Init(CommandLine(stub, L"e").c_str(), [&] { process->WaitQuit(INFINITE); });
@@ -227,9 +227,9 @@ TEST(MsgLoopProcessStop, CountsWhoeverSendsIt) {
 TEST(MsgLoopProcessTimer, EndsTheProcessAtTheFirstTickWithoutAStub) {
     CTestLog log;
     PATCH_IMPORT(set, SetTimer,
-                 [](HWND window, UINT_PTR timerId, UINT period, TIMERPROC procedure) {
+                 [&](HWND window, UINT_PTR timerId, UINT period, TIMERPROC procedure) {
                      EXPECT_EQ(period, 5000u);
-                     return decltype(set)::Original(window, timerId, USER_TIMER_MINIMUM, procedure);
+                     return set.Original(window, timerId, USER_TIMER_MINIMUM, procedure);
                  });
     CRunningProcess process(L"--entry=e");
     ASSERT_TRUE(process.WaitForEnd());

@@ -31,7 +31,7 @@ TEST(MsgLoopThreadInAFreshProcess, EndsAtOnceWhenItsClassIsRefusedAndTriesAgainL
     int windows = 0;
     PATCH_IMPORT(creation, CreateWindowExW, [&](auto... arguments) {
         ++windows;
-        return decltype(creation)::Original(arguments...);
+        return creation.Original(arguments...);
     });
     {
         PATCH_IMPORT(registration, RegisterClassExW, [](auto...) -> ATOM { return 0; });
@@ -51,7 +51,7 @@ TEST(MsgLoopThreadInAFreshProcess, RegistersItsClassForTheFirstOfManyLoops) {
     int registrations = 0;
     PATCH_IMPORT(registration, RegisterClassExW, [&](const WNDCLASSEXW* description) {
         ++registrations;
-        return decltype(registration)::Original(description);
+        return registration.Original(description);
     });
     for (int run = 0; run < 3; ++run) {
         CLoopThatEnds loop;

@@ -71,15 +71,15 @@ TEST(MsgLoopThread, HasAManualResetEventForItsWindow) {
                      EXPECT_TRUE(manual);
                      EXPECT_FALSE(set);
                      EXPECT_EQ(name, nullptr);
-                     return event = decltype(creation)::Original(security, manual, set, name);
+                     return event = creation.Original(security, manual, set, name);
                  });
     PATCH_IMPORT(setting, SetEvent, [&](HANDLE object) {
         sets += object == event ? 1 : 0;
-        return decltype(setting)::Original(object);
+        return setting.Original(object);
     });
     PATCH_IMPORT(closing, CloseHandle, [&](HANDLE object) {
         closes += object == event ? 1 : 0;
-        return decltype(closing)::Original(object);
+        return closing.Original(object);
     });
     {
         CTestedLoop loop;
@@ -149,13 +149,13 @@ TEST(MsgLoopThread, DestroysItsWindowThenPostsTheEndThenLogs) {
         EXPECT_EQ(window, loop.Window());
         EXPECT_THAT(log.Messages(), IsEmpty());
         calls.emplace_back("destroy");
-        return decltype(destruction)::Original(window);
+        return destruction.Original(window);
     });
     PATCH_IMPORT(end, PostQuitMessage, [&](int code) {
         EXPECT_EQ(code, 0);
         EXPECT_THAT(log.Messages(), IsEmpty());
         calls.emplace_back("quit");
-        decltype(end)::Original(code);
+        end.Original(code);
     });
     loop.onCreate = [&] { PostMessageW(loop.Window(), WM_CLOSE, 0, 0); };
     loop.RunLoop();

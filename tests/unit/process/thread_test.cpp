@@ -106,7 +106,7 @@ TEST(Thread, StartsOnceWhileItRuns) {
                      EXPECT_EQ(stack, 0u);
                      EXPECT_EQ(flags, 0u);
                      EXPECT_NE(id, nullptr);
-                     return decltype(begin)::Original(security, stack, entry, parameter, flags, id);
+                     return begin.Original(security, stack, entry, parameter, flags, id);
                  });
     CTestedThread thread;
     CBodyThatWaits body(thread);
@@ -183,7 +183,7 @@ TEST(Thread, EntersASingleThreadedApartmentAndNeverLeavesItItself) {
         ++entered;
         EXPECT_EQ(reserved, nullptr);
         EXPECT_EQ(kind, DWORD{COINIT_APARTMENTTHREADED});
-        return decltype(initialise)::Original(reserved, kind);
+        return initialise.Original(reserved, kind);
     });
     PATCH_IMPORT(uninitialise, CoUninitialize, [&] { ++left; });
     CTestedThread thread;
@@ -192,7 +192,7 @@ TEST(Thread, EntersASingleThreadedApartmentAndNeverLeavesItItself) {
     thread.body = [&] {
         ASSERT_TRUE(go.Wait());
         // A second entering of the other kind is refused on a thread that is in an apartment.
-        inBody = decltype(initialise)::Original(nullptr, COINIT_MULTITHREADED);
+        inBody = initialise.Original(nullptr, COINIT_MULTITHREADED);
     };
     thread.Start();
     const HANDLE handle = thread.ThreadHandle();
@@ -264,7 +264,7 @@ TEST(Thread, IsWaitedForWithoutLimitAndItsHandleForgottenButNotClosed) {
                 EXPECT_EQ(thread.RequestStop(), 1) << "the flag is set first";
                 body.end.Set();
             }
-            return decltype(wait)::Original(object, timeout);
+            return wait.Original(object, timeout);
         });
         thread.Stop(true);
     }
@@ -291,11 +291,11 @@ TEST(Thread, IsNeitherAwaitedNorClosedByItsObjectsEnd) {
                      [&](auto...) { return reinterpret_cast<uintptr_t>(handle); });
         PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE object, DWORD timeout) {
             touched = touched || object == handle;
-            return decltype(wait)::Original(object, timeout);
+            return wait.Original(object, timeout);
         });
         PATCH_IMPORT(close, CloseHandle, [&](HANDLE object) {
             touched = touched || object == handle;
-            return decltype(close)::Original(object);
+            return close.Original(object);
         });
         CTestedThread thread;
         thread.Start();

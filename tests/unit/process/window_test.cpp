@@ -50,7 +50,7 @@ TEST(WindowClass, IsRegisteredOnceWithItsFields) {
     PATCH_IMPORT(registration, RegisterClassExW, [&](const WNDCLASSEXW* description) {
         registered.push_back(*description);
         name = description->lpszClassName;
-        return decltype(registration)::Original(description);
+        return registration.Original(description);
     });
     CWindowClass windowClass;
     const ATOM atom = windowClass.Register();
@@ -85,7 +85,7 @@ TEST(WindowClass, GoesWithItsObject) {
     std::optional<std::wstring> unregistered;
     PATCH_IMPORT(unregistration, UnregisterClassW, [&](const wchar_t* name, HINSTANCE instance) {
         unregistered = std::to_wstring(reinterpret_cast<ULONG_PTR>(name));
-        return decltype(unregistration)::Original(name, instance);
+        return unregistration.Original(name, instance);
     });
     ATOM atom = 0;
     {
@@ -116,9 +116,8 @@ TEST(Window, IsCreatedAsAHiddenPopUpOfNoSize) {
                      EXPECT_EQ(menu, nullptr);
                      EXPECT_EQ(instance, ModuleInstance());
                      EXPECT_EQ(extra, nullptr);
-                     return decltype(creation)::Original(extendedStyle, name, title, style, x, y,
-                                                         width, height, parent, menu, instance,
-                                                         extra);
+                     return creation.Original(extendedStyle, name, title, style, x, y, width,
+                                              height, parent, menu, instance, extra);
                  });
     CTestedWindow window;
     const HWND handle = window.CreateHidden(atom);
@@ -157,7 +156,7 @@ TEST(Window, AnswersWithTheMessageMapOrElseWithTheDefault) {
     std::vector<UINT> defaults;
     PATCH_IMPORT(fallback, DefWindowProcW, [&](HWND handle, UINT message, WPARAM w, LPARAM l) {
         defaults.push_back(message);
-        return message == WM_APP + 1 ? 77 : decltype(fallback)::Original(handle, message, w, l);
+        return message == WM_APP + 1 ? 77 : fallback.Original(handle, message, w, l);
     });
     window.onMessage = [](UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) -> BOOL {
         result = static_cast<LRESULT>(wParam) * 100 + lParam;

@@ -55,10 +55,10 @@ class CLoadedLibrary {
     }
 
     void Run(std::wstring commandLine) const {
-        const CImportPatch<decltype(PathFileExistsW), -30> look(
-            "PathFileExistsW", [](auto...) -> BOOL { return FALSE; }, m_module);
-        const CImportPatch<decltype(GetPrivateProfileIntW), -30> read(
-            "GetPrivateProfileIntW", [](auto...) -> UINT { return 0; }, m_module);
+        PATCH_IMPORT(
+            look, PathFileExistsW, [](auto...) -> BOOL { return FALSE; }, m_module);
+        PATCH_IMPORT(
+            read, GetPrivateProfileIntW, [](auto...) -> UINT { return 0; }, m_module);
         m_entry(commandLine.data());
     }
 

@@ -41,8 +41,8 @@ add_compile_options(
   "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=./")
 
 target_link_options(zorvane_options INTERFACE
-  -static -Wl,--gc-sections -Wl,--no-insert-timestamp -Wl,--fatal-warnings
-  -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+  -static $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZORVANE_QUICK_LINK>>>:-Wl,--gc-sections>
+  -Wl,--no-insert-timestamp -Wl,--fatal-warnings -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
 
 # zorvane_split_debug(target): moves the debugging symbols into "<file>.debug" beside the file.
 # Dates are preserved because a rebuild of one commit gives the same bytes.

@@ -13,31 +13,22 @@ std::mutex s_lock;
 uint32_t s_starts = 0;
 uint32_t s_readings = 0;
 
+using Lock = std::unique_lock<std::mutex>;
 using Answer = std::function<int32_t(NvmlMoment&)>;
 
-// The result that the scenario sets for this call, success when it sets none.
-int32_t SetResult(const NvmlCall& call, Scenario& scenario, Gpu* gpu, double seconds) {
-    ResultRule* rule = gpu ? gpu->results.Find(call.function) : nullptr;
-    if (!rule) {
-        rule = scenario.results.Find(call.function);
+Outcome OutcomeOf(const NvmlCall& call, Scenario& scenario, Gpu* gpu) {
+    const double seconds = SecondsSinceProcessStart();
+    std::optional<Outcome> outcome;
+    if (gpu && gpu->fault) {
+        outcome = gpu->fault->Read(seconds);
     }
-    if (!rule) {
-        return kNvmlSuccess;
+    if (!outcome && gpu) {
+        outcome = gpu->results.Read(call.function, call.clockType, seconds);
     }
-    CMovingValue& result = rule->size() > 1 ? (*rule)[call.clockType] : rule->front();
-    return RoundToSigned(result.Read(seconds));
-}
-
-int32_t ResultOf(const NvmlCall& call, Scenario& scenario, Gpu* gpu, const Answer& answer) {
-    NvmlMoment moment{scenario, SecondsSinceProcessStart()};
-    const int32_t result = SetResult(call, scenario, gpu, moment.seconds);
-    if (result == kNvmlSuccess) {
-        return answer(moment);
+    if (!outcome) {
+        outcome = scenario.results.Read(call.function, call.clockType, seconds);
     }
-    if (scenario.writeOnFailure) {
-        std::memset(call.out, kGarbageByte, call.outSize);
-    }
-    return result;
+    return outcome.value_or(Outcome());
 }
 
 void Log(const NvmlCall& call, const std::string& place, const std::string& result) {
@@ -50,6 +41,29 @@ int32_t Logged(const NvmlCall& call, const std::string& place, int32_t result) {
     return result;
 }
 
+void DisturbUnlocked(const NvmlCall& call, const std::string& place, const Outcome& outcome,
+                     Lock& lock) {
+    lock.unlock();
+    Disturb(outcome, [&](const char* what) { Log(call, place, what); });
+    lock.lock();
+}
+
+// The last steps of a call that may run; it is logged as being about `place`.
+int32_t RunAllowed(const NvmlCall& call, const std::string& place, Gpu* gpu, Lock& lock,
+                   const Answer& answer) {
+    Scenario& scenario = *CurrentScenario();
+    const Outcome outcome = OutcomeOf(call, scenario, gpu);
+    DisturbUnlocked(call, place, outcome, lock);
+    if (outcome.result == kNvmlSuccess) {
+        NvmlMoment moment{scenario, SecondsSinceProcessStart()};
+        return Logged(call, place, answer(moment));
+    }
+    if (scenario.garbage.writeOnFailure) {
+        std::memset(call.out, kGarbageByte, call.outSize);
+    }
+    return Logged(call, place, outcome.result);
+}
+
 // The index of the GPU behind a handle; the number of GPUs when there is none.
 uint32_t IndexOf(const Scenario& scenario, NvmlDevice device) {
     uint32_t index = 0;
@@ -59,56 +73,63 @@ uint32_t IndexOf(const Scenario& scenario, NvmlDevice device) {
     return index;
 }
 
-void CrashWhenDue(const NvmlCall& call, const std::string& place, const Scenario& scenario) {
+// Null when there are not that many.
+Gpu* GpuAt(Scenario& scenario, uint32_t index, NvmlEnumeration enumeration) {
+    for (Gpu& gpu : scenario.gpus) {
+        if (enumeration == NvmlEnumeration::kPermitted && !gpu.permission) {
+            continue;
+        }
+        if (index == 0) {
+            return &gpu;
+        }
+        --index;
+    }
+    return nullptr;
+}
+
+// Counts one reading.
+bool IsCrashDue(const Scenario& scenario) {
     if (!scenario.crashAfterReadings && kVariantCrashAfterReadings == 0) {
-        return;
+        return false;
     }
-    if (s_readings < scenario.crashAfterReadings.value_or(kVariantCrashAfterReadings)) {
-        ++s_readings;
-        return;
-    }
-    Log(call, place, "crash");
-    volatile int* volatile nowhere = nullptr;
-    // cppcheck-suppress nullPointer ; the crash is what is wanted
-    *nowhere = 0;
+    return s_readings++ >= scenario.crashAfterReadings.value_or(kVariantCrashAfterReadings);
 }
 
 }  // namespace
 
 int32_t StartNvml(const char* function) {
-    const std::lock_guard guard(s_lock);
+    Lock lock(s_lock);
     const NvmlCall call{function, "", nullptr, 0};
-    Scenario* scenario = CurrentScenario();
-    if (!scenario) {
+    if (!CurrentScenario()) {
         return Logged(call, "", kNvmlUnknown);
     }
-    return Logged(call, "", ResultOf(call, *scenario, nullptr, [](NvmlMoment&) {
-                      ++s_starts;
-                      return kNvmlSuccess;
-                  }));
+    return RunAllowed(call, "", nullptr, lock, [](NvmlMoment&) {
+        ++s_starts;
+        return kNvmlSuccess;
+    });
 }
 
-int32_t StopNvml() {
-    return RunSystemCall({"nvmlShutdown", "", &s_starts, 0}, [](NvmlMoment&) {
+int32_t StopNvml(const char* function) {
+    return RunSystemCall({function, "", &s_starts, 0}, [](NvmlMoment&) {
         --s_starts;
         return kNvmlSuccess;
     });
 }
 
 int32_t RunSystemCall(const NvmlCall& call, const Answer& answer) {
-    const std::lock_guard guard(s_lock);
+    Lock lock(s_lock);
     if (s_starts == 0) {
         return Logged(call, "", kNvmlUninitialized);
     }
     if (!call.out || !call.argumentsValid) {
         return Logged(call, "", kNvmlInvalidArgument);
     }
-    return Logged(call, "", ResultOf(call, *CurrentScenario(), nullptr, answer));
+    return RunAllowed(call, "", nullptr, lock, answer);
 }
 
 int32_t RunReading(const NvmlCall& call, NvmlDevice device,
                    const std::function<int32_t(Gpu&, NvmlMoment&)>& answer) {
-    const std::lock_guard guard(s_lock);
+    Lock lock(s_lock);
     if (s_starts == 0) {
         return Logged(call, "", kNvmlUninitialized);
     }
@@ -121,26 +142,33 @@ int32_t RunReading(const NvmlCall& call, NvmlDevice device,
     if (!call.out || !call.argumentsValid) {
         return Logged(call, place, kNvmlInvalidArgument);
     }
-    CrashWhenDue(call, place, scenario);
+    if (IsCrashDue(scenario)) {
+        DisturbUnlocked(call, place, {.crash = true}, lock);
+    }
     Gpu& gpu = scenario.gpus[index];
-    return Logged(call, place, ResultOf(call, scenario, &gpu, [&](NvmlMoment& moment) {
-                      return answer(gpu, moment);
-                  }));
+    return RunAllowed(call, place, &gpu, lock,
+                      [&](NvmlMoment& moment) { return answer(gpu, moment); });
 }
 
-int32_t RunIndexCall(const NvmlCall& call, uint32_t index,
+int32_t RunIndexCall(const NvmlCall& call, uint32_t index, NvmlEnumeration enumeration,
                      const std::function<int32_t(Gpu&, NvmlMoment&)>& answer) {
     const std::string place = "index=" + std::to_string(index);
-    const std::lock_guard guard(s_lock);
+    Lock lock(s_lock);
     if (s_starts == 0) {
         return Logged(call, place, kNvmlUninitialized);
     }
-    Scenario& scenario = *CurrentScenario();
-    if (!call.out || index >= scenario.gpus.size()) {
+    Gpu* gpu = GpuAt(*CurrentScenario(), index, enumeration);
+    if (!call.out || !gpu) {
         return Logged(call, place, kNvmlInvalidArgument);
     }
-    Gpu& gpu = scenario.gpus[index];
-    return Logged(call, place, ResultOf(call, scenario, &gpu, [&](NvmlMoment& moment) {
-                      return answer(gpu, moment);
-                  }));
+    return RunAllowed(call, place, gpu, lock,
+                      [&](NvmlMoment& moment) { return answer(*gpu, moment); });
+}
+
+void RunTextCall(const NvmlCall& call, const char* text) {
+    Lock lock(s_lock);
+    if (Scenario* scenario = CurrentScenario()) {
+        DisturbUnlocked(call, "", OutcomeOf(call, *scenario, nullptr), lock);
+    }
+    Log(call, "", text);
 }

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "sim/nvml/nvmlexports.h"
+#include "sim/scenario/nvmlinterface.h"
 #include "sim/scenario/scenario.h"
 
 /** What fills the buffers of a failing call that writes nevertheless. */
@@ -27,11 +27,14 @@ struct NvmlCall {
     uint32_t clockType = 0;
 };
 
+/** Which GPUs an index counts. */
+enum class NvmlEnumeration { kAll, kPermitted };
+
 /** Starts NVML once more: the scenario is loaded now. 999 when it cannot be used. */
 int32_t StartNvml(const char* function);
 
 /** Undoes one StartNvml. */
-int32_t StopNvml();
+int32_t StopNvml(const char* function);
 
 /** The seconds that the machine's time functions are evaluated at, and the whole machine. */
 struct NvmlMoment {
@@ -41,25 +44,32 @@ struct NvmlMoment {
 
 /**
  * Runs a call about the system. In this order: NVML must be started, the arguments valid, the
- * scenario may set another result than success (and then garbage is written if it says so); only
- * then `answer` runs and its result counts. The call is logged with its result. Thread-safe.
+ * scenario may let the call hang, crash or return another code than success (and then garbage is
+ * written if it says so); only then `answer` runs and its result counts. The call is logged with
+ * its result. Thread-safe; a call that hangs keeps no other waiting.
  */
 int32_t RunSystemCall(const NvmlCall& call, const std::function<int32_t(NvmlMoment&)>& answer);
 
 /**
- * As RunSystemCall, for one reading of a GPU: the handle must be valid, and a result set for this
- * GPU comes before one set for all. Once the number of readings that the scenario or this variant
- * allows is used up, the next one crashes with an access violation.
+ * As RunSystemCall, for one reading of a GPU: the handle must be valid; the GPU's fault comes
+ * first, then a result set for this GPU, then one set for all. Once the number of readings that the
+ * scenario or this variant allows is used up, the next one crashes with an access violation.
  */
 int32_t RunReading(const NvmlCall& call, NvmlDevice device,
                    const std::function<int32_t(Gpu&, NvmlMoment&)>& answer);
 
 /**
- * As RunReading, by index and without the crash: an index at or above the number of GPUs is an
- * invalid argument.
+ * As RunReading, by index among the GPUs of the enumeration, and not counted as a reading: an index
+ * behind the last one is an invalid argument.
  */
-int32_t RunIndexCall(const NvmlCall& call, uint32_t index,
+int32_t RunIndexCall(const NvmlCall& call, uint32_t index, NvmlEnumeration enumeration,
                      const std::function<int32_t(Gpu&, NvmlMoment&)>& answer);
+
+/**
+ * Logs a call that needs no started NVML and answers with a text; the scenario may let it hang or
+ * crash.
+ */
+void RunTextCall(const NvmlCall& call, const char* text);
 
 /** The number of readings before the crash that this variant was built with; 0: no crash. */
 extern const uint32_t kVariantCrashAfterReadings;

@@ -32,7 +32,7 @@ int32_t ReadClock(const char* function, Clocks Gpu::*clocks, NvmlDevice device, 
 
 int32_t nvmlDeviceGetUtilizationRates(NvmlDevice device, NvmlUtilization* utilization) {
     return RunReading(
-        {"nvmlDeviceGetUtilizationRates", "", utilization, sizeof(*utilization)}, device,
+        {__func__, "", utilization, sizeof(*utilization)}, device,
         [utilization](Gpu& gpu, NvmlMoment& moment) -> int32_t {
             if (!gpu.gpuUtilization || !gpu.memoryUtilization) {
                 return kNvmlNotSupported;
@@ -44,7 +44,7 @@ int32_t nvmlDeviceGetUtilizationRates(NvmlDevice device, NvmlUtilization* utiliz
 }
 
 int32_t nvmlDeviceGetMemoryInfo(NvmlDevice device, NvmlMemory* memory) {
-    return RunReading({"nvmlDeviceGetMemoryInfo", "", memory, sizeof(*memory)}, device,
+    return RunReading({__func__, "", memory, sizeof(*memory)}, device,
                       [memory](Gpu& gpu, NvmlMoment&) -> int32_t {
                           if (!gpu.memoryMiB) {
                               return kNvmlNotSupported;
@@ -57,7 +57,7 @@ int32_t nvmlDeviceGetMemoryInfo(NvmlDevice device, NvmlMemory* memory) {
 }
 
 int32_t nvmlDeviceGetTemperature(NvmlDevice device, uint32_t sensor, uint32_t* temperature) {
-    return RunReading({"nvmlDeviceGetTemperature", "sensor=" + std::to_string(sensor), temperature,
+    return RunReading({__func__, "sensor=" + std::to_string(sensor), temperature,
                        sizeof(*temperature), sensor == kTemperatureGpu},
                       device, [temperature](Gpu& gpu, NvmlMoment& moment) {
                           return AnswerNumber(gpu.temperature, moment, temperature);
@@ -65,28 +65,27 @@ int32_t nvmlDeviceGetTemperature(NvmlDevice device, uint32_t sensor, uint32_t* t
 }
 
 int32_t nvmlDeviceGetFanSpeed(NvmlDevice device, uint32_t* speed) {
-    return RunReading({"nvmlDeviceGetFanSpeed", "", speed, sizeof(*speed)}, device,
+    return RunReading({__func__, "", speed, sizeof(*speed)}, device,
                       [speed](Gpu& gpu, NvmlMoment& moment) {
                           return AnswerNumber(gpu.fanSpeed, moment, speed);
                       });
 }
 
 int32_t nvmlDeviceGetClockInfo(NvmlDevice device, uint32_t type, uint32_t* clock) {
-    return ReadClock("nvmlDeviceGetClockInfo", &Gpu::clocks, device, type, clock);
+    return ReadClock(__func__, &Gpu::clocks, device, type, clock);
 }
 
 int32_t nvmlDeviceGetMaxClockInfo(NvmlDevice device, uint32_t type, uint32_t* clock) {
-    return ReadClock("nvmlDeviceGetMaxClockInfo", &Gpu::maxClocks, device, type, clock);
+    return ReadClock(__func__, &Gpu::maxClocks, device, type, clock);
 }
 
 int32_t nvmlDeviceGetClock(NvmlDevice device, uint32_t type, uint32_t id, uint32_t* clock) {
-    return RunReading(
-        {"nvmlDeviceGetClock", "type=" + std::to_string(type) + ", id=" + std::to_string(id), clock,
-         sizeof(*clock), type < kClockTypes && id < kClockIds, type},
-        device, [=](Gpu& gpu, NvmlMoment& moment) -> int32_t {
-            if (id != kClockIdCurrent) {
-                return kNvmlNotSupported;
-            }
-            return AnswerNumber(gpu.clocks[type], moment, clock);
-        });
+    return RunReading({__func__, "type=" + std::to_string(type) + ", id=" + std::to_string(id),
+                       clock, sizeof(*clock), type < kClockTypes && id < kClockIds, type},
+                      device, [=](Gpu& gpu, NvmlMoment& moment) -> int32_t {
+                          if (id != kClockIdCurrent) {
+                              return kNvmlNotSupported;
+                          }
+                          return AnswerNumber(gpu.clocks[type], moment, clock);
+                      });
 }

@@ -22,7 +22,7 @@ int32_t AnswerText(const std::optional<std::string>& text, const NvmlMoment& mom
     if (!text) {
         return kNvmlNotSupported;
     }
-    if (!moment.scenario.unterminatedTexts && text->size() >= length) {
+    if (!moment.scenario.garbage.unterminatedTexts && text->size() >= length) {
         return kNvmlInsufficientSize;
     }
     FillField({buffer, length}, *text, moment);
@@ -30,7 +30,7 @@ int32_t AnswerText(const std::optional<std::string>& text, const NvmlMoment& mom
 }
 
 void FillField(std::span<char> field, const std::string& text, const NvmlMoment& moment) {
-    if (moment.scenario.unterminatedTexts) {
+    if (moment.scenario.garbage.unterminatedTexts) {
         FillRepeating(field, text);
         return;
     }

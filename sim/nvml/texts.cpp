@@ -14,20 +14,19 @@ int32_t ReadText(const char* function, std::optional<std::string> Gpu::*text, Nv
 }  // namespace
 
 int32_t nvmlDeviceGetName(NvmlDevice device, char* name, uint32_t length) {
-    return RunReading(
-        TextCall("nvmlDeviceGetName", name, length), device,
-        [=](Gpu& gpu, NvmlMoment& moment) { return AnswerText(gpu.name, moment, name, length); });
+    return RunReading(TextCall(__func__, name, length), device, [=](Gpu& gpu, NvmlMoment& moment) {
+        return AnswerText(gpu.name, moment, name, length);
+    });
 }
 
 int32_t nvmlDeviceGetSerial(NvmlDevice device, char* serial, uint32_t length) {
-    return ReadText("nvmlDeviceGetSerial", &Gpu::serial, device, serial, length);
+    return ReadText(__func__, &Gpu::serial, device, serial, length);
 }
 
 int32_t nvmlDeviceGetVbiosVersion(NvmlDevice device, char* version, uint32_t length) {
-    return ReadText("nvmlDeviceGetVbiosVersion", &Gpu::vbios, device, version, length);
+    return ReadText(__func__, &Gpu::vbios, device, version, length);
 }
 
 int32_t nvmlDeviceGetBoardPartNumber(NvmlDevice device, char* partNumber, uint32_t length) {
-    return ReadText("nvmlDeviceGetBoardPartNumber", &Gpu::boardPartNumber, device, partNumber,
-                    length);
+    return ReadText(__func__, &Gpu::boardPartNumber, device, partNumber, length);
 }

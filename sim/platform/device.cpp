@@ -5,6 +5,7 @@
 
 #include "sim/scenario/calllog.h"
 #include "sim/scenario/environment.h"
+#include "sim/scenario/platformfunctions.h"
 #include "sim/scenario/scenariofile.h"
 
 namespace {
@@ -47,6 +48,7 @@ const char* NameOf(const VendorObject* device) {
 template <class Write>
 uint64_t Read(const char* function, VendorObject* self, DeviceReading* reading, void* out,
               size_t size, Write write) {
+    DisturbPlatformCall(function, NameOf(self));
     const std::lock_guard guard(s_lock);
     int32_t status = s_started ? kUnsupportedFunction : kFailure;
     if (s_started && reading) {
@@ -54,17 +56,17 @@ uint64_t Read(const char* function, VendorObject* self, DeviceReading* reading, 
         status = RoundToSigned(reading->status.Read(seconds));
         if (status == kSuccess) {
             write(reading->value.Read(seconds));
-        } else if (CurrentScenario()->writeOnFailure) {
+        } else if (CurrentScenario()->garbage.writeOnFailure) {
             std::memset(out, kGarbageByte, size);
         }
     }
-    LogCall(std::string("IDevice::") + function + "(" + NameOf(self) +
-            ") = " + std::to_string(status));
+    LogCall(std::string(function) + "(" + NameOf(self) + ") = " + std::to_string(status));
     return NumberInRegister(status);
 }
 
 uint64_t GetName(VendorObject* self, uint64_t, uint64_t) {
-    LogCall(std::string("IDevice::GetName(") + NameOf(self) + ")");
+    DisturbPlatformCall(kDeviceGetName, NameOf(self));
+    LogCall(std::string(kDeviceGetName) + "(" + NameOf(self) + ")");
     return reinterpret_cast<uint64_t>(self == &s_cpuDevice ? CurrentCpu().name.c_str()
                                                            : L"Temperature offset");
 }
@@ -77,21 +79,21 @@ DeviceReading* OffsetReading() {
 uint64_t GetTemperatureOffset(VendorObject* self, uint64_t offset, uint64_t) {
     auto* out = reinterpret_cast<int32_t*>(offset);
     DeviceReading* reading = self == &s_offsetDevice ? OffsetReading() : nullptr;
-    return Read("GetTemperatureOffset", self, reading, out, sizeof(*out),
+    return Read(kDeviceGetTemperatureOffset, self, reading, out, sizeof(*out),
                 [out](double value) { *out = RoundToSigned(value); });
 }
 
 uint64_t GetCurrentTemperature(VendorObject* self, uint64_t temperature, uint64_t) {
     auto* out = reinterpret_cast<double*>(temperature);
     DeviceReading* reading = self == &s_cpuDevice ? &CurrentCpu().currentTemperature : nullptr;
-    return Read("GetCurrentTemperature", self, reading, out, sizeof(*out),
+    return Read(kDeviceGetCurrentTemperature, self, reading, out, sizeof(*out),
                 [out](double value) { *out = value; });
 }
 
 uint64_t GetPMTableData(VendorObject* self, uint64_t table, uint64_t) {
     auto* out = reinterpret_cast<unsigned char*>(table);
     DeviceReading* reading = self == &s_cpuDevice ? &CurrentCpu().pmTable : nullptr;
-    return Read("GetPMTableData", self, reading, out, kPmTableSize, [out](double value) {
+    return Read(kDeviceGetPMTableData, self, reading, out, kPmTableSize, [out](double value) {
         std::memset(out, kGarbageByte, kPmTableSize);
         std::memcpy(out + kPmTableTemperature, &value, sizeof(value));
     });
@@ -107,6 +109,18 @@ void StartDevices() {
 void StopDevices() {
     const std::lock_guard guard(s_lock);
     s_started = false;
+}
+
+void DisturbPlatformCall(const char* function, const std::string& arguments) {
+    std::optional<Outcome> outcome;
+    {
+        const std::lock_guard guard(s_lock);
+        outcome = CurrentCpu().results.Read(function, 0, SecondsSinceProcessStart());
+    }
+    // Unlocked: a call that hangs keeps no other waiting.
+    Disturb(outcome.value_or(Outcome()), [&](const char* what) {
+        LogCall(std::string(function) + "(" + arguments + ") = " + what);
+    });
 }
 
 Cpu& CurrentCpu() {

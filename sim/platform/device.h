@@ -1,11 +1,19 @@
 /** The devices of the simulated Platform.dll. */
 #pragma once
 
+#include <string>
+
 #include "sim/platform/vendorobject.h"
 #include "sim/scenario/scenario.h"
 
 /** The scenario's processor; one without devices, on which Init fails, when it has none. */
 Cpu& CurrentCpu();
+
+/**
+ * Lets a call hang or crash when the scenario says so. `function` is one of platformfunctions.h,
+ * `arguments` as the call log shows them.
+ */
+void DisturbPlatformCall(const char* function, const std::string& arguments);
 
 /** The library answers only between these two; before and after, calls fail with status -1. */
 void StartDevices();

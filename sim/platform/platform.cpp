@@ -7,6 +7,7 @@
 #include "sim/platform/device.h"
 #include "sim/scenario/calllog.h"
 #include "sim/scenario/environment.h"
+#include "sim/scenario/platformfunctions.h"
 
 namespace {
 
@@ -32,6 +33,11 @@ constinit VendorObject s_manager{kManagerSlots.data()};
 
 std::string PointerText(uint64_t pointer) { return pointer == 0 ? "null" : "set"; }
 
+void Log(const char* function, const std::string& arguments, const char* result = nullptr) {
+    LogCall(std::string(function) + "(" + arguments + ")" +
+            (result ? std::string(" = ") + result : ""));
+}
+
 // The driver stays open while the library runs, as it would with the real one.
 bool OpenDriver() {
     if (s_driver == INVALID_HANDLE_VALUE) {
@@ -48,36 +54,41 @@ bool Start() {
 }
 
 uint64_t Init(VendorObject*, uint64_t first, uint64_t second) {
+    const std::string arguments = "first=" + PointerText(first) + ", second=" + PointerText(second);
+    DisturbPlatformCall(kPlatformInit, arguments);
     const bool started = Start();
     if (started) {
         StartDevices();
     }
-    LogCall("IPlatform::Init(first=" + PointerText(first) + ", second=" + PointerText(second) +
-            ") = " + (started ? "true" : "false"));
+    Log(kPlatformInit, arguments, started ? "true" : "false");
     return BoolInRegister(started);
 }
 
 uint64_t UnInit(VendorObject*, uint64_t, uint64_t) {
+    DisturbPlatformCall(kPlatformUnInit, "");
     StopDevices();
     if (s_driver != INVALID_HANDLE_VALUE) {
         CloseHandle(s_driver);
         s_driver = INVALID_HANDLE_VALUE;
     }
-    LogCall("IPlatform::UnInit()");
+    Log(kPlatformUnInit, "");
     return 0;
 }
 
 uint64_t GetDeviceManager(VendorObject*, uint64_t, uint64_t) {
-    LogCall("IPlatform::GetDeviceManager()");
+    DisturbPlatformCall(kPlatformGetDeviceManager, "");
+    Log(kPlatformGetDeviceManager, "");
     return reinterpret_cast<uint64_t>(&s_manager);
 }
 
 uint64_t GetDevice(VendorObject*, uint64_t type, uint64_t index) {
     const auto deviceType = static_cast<int32_t>(type);
     const auto deviceIndex = static_cast<int32_t>(index);
+    const std::string arguments =
+        "type=" + std::to_string(deviceType) + ", index=" + std::to_string(deviceIndex);
+    DisturbPlatformCall(kManagerGetDevice, arguments);
     VendorObject* device = FindDevice(deviceType, deviceIndex);
-    LogCall("IDeviceManager::GetDevice(type=" + std::to_string(deviceType) +
-            ", index=" + std::to_string(deviceIndex) + ") = " + (device ? "device" : "null"));
+    Log(kManagerGetDevice, arguments, device ? "device" : "null");
     return reinterpret_cast<uint64_t>(device);
 }
 
@@ -93,6 +104,7 @@ void ReportUnusedSlot(size_t number) {
 
 // The library's one export; its decorated name is in platform.def.
 extern "C" VendorObject* GetPlatformObject() {
-    LogCall("GetPlatform()");
+    DisturbPlatformCall(kGetPlatform, "");
+    Log(kGetPlatform, "");
     return &s_platform;
 }

@@ -92,15 +92,12 @@ std::vector<CJsonPlace> CJsonPlace::Items(size_t count) const {
     return Items();
 }
 
-std::vector<double> CJsonPlace::Numbers() const {
-    std::vector<double> numbers;
-    for (const CJsonPlace& item : Items()) {
-        numbers.push_back(item.Number());
+std::vector<CJsonPlace> CJsonPlace::NonEmptyItems() const {
+    std::vector<CJsonPlace> items = Items();
+    if (items.empty()) {
+        Fail("a list of at least one value");
     }
-    if (numbers.empty()) {
-        Fail("a list of at least one number");
-    }
-    return numbers;
+    return items;
 }
 
 void CJsonPlace::ReadMembers(Members members) const {

@@ -33,6 +33,8 @@ class CJsonPlace {
     bool IsNull() const { return m_value->is_null(); }
     bool IsNumber() const { return m_value->is_number(); }
     bool IsArray() const { return m_value->is_array(); }
+    /** True for exactly this text. */
+    bool IsText(std::string_view text) const { return *m_value == text; }
     /** True for an object that has the member `key`. */
     bool Has(std::string_view key) const;
 
@@ -48,8 +50,8 @@ class CJsonPlace {
     std::vector<CJsonPlace> Items() const;
     /** Throws unless there are exactly `count` items. */
     std::vector<CJsonPlace> Items(size_t count) const;
-    /** At least one number. */
-    std::vector<double> Numbers() const;
+    /** Throws when there is none. */
+    std::vector<CJsonPlace> NonEmptyItems() const;
 
     /** Gives each member of an object to the reader of that name; another name is an error. */
     void ReadMembers(Members members) const;

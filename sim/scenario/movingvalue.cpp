@@ -1,7 +1,5 @@
 #include "sim/scenario/movingvalue.h"
 
-#include <algorithm>
-#include <cmath>
 #include <limits>
 #include <numbers>
 
@@ -15,8 +13,6 @@ double Triangle(double fraction) {
     return fraction < 0.75 ? 2 - 4 * fraction : 4 * fraction - 4;
 }
 
-double ValueOf(double constant, double /*seconds*/) { return constant; }
-
 double ValueOf(const Wave& wave, double seconds) {
     const double periods = seconds / wave.periodSeconds;
     const double fraction = periods - std::floor(periods);
@@ -24,18 +20,6 @@ double ValueOf(const Wave& wave, double seconds) {
                              ? Triangle(fraction)
                              : std::sin(2 * std::numbers::pi * fraction);
     return wave.base + wave.amplitude * shape;
-}
-
-double ValueOf(const Steps& steps, double seconds) {
-    const double index = std::fmod(std::floor(seconds / steps.stepSeconds),
-                                   static_cast<double>(steps.values.size()));
-    return steps.values[static_cast<size_t>(index)];
-}
-
-double ValueOf(PerRead& perRead, double /*seconds*/) {
-    const size_t index = std::min(perRead.reads, perRead.values.size() - 1);
-    ++perRead.reads;
-    return perRead.values[index];
 }
 
 template <class Integer>
@@ -48,7 +32,10 @@ Integer RoundTo(double value) {
 }  // namespace
 
 double CMovingValue::Read(double seconds) {
-    return std::visit([seconds](auto& form) { return ValueOf(form, seconds); }, m_form);
+    if (auto* sequence = std::get_if<CSequence<double>>(&m_form)) {
+        return sequence->Read(seconds);
+    }
+    return ValueOf(std::get<Wave>(m_form), seconds);
 }
 
 uint32_t RoundToUnsigned(double value) { return RoundTo<uint32_t>(value); }

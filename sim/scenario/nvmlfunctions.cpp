@@ -1,18 +1,30 @@
 #include "sim/scenario/nvmlfunctions.h"
 
-std::string_view WithoutVersion(std::string_view entryPoint) {
-    return entryPoint.substr(0, entryPoint.rfind("_v"));
+#include "sim/scenario/nvmlinterface.h"
+
+namespace {
+
+ResultFunction FunctionOf(const NvmlEntryPoint& entry) {
+    return {entry.name, entry.subject != NvmlSubject::kErrorText,
+            entry.subject == NvmlSubject::kGpuClock ? kClockTypes : 1};
 }
 
-const NvmlFunction* FindNvmlFunction(std::string_view entryPoint) {
-    const std::string_view name = WithoutVersion(entryPoint);
-    const std::string_view suffix = entryPoint.substr(name.size());
-    for (const NvmlFunction& function : kNvmlFunctions) {
-        if (function.name == name &&
-            (suffix.empty() || (suffix == "_v2" && function.versions >= 2) ||
-             (suffix == "_v3" && function.versions >= 3))) {
-            return &function;
+}  // namespace
+
+std::vector<ResultFunction> NvmlFunctions() {
+    std::vector<ResultFunction> functions;
+    for (const NvmlEntryPoint& entry : kNvmlEntryPoints) {
+        functions.push_back(FunctionOf(entry));
+    }
+    return functions;
+}
+
+std::vector<ResultFunction> NvmlGpuFunctions() {
+    std::vector<ResultFunction> functions;
+    for (const NvmlEntryPoint& entry : kNvmlEntryPoints) {
+        if (entry.subject == NvmlSubject::kGpu || entry.subject == NvmlSubject::kGpuClock) {
+            functions.push_back(FunctionOf(entry));
         }
     }
-    return nullptr;
+    return functions;
 }

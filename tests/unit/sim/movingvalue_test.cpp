@@ -32,7 +32,7 @@ TEST(MovingValue, SineIsBasePlusAmplitudeTimesTheSineOfTheShareOfThePeriod) {
 }
 
 TEST(MovingValue, StepsHoldEachValueForTheStepTimeAndStartAgain) {
-    CMovingValue value(Steps{{7, 8, 9}, 2});
+    CMovingValue value(CSequence<double>::Steps({7, 8, 9}, 2));
     EXPECT_EQ(value.Read(0), 7);
     EXPECT_EQ(value.Read(1.999), 7);
     EXPECT_EQ(value.Read(2), 8);
@@ -42,7 +42,7 @@ TEST(MovingValue, StepsHoldEachValueForTheStepTimeAndStartAgain) {
 }
 
 TEST(MovingValue, PerReadGivesOneValueAReadWhateverTheTimeAndThenTheLastOne) {
-    CMovingValue value(PerRead{{1, 2, 3}});
+    CMovingValue value(CSequence<double>::PerRead({1, 2, 3}));
     EXPECT_EQ(value.Read(100), 1);
     EXPECT_EQ(value.Read(0), 2);
     EXPECT_EQ(value.Read(50), 3);

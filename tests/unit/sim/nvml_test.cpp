@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstring>
+#include <set>
 
 namespace {
 
@@ -259,13 +260,63 @@ TEST_F(CNvmlTest, FailingCallsWriteGarbageWhenToldTo) {
     EXPECT_EQ(pci.pciSubSystemId, 0x3F3F3F3Fu);
 }
 
-TEST_F(CNvmlTest, EveryCodeHasAText) {
+TEST_F(CNvmlTest, EveryPublishedCodeHasATextOfItsOwn) {
     SetScenario("{}");
     const CNvml nvml;
+    std::set<std::string> texts = {"Unknown Error"};
+    for (int32_t code = 0; code <= 30; ++code) {
+        EXPECT_TRUE(texts.insert(nvml.nvmlErrorString(code)).second) << code;
+    }
     EXPECT_STREQ(nvml.nvmlErrorString(0), "Success");
     EXPECT_STREQ(nvml.nvmlErrorString(15), "GPU is lost");
+    EXPECT_STREQ(nvml.nvmlErrorString(16), "GPU requires reset");
     EXPECT_STREQ(nvml.nvmlErrorString(999), "Unknown Error");
+    EXPECT_STREQ(nvml.nvmlErrorString(31), "Unknown Error");
     EXPECT_STREQ(nvml.nvmlErrorString(-7), "Unknown Error");
+}
+
+constexpr char kMiddleForbidden[] = R"({"gpus": [{"name": "a"}, {"name": "b", "permission": false},
+                                         {"name": "c"}]})";
+
+TEST_F(CNvmlTest, GpusWithoutPermissionAreCountedButHaveNoHandle) {
+    SetScenario(kMiddleForbidden);
+    const CNvml nvml;
+    ASSERT_EQ(nvml.nvmlInit_v2(), kNvmlSuccess);
+    uint32_t count = 0;
+    EXPECT_EQ(nvml.nvmlDeviceGetCount_v2(&count), kNvmlSuccess);
+    EXPECT_EQ(count, 3u);
+    NvmlDevice device = nullptr;
+    EXPECT_EQ(nvml.nvmlDeviceGetHandleByIndex_v2(1, &device), kNvmlNoPermission);
+    EXPECT_EQ(device, nullptr);
+    EXPECT_EQ(nvml.nvmlDeviceGetHandleByIndex_v2(2, &device), kNvmlSuccess);
+}
+
+TEST_F(CNvmlTest, FirstGenerationLeavesOutGpusWithoutPermission) {
+    SetScenario(kMiddleForbidden);
+    const CNvml nvml;
+    ASSERT_EQ(nvml.nvmlInit(), kNvmlSuccess);
+    uint32_t count = 0;
+    EXPECT_EQ(nvml.nvmlDeviceGetCount(&count), kNvmlSuccess);
+    EXPECT_EQ(count, 2u);
+    NvmlDevice device = nullptr;
+    EXPECT_EQ(nvml.nvmlDeviceGetHandleByIndex(1, &device), kNvmlSuccess);
+    EXPECT_EQ(device, nvml.Device(2));
+    EXPECT_EQ(nvml.nvmlDeviceGetHandleByIndex(2, &device), kNvmlInvalidArgument);
+}
+
+TEST_F(CNvmlTest, ReservedWordsOfTheSecondPciInformationCanHoldRubbish) {
+    SetScenario(R"({"garbage": {"reservedWords": true}, "gpus": [{"name": "a", "bus": 1}]})");
+    const CNvml nvml;
+    ASSERT_EQ(nvml.nvmlInit_v2(), kNvmlSuccess);
+    NvmlPciInfo pci = FilledPciInfo();
+    EXPECT_EQ(nvml.nvmlDeviceGetPciInfo(nvml.Device(0), &pci), kNvmlSuccess);
+    EXPECT_EQ(pci.pciSubSystemId, 0x3F3F3F3Fu);
+    EXPECT_EQ(nvml.nvmlDeviceGetPciInfo_v2(nvml.Device(0), &pci), kNvmlSuccess);
+    EXPECT_EQ(std::string(pci.busId, 17),
+              "\xEF\xBE\xAD\xDE\xEF\xBE\xAD\xDE\xEF\xBE\xAD\xDE\xEF\xBE\xAD\xDE?");
+    EXPECT_STREQ(pci.busIdLegacy, "0000:01:00.0");
+    EXPECT_EQ(nvml.nvmlDeviceGetPciInfo_v3(nvml.Device(0), &pci), kNvmlSuccess);
+    EXPECT_STREQ(pci.busId, "00000000:01:00.0");
 }
 
 TEST_F(CNvmlTest, CallLogHoldsEachCallWithItsArgumentsAndResultInOrder) {

@@ -2,29 +2,16 @@
 
 #include <cstdlib>
 
-#include "sim/scenario/nvmlfunctions.h"
 #include "tests/unit/sim/nvml.h"
 
 namespace {
 
-// Every name that NVML has had for the functions that are simulated.
-std::vector<std::string> AllNames() {
-    std::vector<std::string> names = {"nvmlErrorString"};
-    for (const NvmlFunction& function : kNvmlFunctions) {
-        names.emplace_back(function.name);
-        for (int version = 2; version <= function.versions; ++version) {
-            names.push_back(std::string(function.name) + "_v" + std::to_string(version));
-        }
-    }
-    return names;
-}
-
 std::vector<std::string> NamesMissingFrom(const std::string& variant) {
     const CLoadedLibrary library(NvmlPath(variant));
     std::vector<std::string> missing;
-    for (const std::string& name : AllNames()) {
-        if (!library.Has(name.c_str())) {
-            missing.push_back(name);
+    for (const NvmlEntryPoint& entry : kNvmlEntryPoints) {
+        if (!library.Has(entry.name)) {
+            missing.emplace_back(entry.name);
         }
     }
     return missing;
@@ -34,7 +21,7 @@ using CNvmlVariantsTest = CSimTest;
 using testing::UnorderedElementsAre;
 
 TEST_F(CNvmlVariantsTest, CurrentOneAndTheCrashingOneExportEverything) {
-    EXPECT_EQ(AllNames().size(), 23u);
+    EXPECT_EQ(std::size(kNvmlEntryPoints), 23u);
     EXPECT_THAT(NamesMissingFrom(""), testing::IsEmpty());
     EXPECT_THAT(NamesMissingFrom("crashes"), testing::IsEmpty());
 }
@@ -55,6 +42,11 @@ TEST_F(CNvmlVariantsTest, NoFanLacksTheFanSpeedOnly) {
     EXPECT_THAT(NamesMissingFrom("no-fan"), UnorderedElementsAre("nvmlDeviceGetFanSpeed"));
 }
 
+TEST_F(CNvmlVariantsTest, NoTemperatureLacksTheTemperatureOnly) {
+    EXPECT_THAT(NamesMissingFrom("no-temperature"),
+                UnorderedElementsAre("nvmlDeviceGetTemperature"));
+}
+
 TEST_F(CNvmlVariantsTest, NoInitLacksBothInits) {
     EXPECT_THAT(NamesMissingFrom("no-init"), UnorderedElementsAre("nvmlInit", "nvmlInit_v2"));
 }
@@ -68,7 +60,7 @@ TEST_F(CNvmlVariantsTest, MinimalHasOldInitAndCountOnly) {
     const CLoadedLibrary library(NvmlPath("minimal"));
     EXPECT_TRUE(library.Has("nvmlInit"));
     EXPECT_TRUE(library.Has("nvmlDeviceGetCount"));
-    EXPECT_EQ(NamesMissingFrom("minimal").size(), AllNames().size() - 2);
+    EXPECT_EQ(NamesMissingFrom("minimal").size(), std::size(kNvmlEntryPoints) - 2);
 }
 
 constexpr DWORD kBadExeFormat = ERROR_BAD_EXE_FORMAT;

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr char kGetPlatform[] = "?GetPlatform@@YAAEAVIPlatform@@XZ";
+constexpr char kExport[] = "?GetPlatform@@YAAEAVIPlatform@@XZ";
 
 constexpr char kRyzen[] = R"({"cpu": {"signature": 1, "name": "AMD Ryzen 7", "needsDriver": false,
     "pmTable": {"temperature": {"perRead": [45.9, 46.1]}},
@@ -27,8 +27,8 @@ class CPlatformTest : public CSimTest {
   protected:
     CPlatformTest() : m_library(SimFolder() / "Platform.dll") {}
 
-    void* RawPlatform() const { return m_library.Get<void*()>(kGetPlatform)(); }
-    IPlatform& Platform() const { return m_library.Get<IPlatform&()>(kGetPlatform)(); }
+    void* RawPlatform() const { return m_library.Get<void*()>(kExport)(); }
+    IPlatform& Platform() const { return m_library.Get<IPlatform&()>(kExport)(); }
 
   private:
     CLoadedLibrary m_library;
@@ -176,7 +176,7 @@ TEST_F(CPlatformTest, InitNeedsTheDriversDevice) {
 
 TEST(PlatformStandIn, NeverStartsAndHasNoDevice) {
     const CLoadedLibrary library(SimFolder().parent_path() / "platform-standin" / "Platform.dll");
-    IPlatform& platform = library.Get<IPlatform&()>(kGetPlatform)();
+    IPlatform& platform = library.Get<IPlatform&()>(kExport)();
     EXPECT_FALSE(platform.Init(nullptr, nullptr));
     EXPECT_EQ(platform.GetDeviceManager().GetDevice(kDeviceTypeCpu, 0), nullptr);
     EXPECT_EQ(platform.GetDeviceManager().GetDevice(kDeviceTypeOffset, 0), nullptr);
@@ -186,7 +186,7 @@ TEST(PlatformStandIn, NeverStartsAndHasNoDevice) {
 
 TEST(PlatformStandIn, SlotsStandAtTheirNumbers) {
     const CLoadedLibrary library(SimFolder().parent_path() / "platform-standin" / "Platform.dll");
-    void* platform = library.Get<void*()>(kGetPlatform)();
+    void* platform = library.Get<void*()>(kExport)();
     EXPECT_EQ(SlotOf(platform, 0)(platform, nullptr, nullptr) & 0xFF, 0u);
     SlotOf(platform, 1)(platform, nullptr, nullptr);
     void* manager = AsObject(SlotOf(platform, 2)(platform, nullptr, nullptr));

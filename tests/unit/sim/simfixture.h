@@ -35,6 +35,8 @@ class CLoadedLibrary {
     CLoadedLibrary(const CLoadedLibrary&) = delete;
     CLoadedLibrary& operator=(const CLoadedLibrary&) = delete;
 
+    HMODULE Module() const { return m_module; }
+
     bool Has(const char* name) const { return GetProcAddress(m_module, name) != nullptr; }
 
     /** The export of that name as a `Function`; null when there is none. */

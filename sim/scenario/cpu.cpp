@@ -1,4 +1,7 @@
-#include "sim/scenario/scenarioparts.h"
+#include "sim/scenario/cpu.h"
+
+#include "sim/scenario/platformfunctions.h"
+#include "sim/scenario/readvalue.h"
 #include "sim/scenario/widetext.h"
 
 namespace {
@@ -30,6 +33,15 @@ std::optional<DeviceReading> ReadOffset(const CJsonPlace& place) {
     return ReadDeviceReading(place, "value");
 }
 
+// Codes are set by the keys of the readings; what is left for results is to hang and to crash.
+std::vector<ResultFunction> PlatformFunctions() {
+    std::vector<ResultFunction> functions;
+    for (const char* name : kPlatformFunctions) {
+        functions.push_back({.name = name, .returnsCode = false});
+    }
+    return functions;
+}
+
 }  // namespace
 
 Cpu ReadCpu(const CJsonPlace& place) {
@@ -52,6 +64,8 @@ Cpu ReadCpu(const CJsonPlace& place) {
          [&](const CJsonPlace& value) {
              cpu.currentTemperature = ReadDeviceReading(value, "temperature");
          }},
+        {"results",
+         [&](const CJsonPlace& value) { cpu.results = ReadResults(value, PlatformFunctions()); }},
         {"offset", [&](const CJsonPlace& value) { cpu.offset = ReadOffset(value); }},
     });
     return cpu;

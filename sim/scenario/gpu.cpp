@@ -1,8 +1,9 @@
+#include "sim/scenario/gpu.h"
+
 #include <fmt/format.h>
 
-#include <array>
-
-#include "sim/scenario/scenarioparts.h"
+#include "sim/scenario/nvmlfunctions.h"
+#include "sim/scenario/readvalue.h"
 
 namespace {
 
@@ -65,6 +66,7 @@ Gpu ReadGpu(const CJsonPlace& place) {
         {"domain", [&](const CJsonPlace& value) { gpu.domain = value.Unsigned(); }},
         {"bus", [&](const CJsonPlace& value) { gpu.bus = value.Unsigned(); }},
         {"device", [&](const CJsonPlace& value) { gpu.device = value.Unsigned(); }},
+        {"permission", [&](const CJsonPlace& value) { gpu.permission = value.Boolean(); }},
         {"deviceId", [&](const CJsonPlace& value) { gpu.deviceId = value.Unsigned(); }},
         {"subsystemId", [&](const CJsonPlace& value) { gpu.subsystemId = value.Unsigned(); }},
         {"memoryMiB", [&](const CJsonPlace& value) { gpu.memoryMiB = ReadMemory(value); }},
@@ -74,7 +76,9 @@ Gpu ReadGpu(const CJsonPlace& place) {
         {"fanSpeed", [&](const CJsonPlace& value) { gpu.fanSpeed = ReadOptionalValue(value); }},
         {"clocks", [&](const CJsonPlace& value) { ReadClocks(value, gpu.clocks); }},
         {"maxClocks", [&](const CJsonPlace& value) { ReadClocks(value, gpu.maxClocks); }},
-        {"results", [&](const CJsonPlace& value) { gpu.results = ReadResults(value, true); }},
+        {"results",
+         [&](const CJsonPlace& value) { gpu.results = ReadResults(value, NvmlGpuFunctions()); }},
+        {"fault", [&](const CJsonPlace& value) { gpu.fault = ReadFault(value); }},
     });
     if (!place.Has("name")) {
         place.Complain("a GPU needs \"name\"");

@@ -5,20 +5,22 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/peimage.h"
+
 namespace {
 
 // The entry for `function` in the library's table of addresses, which are offsets from its base.
 DWORD* FindExport(HMODULE library, const char* function) {
-    auto* base = reinterpret_cast<char*>(library);
-    const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
-    const auto* table = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(
-        base + headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress);
-    const auto* names = reinterpret_cast<const DWORD*>(base + table->AddressOfNames);
-    const auto* ordinals = reinterpret_cast<const WORD*>(base + table->AddressOfNameOrdinals);
-    for (DWORD name = 0; name < table->NumberOfNames; ++name) {
-        if (std::strcmp(base + names[name], function) == 0) {
-            return reinterpret_cast<DWORD*>(base + table->AddressOfFunctions) + ordinals[name];
+    const auto image = zorvane::CPeImage::OfModule(library);
+    const DWORD address = image.Directory(IMAGE_DIRECTORY_ENTRY_EXPORT).VirtualAddress;
+    const auto table = image.Read<IMAGE_EXPORT_DIRECTORY>(address);
+    for (DWORD name = 0; table && name < table->NumberOfNames; ++name) {
+        const auto text = image.Read<DWORD>(table->AddressOfNames + name * DWORD{sizeof(DWORD)});
+        if (text && image.TextAt(*text) == function) {
+            const auto ordinal =
+                image.Read<WORD>(table->AddressOfNameOrdinals + name * DWORD{sizeof(WORD)});
+            auto* addresses = reinterpret_cast<char*>(library) + table->AddressOfFunctions;
+            return reinterpret_cast<DWORD*>(addresses) + ordinal.value();
         }
     }
     throw std::runtime_error(std::string("the library does not export ") + function);

@@ -52,5 +52,6 @@ int main() {
         return Say(*end);
     }
     const auto& chosen = std::get<zorvane::Chosen>(parsed);
-    return chosen.command->Run({zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe", chosen.passedOn});
+    return chosen.command->Run(
+        {zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe", chosen.passedOn});
 }

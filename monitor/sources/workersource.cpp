@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "client/restart.h"
 #include "base/text.h"
+#include "client/restart.h"
 
 namespace zorvane {
 namespace {

@@ -1,5 +1,6 @@
-// zorvanesimhost: zorvanehost on the simulated processor. Loads the same library, unmodified, and
-// lets its CPUID instructions answer as the scenario says.
+// zorvanesimhost: zorvanehost on the simulated machine. Loads the same library, unmodified, and
+// lets its CPUID instructions and the Windows functions that it imports answer as the scenario
+// says.
 #include <windows.h>
 
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include "host/reporterror.h"
 #include "host/workerlibrary.h"
 #include "sim/cpu/cpuidpatch.h"
+#include "sim/machine/simulatemachine.h"
 #include "sim/scenario/environment.h"
 #include "sim/scenario/jsonplace.h"
 #include "sim/scenario/scenariofile.h"
@@ -38,7 +40,7 @@ int Fail(const std::wstring& error, int code) {
 }
 
 // Loads the library, patches it and stays in it until the worker has ended.
-int RunOn(const Scenario& scenario) {
+int RunOn(Scenario& scenario) {
     const std::wstring path = LibraryPath();
     CWorkerLibrary library;
     std::wstring error;
@@ -53,6 +55,9 @@ int RunOn(const Scenario& scenario) {
         return Fail(L"the processor cannot be simulated in " + path + L": " + error,
                     kProcessorNotSimulated);
     }
+    if (scenario.machine) {
+        SimulateMachine(static_cast<HMODULE>(library.Base()), *scenario.machine);
+    }
     library.Run(GetCommandLineW());
     return static_cast<int>(HostExit::kOrderlyEnd);
 }
@@ -62,7 +67,9 @@ int RunOn(const Scenario& scenario) {
 int main() {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     try {
-        return RunOn(LoadScenario(ScenarioPath()));
+        // What replaces functions of Windows asks it until the process ends.
+        static Scenario s_scenario = LoadScenario(ScenarioPath());
+        return RunOn(s_scenario);
     } catch (const CScenarioError& error) {
         return Fail(ToWide(error.what()), kScenarioUnusable);
     }

@@ -5,16 +5,19 @@
 
 #include <filesystem>
 
+#include "base/librarysearch.h"
+#include "base/modulepath.h"
+#include "base/text.h"
+#include "base/textstream.h"
 #include "cpuidimage.h"
+#include "host/hostwords.h"
 #include "host/reporterror.h"
+#include "host/runworker.h"
 #include "host/workerlibrary.h"
 #include "sim/cpu/cpuidpatch.h"
 #include "sim/machine/simulatemachine.h"
-#include "sim/scenario/environment.h"
 #include "sim/scenario/jsonplace.h"
 #include "sim/scenario/scenariofile.h"
-#include "sim/scenario/widetext.h"
-#include "src/process/commandlineargs.h"
 
 namespace {
 
@@ -22,15 +25,15 @@ namespace {
 constexpr int kScenarioUnusable = 6;
 constexpr int kProcessorNotSimulated = 7;
 
-std::wstring LibraryPath() {
-    CommandLineArgs args;
-    args.SetCommandLine(GetCommandLineW());
-    args.Parse();
+std::wstring LibraryPath(const HostWords& words) {
+    if (words.libraryPath) {
+        return *words.libraryPath;
+    }
     std::wstring path = CWorkerLibrary::DefaultPath();
     if (!std::filesystem::exists(path)) {
-        path = ModuleFolder().parent_path() / L"bin" / L"Zorvane.dll";
+        const std::filesystem::path program = zorvane::ModulePath(nullptr);
+        path = program.parent_path().parent_path() / L"bin" / L"Zorvane.dll";
     }
-    args.GetValue(L"--library", path);
     return path;
 }
 
@@ -40,8 +43,8 @@ int Fail(const std::wstring& error, int code) {
 }
 
 // Loads the library, patches it and stays in it until the worker has ended.
-int RunOn(Scenario& scenario) {
-    const std::wstring path = LibraryPath();
+int RunOn(Scenario& scenario, const HostWords& words) {
+    const std::wstring path = LibraryPath(words);
     CWorkerLibrary library;
     std::wstring error;
     const HostExit loaded = library.Load(path, error);
@@ -58,19 +61,28 @@ int RunOn(Scenario& scenario) {
     if (scenario.machine) {
         SimulateMachine(static_cast<HMODULE>(library.Base()), *scenario.machine);
     }
-    library.Run(GetCommandLineW());
+    RunWorker(library, words);
     return static_cast<int>(HostExit::kOrderlyEnd);
 }
 
 }  // namespace
 
 int main() {
+    zorvane::NarrowLibrarySearch();
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+    std::wstring error;
+    const HostWords words = ReadHostWords(GetCommandLineW(), error);
+    if (words.help) {
+        return zorvane::WriteText(GetStdHandle(STD_OUTPUT_HANDLE), kHostHelp) ? 1 : 0;
+    }
+    if (!error.empty()) {
+        return Fail(error, static_cast<int>(HostExit::kBadWord));
+    }
     try {
-        // What replaces functions of Windows asks it until the process ends.
+        // The replaced functions read it until the process ends.
         static Scenario s_scenario = LoadScenario(ScenarioPath());
-        return RunOn(s_scenario);
-    } catch (const CScenarioError& error) {
-        return Fail(ToWide(error.what()), kScenarioUnusable);
+        return RunOn(s_scenario, words);
+    } catch (const CScenarioError& unusable) {
+        return Fail(zorvane::ToWide(unusable.what()), kScenarioUnusable);
     }
 }

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "sim/scenario/widetext.h"
+#include "base/text.h"
 #include "sim/scenario/windowsfunctions.h"
 
 namespace {
@@ -45,7 +45,7 @@ Machine ReadMachine(const CJsonPlace& place) {
         {"windows", [&](const CJsonPlace& value) { machine.windows = ReadWindows(value); }},
         {"vbs", [&](const CJsonPlace& value) { machine.vbs = ReadVbs(value); }},
         {"productName",
-         [&](const CJsonPlace& value) { machine.productName = ToWide(value.Text()); }},
+         [&](const CJsonPlace& value) { machine.productName = zorvane::ToWide(value.Text()); }},
         {"results",
          [&](const CJsonPlace& value) {
              machine.results = ReadResults(value, WindowsFunctions());

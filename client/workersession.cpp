@@ -4,6 +4,8 @@
 #include <type_traits>
 #include <variant>
 
+#include "client/plausible.h"
+
 namespace zorvane {
 namespace {
 
@@ -125,26 +127,43 @@ void CWorkerSession::OnPayload(HWND sender, const Payload& payload) {
                                    "code " + std::to_string(payload.code) +
                                        " came from a window of another process than the worker's"});
     }
+    Decoded decoded = Decode(payload);
     std::visit(
-        [this](const auto& value) {
+        [this](auto& value) {
             using Value = std::decay_t<decltype(value)>;
             if constexpr (std::is_same_v<Value, Hello>) {
                 OnHello(value);
             }
             if constexpr (std::is_same_v<Value, GpuStatic>) {
+                ReportDoubt(RemoveImplausible(value));
                 m_listener.OnGpuStatic(value);
             }
             if constexpr (std::is_same_v<Value, GpuReading>) {
+                ReportDoubt(RemoveImplausible(value));
                 m_listener.OnGpuReading(value);
             }
             if constexpr (std::is_same_v<Value, CpuTemperature>) {
-                m_listener.OnCpuTemperature(value);
+                OnCpuTemperature(value);
             }
             if constexpr (std::is_same_v<Value, PayloadError>) {
                 m_listener.OnPayloadError(value);
             }
         },
-        Decode(payload));
+        decoded);
+}
+
+void CWorkerSession::OnCpuTemperature(const CpuTemperature& temperature) {
+    const auto doubt = CheckPlausible(temperature);
+    ReportDoubt(doubt);
+    if (!doubt) {
+        m_listener.OnCpuTemperature(temperature);
+    }
+}
+
+void CWorkerSession::ReportDoubt(const std::optional<PayloadError>& doubt) {
+    if (doubt) {
+        m_listener.OnPayloadError(*doubt);
+    }
 }
 
 void CWorkerSession::OnHello(const Hello& hello) {

@@ -78,7 +78,10 @@ class IWorkerListener {
     virtual void OnGpuStatic(const GpuStatic& fixed) = 0;
     virtual void OnGpuReading(const GpuReading& reading) = 0;
     virtual void OnCpuTemperature(const CpuTemperature& temperature) = 0;
-    /** Something arrived that was skipped, or is doubted (PayloadFault::kForeignSender). */
+    /**
+     * Something arrived that was skipped, or is doubted (PayloadFault::kForeignSender), or held
+     * numbers that cannot be, which the reading that follows lacks (PayloadFault::kImplausible).
+     */
     virtual void OnPayloadError(const PayloadError& error) = 0;
     /** Stop took a step; `reason` says in words why it came to it. */
     virtual void OnStopStep(StopStep step, const std::string& reason) = 0;
@@ -120,6 +123,8 @@ class CWorkerSession {
     std::optional<LRESULT> OnControlMessage(UINT message, WPARAM wParam);
     void OnPayload(HWND sender, const Payload& payload);
     void OnHello(const Hello& hello);
+    void OnCpuTemperature(const CpuTemperature& temperature);
+    void ReportDoubt(const std::optional<PayloadError>& doubt);
     void OnProcessEnd();
     void Press(const std::string& reason);
     void SendStop();

@@ -3,19 +3,16 @@
 // After windows.h, which it needs.
 #include <shellapi.h>
 
-#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "base/modulepath.h"
 #include "base/text.h"
-#include "monitor/interrupts.h"
-#include "monitor/monitor.h"
-#include "monitor/options.h"
+#include "monitor/commands/command.h"
+#include "monitor/options/commandline.h"
 #include "monitor/outcome.h"
 #include "monitor/output.h"
-#include "monitor/view.h"
 
 namespace {
 
@@ -31,15 +28,16 @@ std::vector<std::string> CommandLineWords() {
     return result;
 }
 
-zorvane::ExitCode RunMonitor(const zorvane::Options& options) {
-    zorvane::COutput output(GetStdHandle(STD_OUTPUT_HANDLE));
-    const std::unique_ptr<zorvane::IView> view = zorvane::MakeView(options.format, output);
-    zorvane::CInterrupts interrupts;
-    if (const auto error = interrupts.Install()) {
-        zorvane::WriteNote(zorvane::Describe(*error));
-        return zorvane::kExitNotStarted;
+int Say(const zorvane::ParseEnd& end) {
+    const DWORD target = end.exitCode == 0 ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE;
+    zorvane::COutput output(GetStdHandle(target));
+    output.Write(end.text);
+    const bool isLost = output.Failure() && !output.IsReaderGone();
+    if (isLost && end.exitCode == 0) {
+        zorvane::WriteNote(zorvane::Describe(*output.Failure()));
+        return zorvane::kExitOutput;
     }
-    return zorvane::CMonitor(options, *view, output, interrupts).Run();
+    return end.exitCode;
 }
 
 }  // namespace
@@ -48,12 +46,11 @@ int main() {
     // The worker inherits this: nobody is asked anything when a vendor library crashes.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
 
-    const auto parsed = zorvane::ParseOptions(CommandLineWords(),
-                                              zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe");
+    const zorvane::Commands commands = zorvane::MakeCommands();
+    const auto parsed = zorvane::ParseCommandLine(commands, CommandLineWords());
     if (const auto* end = std::get_if<zorvane::ParseEnd>(&parsed)) {
-        const DWORD target = end->exitCode == 0 ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE;
-        zorvane::COutput(GetStdHandle(target)).Write(end->text);
-        return end->exitCode;
+        return Say(*end);
     }
-    return RunMonitor(std::get<zorvane::Options>(parsed));
+    const auto& chosen = std::get<zorvane::Chosen>(parsed);
+    return chosen.command->Run({zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe", chosen.passedOn});
 }

@@ -20,8 +20,13 @@ TerminalSize COutput::Size() const {
         return {};
     }
     const SMALL_RECT& window = info.srWindow;
-    return {static_cast<size_t>(window.Right - window.Left + 1),
-            static_cast<size_t>(window.Bottom - window.Top + 1)};
+    const int columns = window.Right - window.Left + 1;
+    const int rows = window.Bottom - window.Top + 1;
+    // A console whose window was closed, or that a pseudo terminal has not sized yet, has no cells.
+    if (columns < 1 || rows < 1) {
+        return {};
+    }
+    return {static_cast<size_t>(columns), static_cast<size_t>(rows)};
 }
 
 // The console's own functions rather than escape sequences: they work in every console of Windows,

@@ -280,5 +280,12 @@ TEST_F(WorkerSessionTest, StopsNothingWhenNoWorkerRuns) {
     EXPECT_TRUE(m_told.steps.empty());
 }
 
+TEST_F(WorkerSessionTest, TellsNoTemperatureThatCannotBe) {
+    Start({L"hello", LR"(cpu:{"CpuTemp":-2147483648})", LR"(cpu:{"CpuTemp":47})"});
+    ASSERT_TRUE(PumpUntil([this] { return !m_told.cpus.empty(); }));
+    EXPECT_EQ(m_told.cpus, std::vector<int>{47});
+    EXPECT_EQ(m_told.faults, std::vector<PayloadFault>{PayloadFault::kImplausible});
+}
+
 }  // namespace
 }  // namespace zorvane

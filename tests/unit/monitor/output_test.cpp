@@ -93,5 +93,16 @@ TEST(OutputTest, MovesUpNoFurtherThanTheTop) {
     EXPECT_EQ(output.Size().rows, 30u);
 }
 
+TEST(OutputTest, TakesAConsoleWithoutCellsForAnOrdinaryOne) {
+    PATCH_IMPORT(info, GetConsoleScreenBufferInfo,
+                 [](HANDLE, PCONSOLE_SCREEN_BUFFER_INFO buffer) -> WINBOOL {
+                     buffer->srWindow = {0, 0, -1, -1};
+                     return TRUE;
+                 });
+    const TerminalSize size = COutput(GetCurrentProcess()).Size();
+    EXPECT_EQ(size.columns, 80u);
+    EXPECT_EQ(size.rows, 25u);
+}
+
 }  // namespace
 }  // namespace zorvane

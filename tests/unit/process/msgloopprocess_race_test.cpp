@@ -25,8 +25,9 @@ constexpr char kLogSource[] = "tests\\msgloopprocess_race_test.cpp";
 
 constexpr int kWorkers = 1000;
 constexpr int kMaxTurns = 60;
-// Turns that widen a moment in which the threads could get into each other's way.
-constexpr int kWideTurns = 3000;
+// Widens a moment in which the threads could get into each other's way: long enough for the other
+// thread to get there, and as long under load, where turns are worth little.
+constexpr DWORD kWideMs = 2;
 
 enum class Stop { kMessage, kQuit, kWorkReturns, kClose, kCount };
 
@@ -41,6 +42,22 @@ void PassTurns(int turns) {
     }
 }
 
+// An event of the test's own, signalled until it is reset.
+class CMoment {
+  public:
+    CMoment() : m_event(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+    ~CMoment() { CloseHandle(m_event); }
+    CMoment(const CMoment&) = delete;
+    CMoment& operator=(const CMoment&) = delete;
+
+    void Come() { SetEvent(m_event); }
+    void Reset() { ResetEvent(m_event); }
+    void WaitAWhile() const { WaitForSingleObject(m_event, kWideMs); }
+
+  private:
+    HANDLE m_event;
+};
+
 // Follows the work thread's handle and the quit event of the worker that runs.
 class CHandleWatch {
   public:
@@ -51,7 +68,8 @@ class CHandleWatch {
         }
         m_quitEvent = nullptr;
         m_events = 0;
-        hasReturned = false;
+        m_quitEventClosed.Reset();
+        hasReturned.Reset();
         threadCloses = 0;
         lateThreadWaits = 0;
         lateSets = 0;
@@ -63,7 +81,7 @@ class CHandleWatch {
 
     // The host whose work thread is followed, and whether its loop has ended.
     std::atomic<void*> worker{nullptr};
-    std::atomic<bool> hasReturned{false};
+    CMoment hasReturned;
 
     std::atomic<int> threadCloses{0};
     // The host's waits, which have no limit, on the thread's handle after it was closed.
@@ -74,8 +92,8 @@ class CHandleWatch {
   private:
     // Gives a loop thread that does not care the chance to end before the work thread.
     void WaitForWrongEnd() const {
-        for (int turn = 0; turn < kWideTurns && threadCloses > 0 && !hasReturned; ++turn) {
-            SwitchToThread();
+        if (threadCloses > 0) {
+            hasReturned.WaitAWhile();
         }
     }
 
@@ -102,6 +120,7 @@ class CHandleWatch {
         }
         if (handle && handle == m_quitEvent) {
             m_quitEvent = nullptr;
+            m_quitEventClosed.Come();
         }
         return true;
     }
@@ -109,6 +128,7 @@ class CHandleWatch {
     std::atomic<int> m_events{0};
     std::atomic<HANDLE> m_thread{nullptr};
     std::atomic<HANDLE> m_quitEvent{nullptr};
+    CMoment m_quitEventClosed;
 
     const DWORD m_loopThread = GetCurrentThreadId();
 
@@ -125,9 +145,7 @@ class CHandleWatch {
     PATCH_IMPORT(m_setPatch, SetEvent, [this](HANDLE handle) {
         const bool isQuitEvent = handle && handle == m_quitEvent;
         if (isQuitEvent) {
-            for (int turn = 0; turn < kWideTurns && m_quitEvent; ++turn) {
-                SwitchToThread();
-            }
+            m_quitEventClosed.WaitAWhile();
             lateSets += m_quitEvent == nullptr ? 1 : 0;
         }
         return m_setPatch.Original(handle);
@@ -173,7 +191,7 @@ class CWorker {
         std::thread stopper([this, host] { Stop(*host); });
         host->Run();
         ZorLog::ShutdownLogger();
-        watch.hasReturned = true;
+        watch.hasReturned.Come();
         EXPECT_TRUE(watch.WaitForThread());
         stopper.join();
         return m_linesLogged;

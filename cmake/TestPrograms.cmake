@@ -17,7 +17,7 @@ file(MAKE_DIRECTORY "${ZORVANE_TEST_RESULTS_DIR}")
 # wants them.
 function(zorvane_test_options target)
   target_compile_options(${target} PRIVATE
-    $<$<CONFIG:Release>:-O0;-g0;-fno-function-sections;-fno-data-sections>)
+    $<$<CONFIG:Release>:-O0;-g0>)
   target_link_options(${target} PRIVATE $<$<CONFIG:Release>:-s>)
   set_target_properties(${target} PROPERTIES ZORVANE_QUICK_LINK TRUE)
 endfunction()

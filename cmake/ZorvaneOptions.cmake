@@ -29,8 +29,7 @@ target_compile_options(zorvane_options INTERFACE
   -Wformat=2 -Wundef -Wvla
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual -Wextra-semi
     -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wsuggest-override
-    -Wzero-as-null-pointer-constant>
-  -ffunction-sections -fdata-sections)
+    -Wzero-as-null-pointer-constant>)
 
 # Nothing of the machine that builds may show in what is built. Both maps are needed: the debugger's
 # paths and __FILE__. As options of the folder they stand before a target's own: the last one wins.
@@ -39,9 +38,13 @@ add_compile_options(
   "-fdebug-prefix-map=${CMAKE_BINARY_DIR}=build"
   "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=./")
 
+# What nothing uses stays out of a program, unless it has the property ZORVANE_QUICK_LINK: the linker
+# takes long for that.
+set(small "$<NOT:$<BOOL:$<TARGET_PROPERTY:ZORVANE_QUICK_LINK>>>")
+target_compile_options(zorvane_options INTERFACE $<${small}:-ffunction-sections;-fdata-sections>)
+
 target_link_options(zorvane_options INTERFACE
-  -static $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZORVANE_QUICK_LINK>>>:-Wl,--gc-sections>
-  -Wl,--no-insert-timestamp -Wl,--fatal-warnings -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+  -static $<${small}:-Wl,--gc-sections> -Wl,--no-insert-timestamp -Wl,--fatal-warnings -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
 
 # zorvane_split_debug(target): moves the debugging symbols into "<file>.debug" beside the file.
 # Dates are preserved because a rebuild of one commit gives the same bytes.

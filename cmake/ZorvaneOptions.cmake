@@ -44,7 +44,8 @@ set(small "$<NOT:$<BOOL:$<TARGET_PROPERTY:ZORVANE_QUICK_LINK>>>")
 target_compile_options(zorvane_options INTERFACE $<${small}:-ffunction-sections;-fdata-sections>)
 
 target_link_options(zorvane_options INTERFACE
-  -static $<${small}:-Wl,--gc-sections> -Wl,--no-insert-timestamp -Wl,--fatal-warnings -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+  -static $<${small}:-Wl,--gc-sections> -Wl,--no-insert-timestamp -Wl,--fatal-warnings
+  -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
 
 # zorvane_split_debug(target): moves the debugging symbols into "<file>.debug" beside the file.
 # Dates are preserved because a rebuild of one commit gives the same bytes.

@@ -50,7 +50,7 @@ endfunction()
 # zorvane_test_fake_cpuid(target): lists the CPUID instructions of a test program beside it, for
 # tests/support/fakecpuid.h.
 function(zorvane_test_fake_cpuid target)
-  set(script "${CMAKE_SOURCE_DIR}/sim/cpu/FindCpuid.cmake")
+  set(script "${CMAKE_SOURCE_DIR}/cmake/FindCpuid.cmake")
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -D "OBJDUMP=${CMAKE_OBJDUMP}" -D "IMAGE=$<TARGET_FILE:${target}>"
             -D "LIST=$<TARGET_FILE:${target}>.cpuid" -P "${script}"

@@ -39,9 +39,10 @@ add_compile_options(
   "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=./")
 
 # What nothing uses stays out of a program, unless it has the property ZORVANE_QUICK_LINK: the linker
-# takes long for that.
+# takes long for that. No -fdata-sections: for Windows the compiler then writes zeroed data into the
+# file.
 set(small "$<NOT:$<BOOL:$<TARGET_PROPERTY:ZORVANE_QUICK_LINK>>>")
-target_compile_options(zorvane_options INTERFACE $<${small}:-ffunction-sections;-fdata-sections>)
+target_compile_options(zorvane_options INTERFACE $<${small}:-ffunction-sections>)
 
 target_link_options(zorvane_options INTERFACE
   -static $<${small}:-Wl,--gc-sections> -Wl,--no-insert-timestamp -Wl,--fatal-warnings

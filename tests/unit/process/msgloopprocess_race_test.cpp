@@ -63,11 +63,9 @@ class CHandleWatch {
   public:
     // Forgets the last worker, whose work thread has ended.
     void Reset() {
-        if (m_threadCopy) {
-            CloseHandle(m_threadCopy);
-            m_threadCopy = nullptr;
+        if (const HANDLE thread = m_thread.exchange(nullptr)) {
+            CloseHandle(thread);
         }
-        m_thread = nullptr;
         m_quitEvent = nullptr;
         m_events = 0;
         m_quitEventClosed.Reset();
@@ -78,7 +76,7 @@ class CHandleWatch {
     }
 
     bool WaitForThread() const {
-        return m_threadCopy && WaitForSingleObject(m_threadCopy, kPatienceMs) == WAIT_OBJECT_0;
+        return m_thread && WaitForSingleObject(m_thread, kPatienceMs) == WAIT_OBJECT_0;
     }
 
     // The host whose work thread is followed, and whether its loop has ended.
@@ -86,8 +84,7 @@ class CHandleWatch {
     CMoment hasReturned;
 
     std::atomic<int> threadCloses{0};
-    // Waits on the thread's handle after it was closed. Its value may be used again, but only the
-    // host waits without a limit.
+    // The host's waits, which have no limit, on the thread's handle after it was closed.
     std::atomic<int> lateThreadWaits{0};
     // Settings of the quit event after it was closed.
     std::atomic<int> lateSets{0};
@@ -110,28 +107,28 @@ class CHandleWatch {
     uintptr_t Begun(uintptr_t made, void* parameter) {
         const auto thread = reinterpret_cast<HANDLE>(made);
         if (parameter == worker) {
-            DuplicateHandle(GetCurrentProcess(), thread, GetCurrentProcess(), &m_threadCopy, 0,
-                            FALSE, DUPLICATE_SAME_ACCESS);
             m_thread = thread;
         }
         return made;
     }
 
-    void Closing(HANDLE handle) {
+    // The thread's handle stays open until Reset: another object could take over its value.
+    bool IsClosedNow(HANDLE handle) {
         if (handle && handle == m_thread) {
             ++threadCloses;
+            return false;
         }
         if (handle && handle == m_quitEvent) {
             m_quitEvent = nullptr;
             m_quitEventClosed.Come();
         }
+        return true;
     }
 
     std::atomic<int> m_events{0};
     std::atomic<HANDLE> m_thread{nullptr};
     std::atomic<HANDLE> m_quitEvent{nullptr};
     CMoment m_quitEventClosed;
-    HANDLE m_threadCopy = nullptr;
 
     const DWORD m_loopThread = GetCurrentThreadId();
 
@@ -169,8 +166,7 @@ class CHandleWatch {
             return m_formatPatch.Original(text, arguments);
         }};
     PATCH_IMPORT(m_closePatch, CloseHandle, [this](HANDLE handle) {
-        Closing(handle);
-        return m_closePatch.Original(handle);
+        return IsClosedNow(handle) ? m_closePatch.Original(handle) : TRUE;
     });
 };
 

@@ -20,8 +20,6 @@
 // either with exit code 0. One that is blind ends soon after its stub's process, with 98: a test
 // that fails leaves nothing behind.
 #include <windows.h>
-// After windows.h, which it needs.
-#include <shellapi.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -30,6 +28,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/commandline.h"
 #include "zorvane/wire.h"
 
 namespace {

@@ -19,4 +19,12 @@ inline CUniqueHandle OwnFile(HANDLE file) {
     return CUniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
 
+struct CModuleFreer {
+    using pointer = HMODULE;
+    void operator()(HMODULE module) const { FreeLibrary(module); }
+};
+
+/** Owns a loaded library; null when there is none. */
+using CUniqueModule = std::unique_ptr<HMODULE, CModuleFreer>;
+
 }  // namespace zorvane

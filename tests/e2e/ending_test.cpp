@@ -1,4 +1,4 @@
-// How a worker of the shipped library ends.
+// Ways in which a worker of the shipped library ends.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 #include "client/environment.h"
 #include "tests/support/tempfolder.h"
 
-/** Runs one program, in a job that ends with this object, and keeps what it prints. */
+/** Runs a program in a job that ends with this object, and captures its output. */
 class CChildProcess {
   public:
     /** Starts at once; throws std::runtime_error when Windows cannot. */
@@ -24,7 +24,7 @@ class CChildProcess {
     /** The exit code; empty when it has not ended within `timeoutMs`. */
     std::optional<DWORD> Wait(DWORD timeoutMs = 60000) const;
 
-    /** What it has written so far. */
+    /** The output so far. */
     std::string Output() const { return ReadFileBytes(m_folder.PathOf(L"output")); }
     std::string Errors() const { return ReadFileBytes(m_folder.PathOf(L"errors")); }
 

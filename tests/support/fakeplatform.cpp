@@ -20,7 +20,8 @@ const wchar_t* GetName(SlotObject* self) {
     return self == &s_cpu ? s_fake.cpuName : s_fake.secondName;
 }
 
-// What stands in the register above a result is anything: here all bits are set.
+// The callee leaves the register above a narrow result undefined; set every bit there, so that a
+// caller that reads the whole register is noticed.
 constexpr uint64_t kAboveStatus = 0xFFFFFFFF00000000;
 constexpr uint64_t kAboveBool = 0xFFFFFFFFFFFFFF00;
 

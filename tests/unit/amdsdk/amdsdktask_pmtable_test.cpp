@@ -60,7 +60,7 @@ TEST_F(CPMTableTest, ReadingsOutside5To120AreSentAndSwitchTheTaskOffForLaterRuns
         {1000, "1000", true},
         {2147483647.0, "2147483647", true},
         {-2147483648.0, "-2147483648", true},
-        // What no integer holds
+        // Values that no integer can hold
         {2147483648.0, "-2147483648", true},
         {1e300, "-2147483648", true},
         {-1e300, "-2147483648", true},

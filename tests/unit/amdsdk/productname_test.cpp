@@ -8,7 +8,7 @@
 
 namespace {
 
-// One value, as RegQueryValueExW gives it.
+// A value as RegQueryValueExW returns it.
 struct RegistryValue {
     DWORD type;
     std::string bytes;
@@ -19,7 +19,7 @@ std::string Bytes(const std::wstring& text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
 
-// What is read of `value`; the buffer is filled as far as it reaches.
+// Reads `value`; as much of it as fits is copied to the buffer.
 std::optional<std::wstring> Read(const RegistryValue& value) {
     PATCH_IMPORT(open, RegOpenKeyExW, [](HKEY, LPCWSTR, DWORD, REGSAM, PHKEY key) -> LSTATUS {
         *key = reinterpret_cast<HKEY>(ULONG_PTR{8});

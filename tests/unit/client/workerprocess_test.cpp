@@ -81,7 +81,7 @@ TEST_F(WorkerProcessTest, EndsTheWorkerWithTheLastHandleOfItsJob) {
         job = target;
         return assign.Original(target, process);
     });
-    // The process is not ended by hand: what is left is what a stub that crashes leaves behind.
+    // Without an explicit end, only the job's handle closes, as when the stub crashes.
     PATCH_IMPORT(terminate, TerminateProcess, [](HANDLE, UINT) -> WINBOOL { return TRUE; });
     ASSERT_FALSE(Start(FakeWorker({L"deaf", L"blind"})));
     EXPECT_NE(job, nullptr);

@@ -18,7 +18,7 @@ namespace {
 
 constexpr DWORD Code(HostExit exit) { return static_cast<DWORD>(exit); }
 
-// What a program printed as UTF-16.
+// A program's UTF-16 output.
 std::wstring WideOutput(const CChildProcess& process) {
     const std::string bytes = process.Output();
     std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
@@ -26,7 +26,7 @@ std::wstring WideOutput(const CChildProcess& process) {
     return text;
 }
 
-// Runs the host, which must fail with `exit`, and answers its one line on standard error.
+// Runs the host, which must fail with `exit`; returns its one line on standard error.
 std::string FailureOf(const CLibraryFolder& folder, const std::wstring& words, HostExit exit) {
     const CChildProcess host(folder.PathOf(L"zorvanehost.exe"), words);
     EXPECT_EQ(host.Wait(), Code(exit));

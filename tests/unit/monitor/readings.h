@@ -1,4 +1,4 @@
-/** Readings for tests, put together by hand. */
+/** Readings for tests. */
 #pragma once
 
 #include <string>

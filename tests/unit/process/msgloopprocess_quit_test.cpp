@@ -162,7 +162,7 @@ TEST(MsgLoopProcessQuit, WaitersOnOtherThreadsLetGoBeforeTheEventIsClosed) {
         inWait = true;
         waiting.Set();
         const DWORD result = wait.Original(object, timeout);
-        // Gives a loop thread that does not care every chance to close the event meanwhile.
+        // Gives a loop thread that wrongly does not wait the time to close the event.
         for (int turn = 0; turn < 1000 && !closedUnderWaiter; ++turn) {
             SwitchToThread();
         }

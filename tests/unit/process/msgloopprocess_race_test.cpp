@@ -1,4 +1,4 @@
-// A thousand workers, each stopped at another moment in another way.
+// A thousand workers, stopped at different moments in different ways.
 #include <gtest/gtest.h>
 
 #include <process.h>
@@ -25,7 +25,7 @@ constexpr char kLogSource[] = "tests\\msgloopprocess_race_test.cpp";
 
 constexpr int kWorkers = 1000;
 constexpr int kMaxTurns = 60;
-// Turns that widen a moment in which the threads could get into each other's way.
+// Yields that widen the window for a race.
 constexpr int kWideTurns = 3000;
 
 enum class Stop { kMessage, kQuit, kWorkReturns, kClose, kCount };
@@ -75,7 +75,7 @@ class CHandleWatch {
     std::atomic<int> lateSets{0};
 
   private:
-    // Gives a loop thread that does not care the chance to end before the work thread.
+    // Gives a loop thread that wrongly does not wait the time to end before the work thread.
     void WaitForWrongEnd() const {
         for (int turn = 0; turn < kWideTurns && threadCloses > 0 && !hasReturned; ++turn) {
             SwitchToThread();

@@ -26,7 +26,7 @@ class CTestedThread : public CThread {
     std::function<void()> body = [] {};
 };
 
-// Ends the body of a thread and waits until the thread is gone, whatever the test did.
+// Lets the thread's body return and waits for the thread's end, however the test ended.
 class CBodyThatWaits {
   public:
     explicit CBodyThatWaits(CTestedThread& thread) {
@@ -153,7 +153,7 @@ TEST(Thread, CanBeStartedAgainAsSoonAsItHasEnded) {
         if (start % 2 == 0) {
             ASSERT_TRUE(WaitFor(handle));
         }
-        // Without the wait above the next start comes while this thread is still on its way out.
+        // Without the wait above, the next start would come while this thread is still ending.
         while (thread.ThreadHandle()) {
             SwitchToThread();
         }
@@ -191,7 +191,8 @@ TEST(Thread, EntersASingleThreadedApartmentAndNeverLeavesItItself) {
     CTestEvent go;
     thread.body = [&] {
         ASSERT_TRUE(go.Wait());
-        // A second entering of the other kind is refused on a thread that is in an apartment.
+        // Initialising COM with the other threading model fails on a thread that is in an
+        // apartment.
         inBody = initialise.Original(nullptr, COINIT_MULTITHREADED);
     };
     thread.Start();

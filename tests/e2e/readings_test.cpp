@@ -95,6 +95,7 @@ TEST_F(Readings, CarryNewValuesInEachDynamicRecord) {
     const std::vector<NvmlGpuRecord> records = RunWorker(machine, 5);
     ASSERT_EQ(records.size(), 5u);
     for (const size_t position : {size_t{2}, size_t{4}}) {
+        SCOPED_TRACE(position);
         const auto step = static_cast<uint32_t>(position / 2);
         const NvmlGpuRecord& record = records[position];
         EXPECT_EQ(record.gpuUtilizationPercent, 11 + step);

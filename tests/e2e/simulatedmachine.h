@@ -41,6 +41,11 @@ class CSimulatedMachine {
 
     /** The log sites' messages, "[source] text", of all workers so far. */
     std::vector<std::string> LogMessages() const;
+    /**
+     * The messages from the stop message on. "OnClose" is checked and left out: the window's thread
+     * logs it at any time between the stop and the end.
+     */
+    std::vector<std::string> MessagesFromStop() const;
     /** All lines of the log without stamps: "[E]..." onwards. */
     std::vector<std::string> LogLines() const;
     /** Lines of the vendor libraries' call log. */

@@ -102,6 +102,7 @@ TEST(ProductName, NameEndsAtItsFirstNul) {
 TEST(ProductName, SkippedProductIsKnownInAnyLetterCase) {
     for (const wchar_t* name :
          {L"Surface Laptop 3", L"SURFACE LAPTOP 3", L"surface laptop 3", L"sURFACE lAPTOP 3"}) {
+        SCOPED_TRACE(testing::PrintToString(name));
         EXPECT_TRUE(IsSkippedProduct(name));
     }
 }
@@ -111,6 +112,7 @@ TEST(ProductName, OtherProductsAreNotSkipped) {
          {L"", L"Surface Laptop 3 ", L" Surface Laptop 3", L"Surface Laptop", L"Surface Laptop 4",
           L"Surface Laptop 30", L"Surface  Laptop 3", L"SurfaceLaptop3", L"Surface Laptop\t3",
           L"\u017Furface Laptop 3", L"My Surface Laptop 3"}) {
+        SCOPED_TRACE(testing::PrintToString(name));
         EXPECT_FALSE(IsSkippedProduct(name));
     }
 }

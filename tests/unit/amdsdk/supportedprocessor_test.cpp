@@ -46,6 +46,7 @@ TEST_F(CSupportedProcessorTest, UnknownProcessorIsNotSupported) {
 
 TEST_F(CSupportedProcessorTest, PackageTypeIsTheHighestFourBitsAsASignedNumber) {
     for (uint32_t bits = 0; bits < 16; ++bits) {
+        SCOPED_TRACE(bits);
         const CTestLog log;
         Ask(0xFFFFFFFF, bits << 28);
         const int type = bits < 8 ? static_cast<int>(bits) : static_cast<int>(bits) - 16;

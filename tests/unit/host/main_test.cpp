@@ -80,6 +80,7 @@ TEST_F(Host, FailsWhenTheNamedLibraryIsMissing) {
 TEST_F(Host, FailsWhenTheNameOfTheLibraryIsEmpty) {
     m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
     for (const wchar_t* words : {L"--library", L"--library="}) {
+        SCOPED_TRACE(testing::PrintToString(words));
         EXPECT_THAT(FailureOf(m_folder, words, HostExit::kLibraryMissing),
                     HasSubstr("--library wants a path"));
     }

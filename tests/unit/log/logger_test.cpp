@@ -136,6 +136,7 @@ TEST_F(LoggerTest, LevelThreeWritesTheOffMarkerEachTime) {
 TEST_F(LoggerTest, OtherLevelsWriteTheChangeMarkerAlsoWhenTheLevelStays) {
     Init();
     for (const int level : {1, 1, 0, 2, 4, -1}) {
+        SCOPED_TRACE(level);
         m_logger.SetLevel(level);
         EXPECT_EQ(Threshold(), level);
     }

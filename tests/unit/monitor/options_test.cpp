@@ -73,6 +73,7 @@ TEST(OptionsTest, PassesWordsWithDashesBehindTwoDashes) {
 
 TEST(OptionsTest, RefusesWordsThatWouldUndoTheOptions) {
     for (const char* word : {"--wnd=5", "--WND", "--Entry=x", "--library=y"}) {
+        SCOPED_TRACE(word);
         const ParseEnd end = Refused({"--", word});
         EXPECT_EQ(end.exitCode, kExitUsage);
         EXPECT_THAT(end.text, HasSubstr(word));
@@ -81,6 +82,7 @@ TEST(OptionsTest, RefusesWordsThatWouldUndoTheOptions) {
 
 TEST(OptionsTest, NamesWhatIsWrongWithAValue) {
     for (const char* count : {"0", "000", "-1", "1.5", "x", "", "99999999999999999999"}) {
+        SCOPED_TRACE(count);
         const ParseEnd end = Refused({"--count", count});
         EXPECT_EQ(end.exitCode, kExitUsage);
         EXPECT_THAT(end.text, HasSubstr("--count")) << count;
@@ -105,6 +107,7 @@ TEST(OptionsTest, HelpsWithOptionsAndExitCodes) {
     EXPECT_EQ(end.exitCode, kExitDone);
     for (const char* text : {"--host", "--library", "--entry", "--format", "--count", "--duration",
                              "--env", "--no-restart", "skip_delete", "Exit codes", "\n  6  "}) {
+        SCOPED_TRACE(text);
         EXPECT_THAT(end.text, HasSubstr(text));
     }
 }

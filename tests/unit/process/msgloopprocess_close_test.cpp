@@ -175,6 +175,7 @@ TEST(MsgLoopProcessClose, HappensOnceHoweverOftenItIsPosted) {
     CRunningProcess process(L"", [&](CTestedProcess&) { EXPECT_TRUE(goOn.Wait()); });
     ASSERT_NE(process.Window(), nullptr);
     for (int time = 0; time < 3; ++time) {
+        SCOPED_TRACE(time);
         EXPECT_TRUE(PostMessageW(process.Window(), WM_CLOSE, 0, 0));
     }
     goOn.Set();

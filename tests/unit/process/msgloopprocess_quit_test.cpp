@@ -31,6 +31,7 @@ TEST(MsgLoopProcessQuit, HasAManualResetEventOfItsOwn) {
 
 TEST(MsgLoopProcessQuit, SetsTheEventThenPostsTheCloseMessageAndAnswersItsResult) {
     for (const BOOL result : {TRUE, FALSE, 7}) {
+        SCOPED_TRACE(result);
         CTestedProcess quitting;
         bool postedAfterSetting = false;
         PATCH_IMPORT(post, PostMessageW, [&](HWND, UINT message, WPARAM wParam, LPARAM lParam) {

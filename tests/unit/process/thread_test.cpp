@@ -143,6 +143,7 @@ TEST(Thread, CanBeStartedAgainAfterAFailedStart) {
 TEST(Thread, CanBeStartedAgainAsSoonAsItHasEnded) {
     CTestedThread thread;
     for (int start = 1; start <= 50; ++start) {
+        SCOPED_TRACE(start);
         CTestEvent go;
         thread.body = [&] { ASSERT_TRUE(go.Wait()); };
         thread.Start();

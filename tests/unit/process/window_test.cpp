@@ -243,6 +243,7 @@ TEST(Window, UsesTheProcedureThatItsObjectNames) {
 
 TEST(HandledScope, GivesTheMarkItsOldValueBack) {
     for (const BOOL before : {FALSE, TRUE}) {
+        SCOPED_TRACE(before);
         BOOL handled = before;
         {
             const CHandledScope scope(handled);

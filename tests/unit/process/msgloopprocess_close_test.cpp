@@ -25,7 +25,7 @@ constexpr char kWorkEndLine[] = "[msgloopprocess] WorkThreadFun process quit.";
 constexpr char kFailedLine[] = "[msgloopprocess] OnCreate failed, process quit.";
 constexpr char kLoopEndLine[] = "[msgloopthread] CMsgLoopThread quit msg loop.";
 
-// What happens to the host's handles and its window, in order, from any thread.
+// The calls on the host's handles and window, in order, from any thread.
 class CCalls {
   public:
     void Add(const std::string& call) {
@@ -176,6 +176,7 @@ TEST(MsgLoopProcessClose, HappensOnceHoweverOftenItIsPosted) {
     CRunningProcess process(L"", [&](CTestedProcess&) { EXPECT_TRUE(goOn.Wait()); });
     ASSERT_NE(process.Window(), nullptr);
     for (int time = 0; time < 3; ++time) {
+        SCOPED_TRACE(time);
         EXPECT_TRUE(PostMessageW(process.Window(), WM_CLOSE, 0, 0));
     }
     goOn.Set();
@@ -332,8 +333,8 @@ TEST(MsgLoopProcessWork, HasLoggedBeforeACloseThatOvertakesItsEndGoesOn) {
     });
     PATCH_IMPORT(close, CloseHandle, [&](HANDLE handle) {
         if (handle && handle == thread && !isEnding) {
-            // The work thread closes its handle and has said nothing yet; now the loop thread
-            // closes.
+            // The work thread closes its handle and has not logged its end yet; let the loop
+            // thread close now.
             PostMessageW(process.Window(), WM_CLOSE, 0, 0);
             EXPECT_TRUE(process.closing.Wait());
             isEnding = true;
@@ -343,7 +344,7 @@ TEST(MsgLoopProcessWork, HasLoggedBeforeACloseThatOvertakesItsEndGoesOn) {
     // A va_list is a char*.
     const CImportPatch<int(const wchar_t*, char*)> format(
         "_vscwprintf", [&](const wchar_t* text, char* arguments) {
-            // Before its last line the work thread gives the loop thread every chance to end first.
+            // Give the loop thread the time to end before the work thread logs its last line.
             const bool isWorkThread = GetCurrentThreadId() != loopThread;
             for (int turn = 0; turn < 50000 && isWorkThread && isEnding && !hasReturned; ++turn) {
                 SwitchToThread();

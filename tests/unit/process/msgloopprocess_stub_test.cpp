@@ -59,6 +59,7 @@ TEST(MsgLoopProcessHello, IsOnePayloadOf72BytesWithEntryAndWindow) {
 TEST(MsgLoopProcessHello, CutsTheEntryNameAt31Characters) {
     CTestLog log;
     for (const size_t length : {size_t{31}, size_t{32}, size_t{40}}) {
+        SCOPED_TRACE(length);
         CRecordingStub stub;
         CRunningProcess process(CommandLine(stub, std::wstring(length, L'e')));
         ASSERT_TRUE(WaitForAny(stub, 1));
@@ -217,6 +218,7 @@ TEST(MsgLoopProcessStop, CountsWhoeverSendsIt) {
     CTestLog log;
     const HWND senders[] = {nullptr, GetDesktopWindow()};
     for (const HWND sender : senders) {
+        SCOPED_TRACE(sender);
         CTestedProcess process;
         const COPYDATASTRUCT data{kCopyDataStop, 0, nullptr};
         EXPECT_EQ(Ask(process, WM_COPYDATA, reinterpret_cast<WPARAM>(sender),

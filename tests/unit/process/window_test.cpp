@@ -17,7 +17,7 @@ using testing::Contains;
 
 namespace {
 
-// A window that keeps what it gets.
+// A window that records its messages.
 class CTestedWindow : public CWindowBase {
   public:
     using CWindowBase::CreateHidden;
@@ -206,7 +206,7 @@ TEST(Window, LeavesNoTraceOfAFailedCreationAndKeepsItsError) {
         EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
     }
     EXPECT_EQ(failed.Window(), nullptr);
-    // A window of this class that nobody's object has asked for.
+    // A window of this class that was created without an object.
     const HWND plain = CreateWindowExW(0, MAKEINTATOM(atom), nullptr, WS_POPUP, 0, 0, 0, 0, nullptr,
                                        nullptr, ModuleInstance(), nullptr);
     EXPECT_NE(plain, nullptr);
@@ -380,6 +380,7 @@ TEST(Window, UsesTheProcedureThatItsObjectNames) {
 
 TEST(HandledScope, GivesTheMarkItsOldValueBack) {
     for (const BOOL before : {FALSE, TRUE}) {
+        SCOPED_TRACE(before);
         BOOL handled = before;
         {
             const CHandledScope scope(handled);

@@ -25,8 +25,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
 extern "C" void ZorvaneProcess(wchar_t* commandLine) {
     const auto host = std::make_shared<CMsgLoopProcess>();
     const auto manager = std::make_shared<CZorvaneProcess>();
-    // The host will hold this function and with it both objects, itself included: they live as long
-    // as the process.
+    // A deliberate cycle: the host holds this function, and the function holds both objects, the
+    // host included. They live until the process ends, which this call is the whole life of.
     std::function<void()> work =
         // NOLINTNEXTLINE(modernize-avoid-bind): a binder drops the result, as it should.
         std::bind(&IZorvaneTask::Execute, manager, std::shared_ptr<IProcess>(host));

@@ -3,7 +3,7 @@
 
 #include <windows.h>
 
-/** Room for a path, NUL included; what is longer is cut by Windows. */
+/** Room for MAX_PATH characters, NUL included; Windows truncates longer paths. */
 using ModulePath = wchar_t[MAX_PATH];
 
 /** Keeps the handle that the module was attached with; called once, before anything else. */

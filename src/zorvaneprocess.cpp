@@ -12,7 +12,7 @@ constexpr char kLogSource[] = "src\\zorvaneprocess.cpp";
 
 constexpr DWORD kCyclePauseMs = 1000;
 
-// A process that runs for long logs only its start.
+// A worker runs for days; only its start is logged in full.
 constexpr unsigned kFullyLoggedCycles = 5;
 
 }  // namespace
@@ -86,6 +86,7 @@ void CZorvaneProcess::RunCycles(const std::shared_ptr<IProcess>& process) {
     do {
         RunCycle(process);
         ++cycles;
+        // Again in every later cycle, deliberately: each call adds its marker line to the log.
         if (cycles > kFullyLoggedCycles) {
             ZorLog::SetLogLevel(ZorLog::kLevelOff);
         }
@@ -101,7 +102,7 @@ void CZorvaneProcess::RunCycle(const std::shared_ptr<IProcess>& process) {
         }
         task->Uninit();
         m_tasks.erase(m_tasks.begin() + static_cast<ptrdiff_t>(position));
-        task.reset();
+        task.reset();  // the task is destroyed before its removal is logged
         LOG_INFO(L"task erro. size:%d", static_cast<int>(m_tasks.size()));
     }
 }

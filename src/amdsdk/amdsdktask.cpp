@@ -9,12 +9,14 @@
 #include <optional>
 #include <string>
 
+#include "src/amdsdk/driverservice.h"
 #include "src/amdsdk/modeloffsets.h"
 #include "src/amdsdk/processortable.h"
 #include "src/amdsdk/productname.h"
-#include "src/amdsdk/utility.h"
 #include "src/log/logsite.h"
 #include "src/settings.h"
+#include "src/system/operatingsystem.h"
+#include "src/system/vbsstatus.h"
 #include "zorvane/wire.h"
 
 namespace {
@@ -71,14 +73,14 @@ bool IsAmdProcessor() {
     return std::strcmp(vendor, "AuthenticAMD") == 0;
 }
 
-// Only a proven active state counts; a query that fails does not.
+// Only a proven active state stops the task: on machines without Device Guard the query fails.
 bool IsVbsActive() {
     uint32_t status = 0;
     return QueryVbsStatus(&status) == 0 && status != 0;
 }
 
-// Toward zero; a value outside the range of the result becomes its lowest number, as the processor
-// has it.
+// Toward zero. Out-of-range values and NaN become INT_MIN, as CVTTSD2SI defines; a cast would be
+// undefined.
 int Truncate(double value) { return _mm_cvttsd_si32(_mm_set_sd(value)); }
 
 bool IsPlausible(int degreesCelsius) {
@@ -138,7 +140,8 @@ void CAMDSDKTask::EnsureDriver() const {
     if (InstallDriver() == 0) {
         LOG_INFO(L"Unable to install driver %s", kDriverFileName);
     }
-    // The library is asked again now that the driver has changed; the task keeps its own pointer.
+    // The library is asked again now that the driver has changed. The task deliberately drops the
+    // answer and keeps its own pointer.
     static_cast<void>(GetPlatform());
 }
 
@@ -164,6 +167,8 @@ int CAMDSDKTask::Execute(std::shared_ptr<IProcess> process) {
         LOG_INFO(L"temp is 0");
         return 0;
     }
+    // Sent also when it is not plausible. The code means "stop" inbound only; outbound it has
+    // always carried the temperature.
     std::string text = "{\"CpuTemp\":" + std::to_string(temperature) + "}";
     const COPYDATASTRUCT data{kCopyDataStop, static_cast<DWORD>(text.size() + 1), text.data()};
     process->SendCopyData(&data);
@@ -193,7 +198,7 @@ int CAMDSDKTask::GetPMTableTemperature() const {
         LOG_INFO(L"GetPMTableData obj failed.");
         return 0;
     }
-    // The library fills the record; it is not looked at when it does not.
+    // Deliberately not cleared: the library fills the record, and it is not read where that fails.
     PMTableData table;
     const int32_t status = cpu->GetPMTableData(&table);
     if (status != 0) {

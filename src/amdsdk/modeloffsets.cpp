@@ -31,7 +31,7 @@ std::string BlankFreeName(const wchar_t* name) {
     if (!name) {
         return {};
     }
-    // A name that fills the buffer leaves it without an end.
+    // wcstombs writes no terminator when the name fills the buffer.
     char narrow[256] = {};
     // NOLINTNEXTLINE(concurrency-mt-unsafe): only the work thread converts names.
     static_cast<void>(wcstombs(narrow, name, sizeof(narrow)));

@@ -18,7 +18,8 @@ struct Row {
 constexpr ProcessorSupport kOlder = ProcessorSupport::kVbsMustBeOff;
 constexpr ProcessorSupport kNewer = ProcessorSupport::kYes;
 
-// The differences between the package types are intended, odd as they look.
+// What AMD's library supports. The differences between package types are intended, odd as they
+// look: rows that seem to be missing are.
 constexpr Row kRows[] = {
     {kType0 | kType2, 0x800F00, kOlder},
     {kType0 | kType2 | kType7, 0x800F10, kOlder},

@@ -10,6 +10,7 @@
 #include <wchar.h>
 
 #include <exception>
+#include <initializer_list>
 
 #include "src/log/criticalsectionguard.h"
 
@@ -17,7 +18,9 @@ namespace ZorLog {
 
 namespace {
 
-// The path without the characters that would make it a name in another namespace of objects.
+// Windows takes a backslash in an object's name for the end of a namespace, so it cannot stay. All
+// processes that write this file must build the same name, whatever version of the utility they
+// belong to.
 std::wstring MutexName(std::wstring path) {
     std::erase(path, L':');
     std::erase(path, L'\\');
@@ -37,6 +40,8 @@ std::wstring Stamp(const std::wstring& tag) {
     return stamp;
 }
 
+// All programs that write the file use the ANSI code page. Two bytes a character are enough for the
+// double-byte ones; where it is UTF-8, a line that needs more cannot be converted and stays empty.
 std::string ToAnsi(const std::wstring& text) {
     std::string bytes(text.size() * 2, '\0');
     const int length =
@@ -46,45 +51,48 @@ std::string ToAnsi(const std::wstring& text) {
     return bytes;
 }
 
-// Tells the debugger; says nothing when there is no memory for the text.
-void ReportOpenError(const wchar_t* path, errno_t error) noexcept {
-    // std::to_wstring would bring MinGW's own printf, 30 KB of it.
-    wchar_t number[12] = {};
-    _snwprintf(number, ARRAYSIZE(number) - 1, L"%d", error);
+// Says nothing when there is no memory for the text.
+void TellDebugger(std::initializer_list<const wchar_t*> parts) noexcept {
     try {
-        const std::wstring message =
-            std::wstring(L"open ") + path + L" error. [" + number + L"]\r\n";
+        std::wstring message;
+        for (const wchar_t* part : parts) {
+            message += part;
+        }
         OutputDebugStringW(message.c_str());
     } catch (const std::exception&) {
         return;
     }
 }
 
+// An error code in decimal; std::to_wstring would bring MinGW's own printf, 30 KB of it.
+struct ErrorText {
+    explicit ErrorText(DWORD error) { _ultow_s(error, digits, 10); }
+    wchar_t digits[11] = {};
+};
+
 }  // namespace
 
 LogAppender::LogAppender(const wchar_t* path, const wchar_t* tag)
     : m_path(path ? path : L""), m_mutexName(MutexName(m_path)), m_tag(tag ? tag : L"") {
     InitializeCriticalSection(&m_queueLock);
-    wchar_t debugMessage[64] = {};
+    DWORD createError = ERROR_SUCCESS;
     m_mutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, m_mutexName.c_str());
     if (!m_mutex) {
         _wremove(m_path.c_str());
         m_mutex = CreateMutexW(nullptr, FALSE, m_mutexName.c_str());
-        if (!m_mutex) {
-            _snwprintf(debugMessage, ARRAYSIZE(debugMessage) - 1, L"CreateMutex failed with %u\n",
-                       static_cast<unsigned>(GetLastError()));
-        }
+        createError = m_mutex ? ERROR_SUCCESS : GetLastError();
     }
     if (WaitForSingleObject(m_mutex, 0) != WAIT_OBJECT_0) {
-        wcscpy_s(debugMessage, L"Lock failed\n");
+        TellDebugger({L"Lock failed\n"});
+    } else if (createError != ERROR_SUCCESS) {
+        TellDebugger({L"CreateMutex failed with ", ErrorText(createError).digits, L"\n"});
     }
-    if (debugMessage[0] != L'\0') {
-        OutputDebugStringW(debugMessage);
-    }
+    // Unconditional: without ownership the call fails, and nothing depends on it.
     ReleaseMutex(m_mutex);
 }
 
 LogAppender::~LogAppender() {
+    // The mutex stays open deliberately; see TakeMutex.
     m_pending.clear();
     DeleteCriticalSection(&m_queueLock);
     if (m_fd != -1) {
@@ -105,6 +113,7 @@ void LogAppender::Append(const wchar_t* text) noexcept {
 
 int LogAppender::Flush(const wchar_t* text, bool force) noexcept {
     Append(text);
+    // Tried once: a file that cannot be opened is not tried again before Reset.
     if (m_needOpen) {
         m_size = OpenLogFile(m_fd, m_path.c_str());
         m_needOpen = false;
@@ -118,8 +127,8 @@ int LogAppender::Flush(const wchar_t* text, bool force) noexcept {
 }
 
 bool LogAppender::TakeMutex(bool force) noexcept {
-    // Earlier handles are left open until the process ends: that the mutex exists is how a process
-    // that starts knows that the file is in use.
+    // The earlier handle is deliberately leaked, one each flush: a process that starts knows by the
+    // mutex's existence that the file is in use, so it must not vanish before this process ends.
     m_mutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, m_mutexName.c_str());
     if (!m_mutex) {
         return false;
@@ -132,6 +141,7 @@ bool LogAppender::TakeMutex(bool force) noexcept {
         WaitForSingleObject(m_mutex, INFINITE);
         return true;
     }
+    // Not owned, so this fails; harmless, and kept as it is.
     ReleaseMutex(m_mutex);
     return false;
 }
@@ -165,7 +175,8 @@ int LogAppender::OpenLogFile(int& fd, const wchar_t* path) noexcept {
     const errno_t error = _wsopen_s(&fd, path, _O_WRONLY | _O_APPEND | _O_CREAT | _O_BINARY,
                                     _SH_DENYNO, _S_IREAD | _S_IWRITE);
     if (error != 0) {
-        ReportOpenError(path, error);
+        TellDebugger(
+            {L"open ", path, L" error. [", ErrorText(static_cast<DWORD>(error)).digits, L"]\r\n"});
     }
     if (fd == -1) {
         return -1;

@@ -41,7 +41,8 @@ bool HasMarkerFile(const wchar_t* path) noexcept {
 LoggerImpl::LoggerImpl() { InitializeCriticalSection(&m_lock); }
 
 LoggerImpl::~LoggerImpl() {
-    // The file is left to the end of the process, and so is its owner with the queued lines.
+    // Deliberately leaked: shutting down writes neither the end marker nor the queued lines, and
+    // Windows closes the file when the process ends.
     static_cast<void>(m_appender.release());
     DeleteCriticalSection(&m_lock);
 }
@@ -116,6 +117,7 @@ Logger* GetLogger() noexcept {
     Logger* logger = s_logger.load(std::memory_order_relaxed);
     if (!logger) {
         logger = new (std::nothrow) LoggerImpl;
+        // Threads read the pointer without the lock and must see a finished object.
         s_logger.store(logger, std::memory_order_seq_cst);
     }
     _BaseModule::g_loggerLock.Unlock();

@@ -60,6 +60,7 @@ class LoggerImpl final : public Logger {
     int m_threshold = kLevelInformation;
     BOOL m_locked = FALSE;
     std::unique_ptr<LogAppender> m_appender;
+    // Always empty; nothing reads it. Part of the class's layout.
     std::wstring m_text;
 };
 

@@ -13,7 +13,8 @@ namespace ZorLog {
 
 namespace {
 
-// MinGW's vswprintf reads %s as narrow text; Windows' own functions take it as wide, as meant here.
+// MinGW's vswprintf follows ISO C, where %s takes narrow text. The log's formats are written for
+// Windows' rule, where it takes wide text, which msvcrt's functions have kept.
 std::wstring FormatMessageText(const wchar_t* format, va_list arguments) {
     if (!format) {
         return {};

@@ -12,36 +12,29 @@ constexpr char kLogSource[] = "nvmlinfo\\dynamicnvml.cpp";
 
 // The first of `names` that the library exports, else null.
 template <typename Function>
-void Bind(HMODULE library, Function*& entryPoint, std::initializer_list<const char*> names) {
+Function* FindFirst(HMODULE library, std::initializer_list<const char*> names) {
     for (const char* name : names) {
         if (const FARPROC found = GetProcAddress(library, name)) {
-            entryPoint = reinterpret_cast<Function*>(reinterpret_cast<void*>(found));
-            return;
+            return reinterpret_cast<Function*>(reinterpret_cast<void*>(found));
         }
     }
+    return nullptr;
 }
 
 void BindEntryPoints(HMODULE library, NvmlApi& nvml) {
-    Bind(library, nvml.init, {"nvmlInit_v2", "nvmlInit"});
-    Bind(library, nvml.shutdown, {"nvmlShutdown"});
-    Bind(library, nvml.errorString, {"nvmlErrorString"});
-    Bind(library, nvml.deviceGetCount, {"nvmlDeviceGetCount_v2", "nvmlDeviceGetCount"});
-    Bind(library, nvml.deviceGetHandleByIndex,
-         {"nvmlDeviceGetHandleByIndex_v2", "nvmlDeviceGetHandleByIndex"});
-    Bind(library, nvml.deviceGetUtilizationRates, {"nvmlDeviceGetUtilizationRates"});
-    Bind(library, nvml.deviceGetMemoryInfo, {"nvmlDeviceGetMemoryInfo"});
-    Bind(library, nvml.deviceGetName, {"nvmlDeviceGetName"});
-    Bind(library, nvml.deviceGetTemperature, {"nvmlDeviceGetTemperature"});
-    Bind(library, nvml.deviceGetPciInfo,
-         {"nvmlDeviceGetPciInfo_v3", "nvmlDeviceGetPciInfo_v2", "nvmlDeviceGetPciInfo"});
-    Bind(library, nvml.deviceGetFanSpeed, {"nvmlDeviceGetFanSpeed"});
-    Bind(library, nvml.deviceGetClockInfo, {"nvmlDeviceGetClockInfo"});
-    Bind(library, nvml.deviceGetMaxClockInfo, {"nvmlDeviceGetMaxClockInfo"});
-    Bind(library, nvml.deviceGetClock, {"nvmlDeviceGetClock"});
-    Bind(library, nvml.deviceGetSerial, {"nvmlDeviceGetSerial"});
-    Bind(library, nvml.deviceGetVbiosVersion, {"nvmlDeviceGetVbiosVersion"});
-    Bind(library, nvml.systemGetDriverVersion, {"nvmlSystemGetDriverVersion"});
-    Bind(library, nvml.deviceGetBoardPartNumber, {"nvmlDeviceGetBoardPartNumber"});
+#define ZORVANE_NVML_BIND(member, presence, signature, ...) \
+    nvml.member = FindFirst<signature>(library, {__VA_ARGS__});
+    ZORVANE_NVML_ENTRY_POINTS(ZORVANE_NVML_BIND)
+#undef ZORVANE_NVML_BIND
+}
+
+bool IsUsable(const NvmlApi& nvml) {
+    bool isUsable = true;
+#define ZORVANE_NVML_CHECK(member, presence, signature, ...) \
+    isUsable = isUsable && (NvmlPresence::presence == NvmlPresence::kOptional || nvml.member);
+    ZORVANE_NVML_ENTRY_POINTS(ZORVANE_NVML_CHECK)
+#undef ZORVANE_NVML_CHECK
+    return isUsable;
 }
 
 bool Succeeded(const NvmlApi& nvml, nvmlReturn_t code) {
@@ -60,21 +53,23 @@ nvmlDevice_t DeviceHandle(const NvmlApi& nvml, uint32_t index) {
     return found ? device : nullptr;
 }
 
-// One reading. The handle is looked up also for an entry point that is not there.
+// One reading. The handle is deliberately not kept: each reading looks it up anew, and does so even
+// when the entry point is missing.
 template <typename Function, typename... Arguments>
 bool Read(const NvmlApi& nvml, uint32_t index, Function* function, Arguments... arguments) {
     const nvmlDevice_t device = DeviceHandle(nvml, index);
     return function && device && Succeeded(nvml, function(device, arguments...));
 }
 
-// NVML is told less room than there is, so that a text without an end still ends here.
+// NVML is told one character less than there is room for: a text that it does not terminate still
+// ends within the buffer.
 using TextFunction = nvmlReturn_t(nvmlDevice_t device, char* text, uint32_t length);
 NvmlText ReadText(const NvmlApi& nvml, uint32_t index, TextFunction* function, uint32_t capacity) {
     NvmlText text{};
     return Read(nvml, index, function, text.characters, capacity) ? text : NvmlText{};
 }
 
-// A number that a failing call may have written is not handed on.
+// Reads into a copy, because a call may write to its argument and fail all the same.
 template <typename Value, typename Function, typename... Arguments>
 bool ReadValue(const NvmlApi& nvml, uint32_t index, Value& value, Function* function,
                Arguments... arguments) {
@@ -111,13 +106,14 @@ int NvmlApi::Load(const wchar_t* path) {
     if (!path) {
         return 0;
     }
+    // Deliberately never freed: NVML's own threads may outlive any use of it.
     const HMODULE library = LoadLibraryW(path);
     if (!library) {
         LOG_INFO(L"NVML DLL is not installed or not found at the default path.");
         return 0;
     }
     BindEntryPoints(library, *this);
-    if (!init || !deviceGetCount) {
+    if (!IsUsable(*this)) {
         LOG_INFO(L"nvmlInit func failed");
         return 0;
     }
@@ -128,6 +124,7 @@ int NvmlApi::Load(const wchar_t* path) {
     }
     uint32_t count = 0;
     result = deviceGetCount(&count);
+    // NVML stays started here, and is not shut down later: the count decides that, and is 0.
     if (result != NVML_SUCCESS) {
         LOG_INFO(L"nvmlDeviceGetCount failed, ret = %d", result);
         return 0;

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "src/nvmlinfo/nvml.h"
+#include "src/nvmlinfo/nvmlentrypoints.h"
 
 /** An 8-bit text from NVML, always terminated; empty when it could not be read. */
 struct NvmlText {
@@ -16,6 +16,10 @@ struct NvmlClocks {
     uint32_t mhz[NVML_CLOCK_COUNT];
 };
 
+/** A signature by a name, so that a pointer to it can be declared as to any other type. */
+template <typename Signature>
+using NvmlFunction = Signature;
+
 /**
  * The entry points of NVML that a task may need, and the number of GPUs. Zero-filled at creation;
  * only init and device count are sure to be there after a successful Load. The library stays loaded
@@ -27,26 +31,9 @@ struct NvmlClocks {
 struct NvmlApi {
     uint32_t deviceCount;
 
-    nvmlReturn_t (*init)();
-    nvmlReturn_t (*shutdown)();
-    const char* (*errorString)(nvmlReturn_t result);
-    nvmlReturn_t (*deviceGetCount)(uint32_t* count);
-    nvmlReturn_t (*deviceGetHandleByIndex)(uint32_t index, nvmlDevice_t* device);
-    nvmlReturn_t (*deviceGetUtilizationRates)(nvmlDevice_t device, nvmlUtilization_t* rates);
-    nvmlReturn_t (*deviceGetMemoryInfo)(nvmlDevice_t device, nvmlMemory_t* memory);
-    nvmlReturn_t (*deviceGetName)(nvmlDevice_t device, char* name, uint32_t length);
-    nvmlReturn_t (*deviceGetTemperature)(nvmlDevice_t device, nvmlTemperatureSensors_t sensor,
-                                         uint32_t* celsius);
-    nvmlReturn_t (*deviceGetPciInfo)(nvmlDevice_t device, nvmlPciInfo_t* pci);
-    nvmlReturn_t (*deviceGetFanSpeed)(nvmlDevice_t device, uint32_t* percent);
-    nvmlReturn_t (*deviceGetClockInfo)(nvmlDevice_t device, nvmlClockType_t type, uint32_t* mhz);
-    nvmlReturn_t (*deviceGetMaxClockInfo)(nvmlDevice_t device, nvmlClockType_t type, uint32_t* mhz);
-    nvmlReturn_t (*deviceGetClock)(nvmlDevice_t device, nvmlClockType_t type, nvmlClockId_t id,
-                                   uint32_t* mhz);
-    nvmlReturn_t (*deviceGetSerial)(nvmlDevice_t device, char* serial, uint32_t length);
-    nvmlReturn_t (*deviceGetVbiosVersion)(nvmlDevice_t device, char* version, uint32_t length);
-    nvmlReturn_t (*systemGetDriverVersion)(char* version, uint32_t length);
-    nvmlReturn_t (*deviceGetBoardPartNumber)(nvmlDevice_t device, char* number, uint32_t length);
+#define ZORVANE_NVML_MEMBER(member, presence, signature, ...) NvmlFunction<signature>* member;
+    ZORVANE_NVML_ENTRY_POINTS(ZORVANE_NVML_MEMBER)
+#undef ZORVANE_NVML_MEMBER
 
     /**
      * Loads the library at `path`, binds it, starts NVML and counts the GPUs. Non-zero exactly when

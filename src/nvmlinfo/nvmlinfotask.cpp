@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "src/amdsdk/utility.h"
 #include "src/log/logsite.h"
 #include "src/module.h"
+#include "src/system/operatingsystem.h"
 #include "zorvane/wire.h"
 
 namespace {
@@ -17,10 +17,13 @@ constexpr char kLogSource[] = "nvmlinfo\\nvmlinfotask.cpp";
 // One for all instances: the static records are sent once in the life of the process.
 bool s_staticPass = true;
 
+// Where the driver has installed NVML for a long time. Recent ones install it elsewhere; the host
+// process makes up for that.
 void GetNvmlPath(ModulePath& path) {
     std::fill(std::begin(path), std::end(path), L'\0');
     const DWORD length = ExpandEnvironmentStringsW(
         L"%ProgramW6432%\\NVIDIA Corporation\\NVSMI\\Nvml.dll", path, MAX_PATH);
+    // The content of a buffer that was too small is not defined.
     if (length > MAX_PATH) {
         path[0] = L'\0';
     }
@@ -83,6 +86,7 @@ void FillPciInfo(const NvmlApi& nvml, NvmlGpuRecord& record) {
     record.pciBus = pci.bus;
     record.pciDevice = pci.device;
     record.pciDeviceId = pci.pciDeviceId;
+    // The subsystem id is deliberately left 0, as readers of the record know it.
     CopyText(pci.busId, std::size(pci.busId), record.pciBusId);
 }
 

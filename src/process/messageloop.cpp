@@ -16,11 +16,12 @@ void RunMessageLoop() {
     bool idle = true;
     for (;;) {
         MSG message{};
-        // There is nothing to do in idle time, so one look at the empty queue ends it.
+        // Nothing is done in idle time, so one look at an empty queue ends it.
         if (idle && !PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE)) {
             idle = false;
         }
         const BOOL got = GetMessageW(&message, nullptr, 0, 0);
+        // An error that only bad arguments cause; ending the worker for it would be worse.
         if (got == -1) {
             continue;
         }

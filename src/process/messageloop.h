@@ -3,7 +3,8 @@
 
 #include <windows.h>
 
-/** False for messages that come so often, and mean so little, that they begin no new idle time. */
+/** False for the frequent messages (mouse moves, paints, the caret's timer) that start no idle
+ * time. */
 bool BeginsIdleTime(UINT message);
 
 /** Takes and dispatches the calling thread's messages until WM_QUIT. */

@@ -51,6 +51,7 @@ bool CMsgLoopProcess::SendCopyData(const COPYDATASTRUCT* data) {
         LOG_INFO(L"Send msg to stub wnd failed, msg=%d", static_cast<int>(data->dwData));
         return false;
     }
+    // A send that fails or times out is deliberately not logged; only a missing stub is.
     return SendMessageTimeoutW(m_stub, WM_COPYDATA, reinterpret_cast<WPARAM>(Window()),
                                reinterpret_cast<LPARAM>(data), SMTO_BLOCK, kSendTimeoutMs,
                                nullptr) > 0;
@@ -124,6 +125,7 @@ LRESULT CMsgLoopProcess::OnCreate() {
         return 0;
     }
     SendHello();
+    // The period starts now, even if the timer should be there already.
     KillTimer(Window(), kStubCheckTimerId);
     SetTimer(Window(), kStubCheckTimerId, kStubCheckPeriodMs, nullptr);
     return 0;
@@ -134,7 +136,8 @@ bool CMsgLoopProcess::StartWorkThread() {
     if (!m_quitEvent) {
         return false;
     }
-    // Held until the handle is stored: a short work function must find the handle that it closes.
+    // Held until the handle is stored: a work function that returns at once closes this very
+    // handle.
     const CSrwLockGuard starting(m_workThreadLock);
     m_workThread =
         reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, WorkThreadEntry, this, 0, nullptr));
@@ -194,7 +197,7 @@ HANDLE CMsgLoopProcess::TakeWorkThread() {
 }
 
 void CMsgLoopProcess::CloseQuitEvent() {
-    // Waiters let go at once: the event has been set.
+    // Waiters hold the lock, but not for long: the event has just been set.
     const CSrwLockGuard closing(m_quitEventLock);
     CloseHandle(m_quitEvent);
     m_quitEvent = nullptr;

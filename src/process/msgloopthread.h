@@ -30,5 +30,6 @@ class CMsgLoopThread : public CWindowBase, public CThread {
   private:
     BOOL m_handled = FALSE;
     // For a creator that runs the loop on a thread of its own and must know when the window exists.
+    // Nobody here waits for it. Never closed: such a creator may hold a copy of the handle.
     HANDLE m_windowCreated;
 };

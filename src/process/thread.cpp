@@ -26,7 +26,7 @@ LONG CThread::RequestStop() { return m_stopFlag.exchange(1); }
 
 void CThread::Stop(bool wait) {
     m_stopFlag.exchange(1);
-    // Read once: the thread clears the member on its own way out.
+    // Read once: the thread clears the member when it ends.
     const HANDLE handle = m_handle;
     if (m_threadId == GetCurrentThreadId() || !wait || !handle) {
         return;
@@ -42,8 +42,9 @@ LONG CThread::ResetStop() { return m_stopFlag.exchange(0); }
 
 unsigned __stdcall CThread::ThreadEntry(void* parameter) {
     auto* self = static_cast<CThread*>(parameter);
+    // Wait until Start has stored the handle and the id.
     { const CSrwLockGuard started(s_startLock); }
-    // The apartment ends with the thread; there is no CoUninitialize on purpose.
+    // Deliberately without a CoUninitialize: the apartment ends with its thread.
     static_cast<void>(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
     self->m_stopFlag.store(0);
     try {

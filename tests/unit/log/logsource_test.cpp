@@ -5,7 +5,7 @@
 #include <regex>
 
 #include "src/amdsdk/amdsdktask.h"
-#include "src/amdsdk/utility.h"
+#include "src/amdsdk/driverservice.h"
 #include "src/nvmlinfo/dynamicnvml.h"
 #include "src/nvmlinfo/nvmlinfotask.h"
 #include "src/process/msgloopprocess.h"

@@ -1,5 +1,5 @@
 #include "base/handle.h"
-#include "src/amdsdk/utility.h"
+#include "src/amdsdk/driverservice.h"
 #include "tests/support/driverservice.h"
 #include "tests/unit/sim/simfixture.h"
 

@@ -11,7 +11,7 @@
 #include "sim/scenario/windowsfunctions.h"
 #include "src/amdsdk/productname.h"
 #include "src/amdsdk/servicehandle.h"
-#include "src/amdsdk/utility.h"
+#include "src/system/vbsstatus.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/sim/simfixture.h"
 

@@ -1,7 +1,8 @@
+#include "src/system/vbsstatus.h"
+
 #include <gtest/gtest.h>
 #include <wbemidl.h>
 
-#include "src/amdsdk/utility.h"
 #include "tests/support/fakewmi.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "src/amdsdk/utility.h"
+#include "src/amdsdk/driverservice.h"
 #include "src/log/logger.h"
 #include "tests/unit/amdsdk/driverservicefixture.h"
 

@@ -1,4 +1,4 @@
-#include "src/amdsdk/utility.h"
+#include "src/amdsdk/driverservice.h"
 
 #include <windows.h>
 
@@ -12,83 +12,10 @@
 
 namespace {
 
+// One source with the checks of the operating system for those who read the log.
 constexpr char kLogSource[] = "amdsdk\\utility.cpp";
 
 constexpr wchar_t kDriverDevicePath[] = L"\\\\.\\AMDRyzenMasterDriverV15";
-
-bool s_x64Unknown = true;
-bool s_isX64 = false;
-bool s_windows10Unknown = true;
-bool s_isWindows10 = false;
-
-template <typename Function>
-Function* FindFunction(HMODULE module, const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-}
-
-bool IsWorkstation() {
-    OSVERSIONINFOEXW version{};
-    version.dwOSVersionInfoSize = sizeof(version);
-    version.wProductType = VER_NT_WORKSTATION;
-    return VerifyVersionInfoW(&version, VER_PRODUCT_TYPE,
-                              VerSetConditionMask(0, VER_PRODUCT_TYPE, VER_EQUAL));
-}
-
-// PROCESSOR_ARCHITECTURE_IA64, _AMD64 and _ARM64.
-bool IsX64Architecture(WORD architecture) {
-    constexpr unsigned kX64Architectures = 1u << 6 | 1u << 9 | 1u << 12;
-    return architecture < 13 && (kX64Architectures >> architecture & 1u) != 0;
-}
-
-bool AskIsX64OS() {
-    const auto getNativeSystemInfo = FindFunction<void WINAPI(SYSTEM_INFO*)>(
-        GetModuleHandleW(L"kernel32.dll"), "GetNativeSystemInfo");
-    if (!getNativeSystemInfo) {
-        return false;
-    }
-    SYSTEM_INFO info{};
-    getNativeSystemInfo(&info);
-    if (IsX64Architecture(info.wProcessorArchitecture)) {
-        return true;
-    }
-    const auto isWow64Process2 = FindFunction<BOOL WINAPI(HANDLE, USHORT*, USHORT*)>(
-        GetModuleHandleW(L"kernel32"), "IsWow64Process2");
-    USHORT processMachine = 0;
-    USHORT nativeMachine = 0;
-    return isWow64Process2 &&
-           isWow64Process2(GetCurrentProcess(), &processMachine, &nativeMachine) &&
-           nativeMachine == IMAGE_FILE_MACHINE_ARM64;
-}
-
-// Early builds of Windows 10 called themselves 6.4.
-bool IsWindows10Version(DWORD major, DWORD minor) {
-    return (major == 10 && minor == 0) || (major == 6 && minor == 4);
-}
-
-bool AskIsWindows10() {
-    const HMODULE ntdll = LoadLibraryW(L"ntdll.dll");
-    if (!ntdll) {
-        return false;
-    }
-    DWORD major = 0;
-    DWORD minor = 0;
-    DWORD build = 0;
-    const auto getVersion =
-        FindFunction<void WINAPI(DWORD*, DWORD*, DWORD*)>(ntdll, "RtlGetNtVersionNumbers");
-    if (getVersion) {
-        getVersion(&major, &minor, &build);
-    }
-    FreeLibrary(ntdll);
-    return IsWindows10Version(major, minor);
-}
-
-bool IsWindows10() {
-    if (s_windows10Unknown) {
-        s_windows10Unknown = false;
-        s_isWindows10 = AskIsWindows10();
-    }
-    return s_isWindows10;
-}
 
 CServiceHandle OpenManager() {
     return CServiceHandle(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
@@ -105,7 +32,7 @@ CServiceHandle CreateDriverService(const CServiceHandle& manager, const std::wst
                                          nullptr, nullptr, nullptr, nullptr, nullptr));
 }
 
-// The handle is nobody's: once the device is open it stays open as long as the process lives.
+// The handle is deliberately leaked: the device stays open for the life of the process.
 bool OpenDriverDevice() {
     return CreateFileW(kDriverDevicePath, GENERIC_READ | GENERIC_WRITE,
                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
@@ -118,8 +45,8 @@ std::wstring DriverPath() {
     return std::wstring(folder) + L"\\" + kDriverFileName;
 }
 
-// False when the service exists and cannot be opened. Any other failure leaves `service` empty and
-// is found out by the start.
+// False when the service exists and cannot be opened. Any other failure leaves `service` empty; the
+// start then fails for the missing handle and is what gets reported.
 bool CreateOrOpenService(const CServiceHandle& manager, const std::wstring& path,
                          CServiceHandle& service) {
     service = CreateDriverService(manager, path);
@@ -140,7 +67,8 @@ bool CreateOrOpenService(const CServiceHandle& manager, const std::wstring& path
     return true;
 }
 
-// For a service whose registered file has gone: made afresh, once.
+// For a service whose registered file no longer exists, as after the utility was moved: creates it
+// anew, once.
 bool RecreateAndStartService(const CServiceHandle& manager, const std::wstring& path,
                              CServiceHandle& service) {
     if (!DeleteService(service.get())) {
@@ -181,30 +109,6 @@ bool StartDriverService(const CServiceHandle& manager, const std::wstring& path,
 
 }  // namespace
 
-bool IsSupportedOS() {
-    if (!IsWorkstation()) {
-        LOG_INFO(L"IsSupportedOS not workstation");
-        return false;
-    }
-    if (!IsX64OS()) {
-        LOG_INFO(L"IsSupportedOS not x64");
-        return false;
-    }
-    if (!IsWindows10()) {
-        LOG_INFO(L"IsSupportedOS not win10");
-        return false;
-    }
-    return true;
-}
-
-bool IsX64OS() {
-    if (s_x64Unknown) {
-        s_x64Unknown = false;
-        s_isX64 = AskIsX64OS();
-    }
-    return s_isX64;
-}
-
 int QueryDrvService() {
     const CServiceHandle manager = OpenManager();
     if (!manager) {
@@ -216,6 +120,7 @@ int QueryDrvService() {
         LOG_INFO(L"OpenService error. %d", error);
         return -2;
     }
+    // A query that fails leaves zeros, which is not running.
     SERVICE_STATUS status{};
     QueryServiceStatus(service.get(), &status);
     service.reset();
@@ -268,6 +173,7 @@ void DeleteDriver() {
         LOG_INFO(L"DeleteDriver OpenService failed. %d", error);
         return;
     }
+    // Not checked: a driver that does not run cannot be stopped, and is deleted all the same.
     SERVICE_STATUS status{};
     ControlService(service.get(), SERVICE_CONTROL_STOP, &status);
     if (!DeleteService(service.get())) {

@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "src/amdsdk/utility.h"
+#include "src/system/operatingsystem.h"
 #include "tests/support/fakewindows.h"
 #include "tests/support/testlog.h"
 

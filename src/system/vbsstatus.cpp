@@ -1,3 +1,5 @@
+#include "src/system/vbsstatus.h"
+
 #include <windows.h>
 
 #include <objbase.h>
@@ -5,8 +7,6 @@
 #include <wbemidl.h>
 
 #include <memory>
-
-#include "src/amdsdk/utility.h"
 
 namespace {
 
@@ -69,7 +69,8 @@ ComPointer<IWbemClassObject> Next(IEnumWbemClassObject& enumerator) {
     return ComPointer<IWbemClassObject>(returned != 0 ? object : nullptr);
 }
 
-// The 32 bits that a number of the common types occupies, whatever the type says.
+// WMI hands a uint32 over as VT_I4. The type is not checked: an instance without the property gives
+// an empty VARIANT, whose bits are 0.
 uint32_t ReadStatus(IWbemClassObject& object) {
     VARIANT value{};
     VariantInit(&value);
@@ -80,10 +81,11 @@ uint32_t ReadStatus(IWbemClassObject& object) {
 }
 
 int QueryInApartment(uint32_t* status) {
+    // Fails where the process has set up COM security before; the query then counts as failed.
     if (!InitializeSecurity()) {
         return 1;
     }
-    // Declared against the order of their making, so that they are released services first.
+    // Declared first to be released last: services, locator, enumerator.
     ComPointer<IEnumWbemClassObject> enumerator;
     const ComPointer<IWbemLocator> locator = CreateLocator();
     if (!locator) {

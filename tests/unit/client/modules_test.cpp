@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "base/modulepath.h"
 #include "tests/support/tempfolder.h"
 #include "tests/unit/client/fakeworker.h"
 
@@ -14,7 +15,8 @@ class ClientModulesTest : public testing::Test {
   protected:
     void SetUp() override {
         for (const wchar_t* name : {L"first.dll", L"second.dll"}) {
-            std::filesystem::copy_file(BesideTest(L"clientmodule.dll"), m_folder.PathOf(name));
+            std::filesystem::copy_file(ModuleFolder(nullptr) + L"clientmodule.dll",
+                                       m_folder.PathOf(name));
         }
     }
 

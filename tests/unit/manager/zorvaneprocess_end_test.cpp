@@ -56,7 +56,7 @@ TEST_F(ZorvaneProcessEnd, ReleasesEveryTaskOnceAfterTheLogLineAndDestroysThem) {
 TEST_F(ZorvaneProcessEnd, ReleasesEveryTaskAlsoWhenMemoryRunsOutInACycle) {
     onPause = [](int) { throw std::bad_alloc(); };
     EXPECT_THROW(m_manager.Execute(m_process), std::bad_alloc);
-    EXPECT_EQ(PlatformCalls("UnInit"), 1);
+    EXPECT_EQ(AmdCalls("UnInit"), 1);
     EXPECT_EQ(m_nvml.calls.back(), "nvmlShutdown()");
     EXPECT_EQ(m_log.Messages().back(), "[utility] DeleteService AMDRyzenMasterDriverV15 success.");
 }

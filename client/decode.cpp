@@ -60,15 +60,33 @@ Clocks ReadClocks(const uint32_t (&clocks)[kClockTypeCount]) {
     return result;
 }
 
+bool AreHexDigits(std::string_view text) {
+    return text.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+}
+
+// hhhh:hh:hh.h or hhhhhhhh:hh:hh.h
+bool IsBusId(std::string_view text) {
+    constexpr size_t kTail = std::string_view(":00:00.0").size();
+    if (text.size() != 4 + kTail && text.size() != 8 + kTail) {
+        return false;
+    }
+    const std::string_view domain = text.substr(0, text.size() - kTail);
+    const std::string_view tail = text.substr(domain.size());
+    return AreHexDigits(domain) && tail[0] == ':' && AreHexDigits(tail.substr(1, 2)) &&
+           tail[3] == ':' && AreHexDigits(tail.substr(4, 2)) && tail[6] == '.' &&
+           AreHexDigits(tail.substr(7));
+}
+
 std::optional<PciLocation> ReadPci(const NvmlGpuRecord& record) {
     const bool anyNumber =
         (record.pciDomain | record.pciBus | record.pciDevice | record.pciDeviceId) != 0;
-    if (!anyNumber && record.pciBusId[0] == '\0') {
+    const bool hasBusId = IsBusId(record.pciBusId);
+    if (!anyNumber && !hasBusId) {
         return std::nullopt;
     }
     PciLocation location{record.pciDomain, record.pciBus, record.pciDevice, record.pciDeviceId,
                          record.pciBusId};
-    if (location.busId.empty()) {
+    if (!hasBusId) {
         std::array<char, 48> text{};
         static_cast<void>(std::snprintf(text.data(), text.size(), "%08X:%02X:%02X.0",
                                         record.pciDomain, record.pciBus, record.pciDevice));
@@ -234,6 +252,8 @@ const char* FaultName(PayloadFault fault) {
             return "foreign_sender";
         case PayloadFault::kForeignWindow:
             return "foreign_window";
+        case PayloadFault::kImplausible:
+            return "implausible";
     }
     return "unknown";
 }

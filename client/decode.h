@@ -13,8 +13,10 @@
  *   name, serial, versions    the empty text
  *   PCI location              all of its numbers 0 and no bus id
  *
- * The two utilisations stay plain numbers: an idle GPU honestly reports 0, and a record whose
- * utilisation could not be read looks the same.
+ * The utilisations have no such value: an idle GPU honestly reports 0, and a record in which only
+ * they could not be read looks the same. They are std::nullopt where nothing at all was read.
+ *
+ * Numbers are taken as they come; "client/plausible.h" sorts out those that cannot be.
  */
 #pragma once
 
@@ -57,8 +59,9 @@ struct PciLocation {
     /** Device id in the high, vendor id in the low 16 bits. */
     uint32_t deviceId = 0;
     /**
-     * "domain:bus:device.function", never empty: made of the numbers for a driver that is too old
-     * to give it. Tells GPUs apart, across boots too; the index does not.
+     * "domain:bus:device.function" in hexadecimal digits, 4 or 8 for the domain. Made of the
+     * numbers where the record has no text of this form: old drivers leave it out, or leave bytes
+     * there that mean something else. Tells GPUs apart, across boots too; the index does not.
      */
     std::string busId;
 };
@@ -72,7 +75,7 @@ struct GpuReading {
     uint32_t index = 0;
     uint32_t count = 0;
     std::optional<std::wstring> name;
-    /** Both or none. An idle GPU reads 0; a record in which nothing was read has none. */
+    /** An idle GPU reads 0; a record in which nothing was read has neither. */
     std::optional<uint32_t> gpuUtilizationPercent;
     std::optional<uint32_t> memoryUtilizationPercent;
     std::optional<uint32_t> temperatureCelsius;
@@ -109,7 +112,11 @@ enum class PayloadFault {
     kForeignSender,
     /** A hello that names a window that is not the worker's. */
     kForeignWindow,
+    /** A number that no sensor means; the rest of the payload is taken. */
+    kImplausible,
 };
+
+inline constexpr PayloadFault kLastPayloadFault = PayloadFault::kImplausible;
 
 /** The fault as a short word in lower case, for filters and logs: "wrong_size". */
 const char* FaultName(PayloadFault fault);

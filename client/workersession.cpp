@@ -4,6 +4,8 @@
 #include <type_traits>
 #include <variant>
 
+#include "client/plausible.h"
+
 namespace zorvane {
 namespace {
 
@@ -25,7 +27,7 @@ std::optional<CallError> SendStopMessage(HWND stub, HWND worker) {
 }  // namespace
 
 std::string DescribeExit(const WorkerExit& exit) {
-    return exit.forced ? "was ended by force" : DescribeExit(exit.code, exit.greeted);
+    return exit.forced ? "was ended by force" : DescribeExit(exit.code, exit.greeted, exit.asked);
 }
 
 CWorkerSession::CWorkerSession(IWorkerListener& listener, const StopTimes& times)
@@ -64,23 +66,18 @@ void CWorkerSession::Stop() {
 void CWorkerSession::Press(const std::string& reason) {
     switch (m_step) {
         case StopStep::kNone:
-            m_step = StopStep::kAsked;
-            m_listener.OnStopStep(m_step, reason);
-            WaitBeforeNextStep(m_times.afterAsking);
-            if (m_workerWindow) {
+            EnterStep(StopStep::kAsked, m_times.afterAsking, reason);
+            // The listener may have pressed on meanwhile.
+            if (m_step == StopStep::kAsked && m_workerWindow) {
                 SendStop();
             }
             return;
         case StopStep::kAsked:
-            m_step = StopStep::kWindowTaken;
-            m_listener.OnStopStep(m_step, reason);
+            EnterStep(StopStep::kWindowTaken, m_times.afterTakingWindow, reason);
             m_stub.Destroy();
-            WaitBeforeNextStep(m_times.afterTakingWindow);
             return;
         case StopStep::kWindowTaken:
-            m_step = StopStep::kForced;
-            m_listener.OnStopStep(m_step, reason);
-            KillTimer(m_control.Handle(), kGraceTimerId);
+            EnterStep(StopStep::kForced, {}, reason);
             if (const auto error = m_process.Terminate()) {
                 m_listener.OnStopStep(m_step, Describe(*error));
             }
@@ -98,8 +95,15 @@ void CWorkerSession::SendStop() {
     }
 }
 
-void CWorkerSession::WaitBeforeNextStep(std::chrono::milliseconds grace) {
-    SetTimer(m_control.Handle(), kGraceTimerId, static_cast<UINT>(grace.count()), nullptr);
+// The listener comes last: one that calls Stop is already in the step after this.
+void CWorkerSession::EnterStep(StopStep step, std::chrono::milliseconds grace,
+                               const std::string& reason) {
+    m_step = step;
+    KillTimer(m_control.Handle(), kGraceTimerId);
+    if (step != StopStep::kForced) {
+        SetTimer(m_control.Handle(), kGraceTimerId, static_cast<UINT>(grace.count()), nullptr);
+    }
+    m_listener.OnStopStep(step, reason);
 }
 
 std::optional<LRESULT> CWorkerSession::OnControlMessage(UINT message, WPARAM wParam) {
@@ -123,26 +127,43 @@ void CWorkerSession::OnPayload(HWND sender, const Payload& payload) {
                                    "code " + std::to_string(payload.code) +
                                        " came from a window of another process than the worker's"});
     }
+    Decoded decoded = Decode(payload);
     std::visit(
-        [this](const auto& value) {
+        [this](auto& value) {
             using Value = std::decay_t<decltype(value)>;
             if constexpr (std::is_same_v<Value, Hello>) {
                 OnHello(value);
             }
             if constexpr (std::is_same_v<Value, GpuStatic>) {
+                ReportDoubt(RemoveImplausible(value));
                 m_listener.OnGpuStatic(value);
             }
             if constexpr (std::is_same_v<Value, GpuReading>) {
+                ReportDoubt(RemoveImplausible(value));
                 m_listener.OnGpuReading(value);
             }
             if constexpr (std::is_same_v<Value, CpuTemperature>) {
-                m_listener.OnCpuTemperature(value);
+                OnCpuTemperature(value);
             }
             if constexpr (std::is_same_v<Value, PayloadError>) {
                 m_listener.OnPayloadError(value);
             }
         },
-        Decode(payload));
+        decoded);
+}
+
+void CWorkerSession::OnCpuTemperature(const CpuTemperature& temperature) {
+    const auto doubt = CheckPlausible(temperature);
+    ReportDoubt(doubt);
+    if (!doubt) {
+        m_listener.OnCpuTemperature(temperature);
+    }
+}
+
+void CWorkerSession::ReportDoubt(const std::optional<PayloadError>& doubt) {
+    if (doubt) {
+        m_listener.OnPayloadError(*doubt);
+    }
 }
 
 void CWorkerSession::OnHello(const Hello& hello) {
@@ -173,7 +194,8 @@ void CWorkerSession::OnProcessEnd() {
     exit.processId = m_process.Id();
     exit.code = *code;
     exit.greeted = m_workerWindow != nullptr;
-    exit.kind = ClassifyExit(exit.code, exit.greeted);
+    exit.asked = m_step != StopStep::kNone;
+    exit.kind = ClassifyExit(exit.code, exit.greeted, exit.asked);
     exit.forced = m_step == StopStep::kForced && exit.code == CWorkerProcess::kTerminatedCode;
     exit.lived = std::chrono::milliseconds(GetTickCount64() - m_startTick);
     KillTimer(m_control.Handle(), kGraceTimerId);

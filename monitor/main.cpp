@@ -3,18 +3,16 @@
 // After windows.h, which it needs.
 #include <shellapi.h>
 
-#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
 
-#include "client/text.h"
-#include "monitor/interrupts.h"
-#include "monitor/monitor.h"
-#include "monitor/options.h"
+#include "base/modulepath.h"
+#include "base/text.h"
+#include "monitor/commands/command.h"
+#include "monitor/options/commandline.h"
 #include "monitor/outcome.h"
 #include "monitor/output.h"
-#include "monitor/view.h"
 
 namespace {
 
@@ -30,30 +28,16 @@ std::vector<std::string> CommandLineWords() {
     return result;
 }
 
-// zorvanehost.exe beside this program.
-std::wstring DefaultHost() {
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length =
-            GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-        if (length < path.size()) {
-            path.resize(length);
-            break;
-        }
-        path.resize(path.size() * 2);
+int Say(const zorvane::ParseEnd& end) {
+    const DWORD target = end.exitCode == 0 ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE;
+    zorvane::COutput output(GetStdHandle(target));
+    output.Write(end.text);
+    const bool isLost = output.Failure() && !output.IsReaderGone();
+    if (isLost && end.exitCode == 0) {
+        zorvane::WriteNote(zorvane::Describe(*output.Failure()));
+        return zorvane::kExitOutput;
     }
-    return path.substr(0, path.find_last_of(L'\\') + 1) + L"zorvanehost.exe";
-}
-
-zorvane::ExitCode RunMonitor(const zorvane::Options& options) {
-    zorvane::COutput output(GetStdHandle(STD_OUTPUT_HANDLE));
-    const std::unique_ptr<zorvane::IView> view = zorvane::MakeView(options.format, output);
-    zorvane::CInterrupts interrupts;
-    if (const auto error = interrupts.Install()) {
-        zorvane::WriteNote(zorvane::Describe(*error));
-        return zorvane::kExitNotStarted;
-    }
-    return zorvane::CMonitor(options, *view, output, interrupts).Run();
+    return end.exitCode;
 }
 
 }  // namespace
@@ -62,11 +46,11 @@ int main() {
     // The worker inherits this: nobody is asked anything when a vendor library crashes.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
 
-    const auto parsed = zorvane::ParseOptions(CommandLineWords(), DefaultHost());
+    const zorvane::Commands commands = zorvane::MakeCommands();
+    const auto parsed = zorvane::ParseCommandLine(commands, CommandLineWords());
     if (const auto* end = std::get_if<zorvane::ParseEnd>(&parsed)) {
-        const DWORD target = end->exitCode == 0 ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE;
-        zorvane::COutput(GetStdHandle(target)).Write(end->text);
-        return end->exitCode;
+        return Say(*end);
     }
-    return RunMonitor(std::get<zorvane::Options>(parsed));
+    const auto& chosen = std::get<zorvane::Chosen>(parsed);
+    return chosen.command->Run({zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe", chosen.passedOn});
 }

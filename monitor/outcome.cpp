@@ -9,14 +9,23 @@ ExitCode OutcomeOf(const RunFacts& facts) {
     if (facts.reason == EndReason::kNotStarted) {
         return kExitNotStarted;
     }
-    if (facts.forced) {
+    if (facts.reason == EndReason::kRecordingBad) {
+        return kExitRecording;
+    }
+    // What a recorded worker needed was another run's concern.
+    if (facts.forced && facts.reason != EndReason::kRecordingEnded) {
         return kExitForced;
     }
     if (facts.reason == EndReason::kWorkerEnded) {
-        return facts.anyReading ? kExitEndedEarly : kExitNoReading;
+        return facts.anyReading ? kExitWorkerEnded : kExitNoReading;
     }
-    if (facts.reason == EndReason::kDuration && !facts.anyReading) {
+    const bool endedByItself =
+        facts.reason == EndReason::kDuration || facts.reason == EndReason::kRecordingEnded;
+    if (endedByItself && !facts.anyReading) {
         return kExitNoReading;
+    }
+    if (endedByItself && facts.tooShort) {
+        return kExitTooShort;
     }
     return kExitDone;
 }

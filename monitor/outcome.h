@@ -10,7 +10,9 @@ enum ExitCode : int {
     kExitNotStarted = 3,
     kExitNoReading = 4,
     kExitForced = 5,
-    kExitEndedEarly = 6,
+    kExitWorkerEnded = 6,
+    kExitTooShort = 7,
+    kExitRecording = 8,
 };
 
 /** Why a run came to its end. */
@@ -25,6 +27,10 @@ enum class EndReason {
     kNotStarted,
     /** The worker ended by itself, or crashed and is not to be started again. */
     kWorkerEnded,
+    /** All of a recording was shown. */
+    kRecordingEnded,
+    /** A recording cannot be read, or not to its end. */
+    kRecordingBad,
 };
 
 struct RunFacts {
@@ -33,6 +39,8 @@ struct RunFacts {
     bool anyReading = false;
     /** Whether the last worker was ended by force. */
     bool forced = false;
+    /** Whether fewer rounds have come than were asked for, or the readings had stopped. */
+    bool tooShort = false;
 };
 
 /** The exit code of a run; where several would fit, the gravest. */

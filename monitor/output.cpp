@@ -2,42 +2,9 @@
 
 #include <algorithm>
 
-#include "client/text.h"
+#include "base/textstream.h"
 
 namespace zorvane {
-namespace {
-
-bool IsConsole(HANDLE handle) {
-    DWORD mode = 0;
-    return GetConsoleMode(handle, &mode) != 0;
-}
-
-std::optional<CallError> WriteConsoleText(HANDLE handle, std::string_view text) {
-    const std::wstring wide = ToWide(text);
-    DWORD written = 0;
-    if (WriteConsoleW(handle, wide.data(), static_cast<DWORD>(wide.size()), &written, nullptr)) {
-        return std::nullopt;
-    }
-    return LastCallError("WriteConsoleW");
-}
-
-std::optional<CallError> WriteBytes(HANDLE handle, std::string_view text) {
-    while (!text.empty()) {
-        DWORD written = 0;
-        if (!WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr)) {
-            return LastCallError("WriteFile");
-        }
-        text.remove_prefix(written);
-    }
-    return std::nullopt;
-}
-
-// A console takes UTF-16, whatever its code page; everything else takes the bytes.
-std::optional<CallError> WriteText(HANDLE handle, std::string_view text) {
-    return IsConsole(handle) ? WriteConsoleText(handle, text) : WriteBytes(handle, text);
-}
-
-}  // namespace
 
 COutput::COutput(HANDLE handle) : m_handle(handle), m_isTerminal(IsConsole(handle)) {}
 
@@ -53,8 +20,13 @@ TerminalSize COutput::Size() const {
         return {};
     }
     const SMALL_RECT& window = info.srWindow;
-    return {static_cast<size_t>(window.Right - window.Left + 1),
-            static_cast<size_t>(window.Bottom - window.Top + 1)};
+    const int columns = window.Right - window.Left + 1;
+    const int rows = window.Bottom - window.Top + 1;
+    // A console whose window was closed, or that a pseudo terminal has not sized yet, has no cells.
+    if (columns < 1 || rows < 1) {
+        return {};
+    }
+    return {static_cast<size_t>(columns), static_cast<size_t>(rows)};
 }
 
 // The console's own functions rather than escape sequences: they work in every console of Windows,

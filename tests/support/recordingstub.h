@@ -1,4 +1,4 @@
-/** A stub window that records what it receives. */
+/** A stub window that keeps what it is told. */
 #pragma once
 
 #include <windows.h>
@@ -7,58 +7,55 @@
 #include <functional>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
-/** One WM_COPYDATA as received. */
+#include "base/windowthread.h"
+
+/** One WM_COPYDATA as it came. */
 struct StubMessage {
     ULONG_PTR code;
     std::string payload;
     HWND sender;
 };
 
-/** A real window on its own thread. The operations are called from the test's thread. */
+/** A real window on a thread of its own. Its operations may be called from the test's thread. */
 class CRecordingStub {
   public:
-    /** Called on the window's thread before the sender is answered; may be empty. */
+    /** Runs inside the handler, before the sender gets its answer; may be empty. */
     using Handler = std::function<void(const StubMessage& message)>;
 
     explicit CRecordingStub(Handler handler = {});
-    ~CRecordingStub();
-    CRecordingStub(const CRecordingStub&) = delete;
-    CRecordingStub& operator=(const CRecordingStub&) = delete;
 
-    HWND Window() const { return m_window; }
+    HWND Window() const { return m_window.Handle(); }
 
     /** "--wnd=<handle>" as a worker's command line has it. */
     std::wstring WindowWord() const;
 
     std::vector<StubMessage> Messages() const;
 
-    /** Waits until `done` accepts the messages received so far; false after half a minute. */
+    /** Waits until `done` is true of what has come; false when that takes longer than half a
+     * minute. */
     bool WaitUntil(const std::function<bool(const std::vector<StubMessage>&)>& done);
 
     /** Waits for `count` messages of a code. */
     bool WaitForMessages(ULONG_PTR code, size_t count);
 
-    /** Sends a WM_COPYDATA without payload to the window named in the hello; returns the answer. */
+    /** Sends a WM_COPYDATA without payload to the window that the hello named; its answer. */
     LRESULT SendToWorker(ULONG_PTR code);
 
-    /** Destroys the window and waits for the end of its thread. */
-    void Destroy();
+    /** Destroys the window and waits until it is gone. */
+    void Destroy() { m_window.Destroy(); }
 
   private:
-    static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    void Run(HANDLE ready);
     void Keep(const StubMessage& message);
 
     Handler m_handler;
-    HWND m_window = nullptr;
     mutable std::mutex m_lock;
     std::condition_variable m_arrived;
     std::vector<StubMessage> m_messages;
-    std::thread m_thread;
+    // Last: its thread uses the others.
+    zorvane::CWindowThread m_window;
 };
 
-/** The number of messages with a code. */
+/** How many messages of a code there are. */
 size_t CountMessages(const std::vector<StubMessage>& messages, ULONG_PTR code);

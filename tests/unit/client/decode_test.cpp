@@ -184,6 +184,33 @@ TEST(DecodeTest, KeepsTheClocksBeforeTheFirstFailure) {
     EXPECT_EQ(reading.clocksMHz, (Clocks{300u, 301u, std::nullopt, std::nullopt}));
 }
 
+TEST(DecodeTest, MakesABusIdOfTheNumbersWhereTheTextIsNone) {
+    for (const char* text : {"\xDE\xAD\x01", "00000001:02:03", "0001:02:03.00", "1:02:03.0",
+                             "00000001:02:03:0", "0000000g:02:03.0", " 0000001:02:03.0"}) {
+        NvmlGpuRecord record = FullRecord(kGpuRecordDynamic);
+        std::fill(std::begin(record.pciBusId), std::end(record.pciBusId), '\0');
+        Put<char>(record.pciBusId, text);
+        const auto reading = std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record)));
+        EXPECT_EQ(reading.pci->busId, "00000001:02:03.0") << text;
+    }
+}
+
+TEST(DecodeTest, TakesABusIdOfEitherLengthInEitherLetterCase) {
+    for (const char* text : {"0001:aB:03.0", "0000000F:0C:1f.7"}) {
+        NvmlGpuRecord record = FullRecord(kGpuRecordDynamic);
+        std::fill(std::begin(record.pciBusId), std::end(record.pciBusId), '\0');
+        Put<char>(record.pciBusId, text);
+        const auto reading = std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record)));
+        EXPECT_EQ(reading.pci->busId, text);
+    }
+}
+
+TEST(DecodeTest, TakesRubbishWithoutNumbersForNoLocation) {
+    NvmlGpuRecord record = UnreadRecord(kGpuRecordDynamic);
+    Put<char>(record.pciBusId, "\x01\x02");
+    EXPECT_FALSE(std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record))).pci);
+}
+
 TEST(DecodeTest, TakesABusIdAloneForALocation) {
     NvmlGpuRecord record = UnreadRecord(kGpuRecordDynamic);
     Put<char>(record.pciBusId, "00000000:00:00.0");

@@ -1,9 +1,10 @@
-/** Readings for tests. */
+/** Events for tests, put together by hand. */
 #pragma once
 
 #include <string>
+#include <utility>
 
-#include "client/decode.h"
+#include "monitor/event.h"
 
 /** GPU `index` at a bus id; none when that is empty. Utilisation 10 + index and 0, the rest not
  * read. */
@@ -38,4 +39,13 @@ inline zorvane::GpuStatic FullStatic() {
     fixed.driverVersion = L"551.86";
     fixed.maxClocksMHz = {3105, 3105, 10501, std::nullopt};
     return fixed;
+}
+
+/** A moment of the tests: 2024-11-21T04:42:11.123Z and so many seconds more. */
+inline zorvane::UtcTime TimeOfTest(int seconds = 0) {
+    return *zorvane::ParseRfc3339("2024-11-21T04:42:11.123Z") + std::chrono::seconds(seconds);
+}
+
+inline zorvane::Event EventAt(int seconds, zorvane::EventBody body) {
+    return {TimeOfTest(seconds), std::move(body)};
 }

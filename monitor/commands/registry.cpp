@@ -1,0 +1,16 @@
+#include "monitor/commands/command.h"
+#include "monitor/commands/record.h"
+#include "monitor/commands/replay.h"
+#include "monitor/commands/watch.h"
+
+namespace zorvane {
+
+Commands MakeCommands() {
+    Commands commands;
+    commands.push_back(std::make_unique<CWatchCommand>());
+    commands.push_back(std::make_unique<CRecordCommand>());
+    commands.push_back(std::make_unique<CReplayCommand>());
+    return commands;
+}
+
+}  // namespace zorvane

@@ -1,0 +1,26 @@
+#include "monitor/commands/runsource.h"
+
+#include "monitor/output.h"
+#include "monitor/run/interrupts.h"
+#include "monitor/views/forms.h"
+
+namespace zorvane {
+
+int RunSource(ISource& source, const ViewOptions& options, const RunLimits& limits,
+              const std::vector<IView*>& further) {
+    Display display;
+    if (const auto error = MakeDisplay(options, display)) {
+        WriteNote(Describe(*error));
+        return kExitOutput;
+    }
+    CInterrupts interrupts;
+    if (const auto error = interrupts.Install()) {
+        WriteNote(Describe(*error));
+        return kExitNotStarted;
+    }
+    std::vector<IView*> views{display.view.get()};
+    views.insert(views.end(), further.begin(), further.end());
+    return CRun(source, views, *display.notes, limits, interrupts).Execute();
+}
+
+}  // namespace zorvane

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "monitor/commands/command.h"
+#include "monitor/options/displayoptions.h"
+#include "monitor/options/runoptions.h"
+#include "monitor/options/workeroptions.h"
+
+namespace zorvane {
+
+/** Starts a worker and shows what it reports. */
+class CWatchCommand : public ICommand {
+  public:
+    std::string Name() const override { return "watch"; }
+    std::string Description() const override {
+        return "Start a worker and show what it reports (without a command: this one)";
+    }
+    void Declare(CLI::App& app) override;
+    bool TakesWords() const override { return true; }
+    int Run(const CommandContext& context) override;
+
+    /** What the command line said, after parsing. */
+    WorkerSourceOptions WorkerPart(const CommandContext& context) const {
+        return m_worker.Get(context);
+    }
+    RunLimits RunPart() const { return m_run.Get(); }
+    ViewOptions DisplayPart() const { return m_display.Get(); }
+
+  private:
+    CWorkerOptions m_worker;
+    CRunOptions m_run;
+    CDisplayOptions m_display;
+};
+
+}  // namespace zorvane

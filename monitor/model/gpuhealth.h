@@ -1,0 +1,37 @@
+/** Notices that a GPU is lost. */
+#pragma once
+
+#include <map>
+#include <optional>
+
+#include "monitor/event.h"
+
+namespace zorvane {
+
+/**
+ * A GPU is lost when it has given readings and gives none any more, or when a record has nothing
+ * at all, not even a name. A GPU that never has sensors is not: there are such.
+ */
+class CGpuHealth {
+  public:
+    /** A new worker: forgets all GPUs. */
+    void Reset() { m_gpus.clear(); }
+
+    /**
+     * Gives the GpuLostEvent or GpuBackEvent that this reading means, if any. Takes the
+     * utilisations out of a lost GPU's reading: its record has 0 there, like that of an idle one.
+     */
+    std::optional<EventBody> Check(GpuReading& reading);
+
+  private:
+    struct State {
+        bool hasAnswered = false;
+        bool isLost = false;
+        std::optional<std::string> busId;
+    };
+
+    /** By index, which stays with its GPU while the worker runs. */
+    std::map<uint32_t, State> m_gpus;
+};
+
+}  // namespace zorvane

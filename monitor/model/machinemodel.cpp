@@ -1,0 +1,144 @@
+#include "monitor/model/machinemodel.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace zorvane {
+namespace {
+
+// Letters beyond F sort behind every bus id.
+std::string SourceOfIndex(uint32_t index) { return fmt::format("gpu {:010}", index); }
+
+}  // namespace
+
+void CMachineModel::Apply(const Event& event) {
+    m_lastEvent = event.time;
+    std::visit([&](const auto& body) { ApplyBody(body, event.time); }, event.body);
+}
+
+std::string CMachineModel::SourceOf(const GpuReading& reading) const {
+    // A driver that gives two GPUs one bus id has not told them apart.
+    if (reading.pci && !IsOtherGpus(reading.pci->busId, reading.index)) {
+        return reading.pci->busId;
+    }
+    const auto known = m_sourceByIndex.find(reading.index);
+    return known != m_sourceByIndex.end() ? known->second : SourceOfIndex(reading.index);
+}
+
+GpuRow& CMachineModel::RowOf(const GpuReading& reading) {
+    const std::string source = SourceOf(reading);
+    const bool hasBusId = reading.pci && reading.pci->busId == source;
+    if (hasBusId && !m_sourceByIndex.contains(reading.index)) {
+        // What came before the first bus id moves along.
+        auto row = m_gpus.extract(SourceOfIndex(reading.index));
+        if (!row.empty()) {
+            row.key() = source;
+            m_gpus.insert(std::move(row));
+        }
+    }
+    GpuRow& row = m_gpus[source];
+    row.index = reading.index;
+    if (hasBusId) {
+        m_sourceByIndex[reading.index] = source;
+        row.busId = source;
+    }
+    return row;
+}
+
+bool CMachineModel::IsOtherGpus(const std::string& busId, uint32_t index) const {
+    return std::any_of(m_sourceByIndex.begin(), m_sourceByIndex.end(), [&](const auto& known) {
+        return known.second == busId && known.first != index;
+    });
+}
+
+void CMachineModel::KeepOnly(const std::set<std::string>& sources) {
+    for (auto& [source, row] : m_gpus) {
+        if (!sources.contains(source)) {
+            row.latest.reset();
+        }
+    }
+    if (!sources.contains(kCpuSource)) {
+        m_cpu.reset();
+    }
+}
+
+UtcTime CMachineModel::Time() const {
+    std::optional<UtcTime> oldest;
+    const auto add = [&oldest](UtcTime time) { oldest = oldest ? std::min(*oldest, time) : time; };
+    for (const auto& [source, row] : m_gpus) {
+        if (row.latest) {
+            add(row.time);
+        }
+    }
+    if (m_cpu) {
+        add(m_cpu->time);
+    }
+    return oldest.value_or(m_lastEvent);
+}
+
+void CMachineModel::ApplyBody(const StartEvent& start, UtcTime time) {
+    *this = CMachineModel();
+    m_start = start;
+    m_lastEvent = time;
+}
+
+void CMachineModel::ApplyBody(const WorkerStartEvent& start, UtcTime time) {
+    const std::optional<StartEvent> known = std::move(m_start);
+    *this = CMachineModel();
+    m_start = known;
+    m_workerId = start.workerId;
+    m_isWorkerUp = true;
+    m_lastEvent = time;
+}
+
+void CMachineModel::ApplyBody(const HelloEvent& hello, UtcTime) { m_hello = hello.hello; }
+
+void CMachineModel::ApplyBody(const GpuStatic& fixed, UtcTime) {
+    m_missing.erase("gpu");
+    RowOf(fixed.first).fixed = fixed;
+}
+
+void CMachineModel::ApplyBody(const GpuReading& reading, UtcTime time) {
+    m_missing.erase("gpu");
+    GpuRow& row = RowOf(reading);
+    row.latest = reading;
+    row.time = time;
+}
+
+void CMachineModel::ApplyBody(const CpuTemperature& temperature, UtcTime time) {
+    m_missing.erase(kCpuSource);
+    m_cpu = CpuRow{temperature, time};
+}
+
+void CMachineModel::ApplyBody(const MissingEvent& missing, UtcTime) {
+    m_missing[missing.what] = missing;
+}
+
+void CMachineModel::ApplyBody(const StaleEvent& stale, UtcTime) {
+    m_staleSince = stale.since;
+    KeepOnly({});
+}
+
+void CMachineModel::ApplyBody(const FreshEvent&, UtcTime) { m_staleSince.reset(); }
+
+void CMachineModel::ApplyBody(const GpuLostEvent& lost, UtcTime) { SetLost(lost.gpu, true); }
+
+void CMachineModel::ApplyBody(const GpuBackEvent& back, UtcTime) { SetLost(back.gpu, false); }
+
+void CMachineModel::ApplyBody(const ExitEvent&, UtcTime) {
+    m_isWorkerUp = false;
+    m_staleSince.reset();
+    KeepOnly({});
+}
+
+void CMachineModel::SetLost(const GpuId& gpu, bool isLost) {
+    for (auto& [source, row] : m_gpus) {
+        if (row.index == gpu.index) {
+            row.isLost = isLost;
+        }
+    }
+}
+
+}  // namespace zorvane

@@ -1,0 +1,107 @@
+/** What is known of the machine at a moment. */
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "monitor/event.h"
+
+namespace zorvane {
+
+/** The source that the CPU temperature is. */
+inline const std::string kCpuSource = "cpu";
+
+struct GpuRow {
+    /** From 0; stays with the GPU while its worker runs. */
+    uint32_t index = 0;
+    /** As the record has it; empty where two GPUs have the same, or this one has none. */
+    std::optional<std::string> busId;
+    std::optional<GpuStatic> fixed;
+    std::optional<GpuReading> latest;
+    /** When `latest` came. */
+    UtcTime time{};
+    bool isLost = false;
+};
+
+struct CpuRow {
+    CpuTemperature temperature;
+    UtcTime time{};
+};
+
+/**
+ * GPUs are kept by their PCI bus id, because their index may differ from boot to boot. While a
+ * worker runs an index stays with its GPU, so a record without a PCI location still finds its row.
+ * A reading is here only while it holds: not when its worker has gone, its source has fallen silent
+ * or the worker has.
+ */
+class CMachineModel {
+  public:
+    void Apply(const Event& event);
+
+    /** The source that a GPU's reading comes from; sorts by bus id. */
+    std::string SourceOf(const GpuReading& reading) const;
+
+    /** Forgets the readings of every other source: it has fallen silent. */
+    void KeepOnly(const std::set<std::string>& sources);
+
+    /** Where the run's readings come from; empty before the StartEvent. */
+    const std::optional<StartEvent>& Start() const { return m_start; }
+
+    /** 0: no worker has been started. It may have ended. */
+    DWORD WorkerId() const { return m_workerId; }
+    bool IsWorkerUp() const { return m_isWorkerUp; }
+    const std::optional<Hello>& WorkerHello() const { return m_hello; }
+
+    /** By source, so in the order of the bus ids. */
+    const std::map<std::string, GpuRow>& Gpus() const { return m_gpus; }
+    const std::optional<CpuRow>& Cpu() const { return m_cpu; }
+
+    /** Why something is missing, by what is missing. */
+    const std::map<std::string, MissingEvent>& Missing() const { return m_missing; }
+
+    /** Since when nothing has come, while that is so. */
+    const std::optional<UtcTime>& StaleSince() const { return m_staleSince; }
+
+    /**
+     * The time to show beside the readings: that of the oldest of them, so that none stands under a
+     * time at which it was no longer taken; without any, that of the last event.
+     */
+    UtcTime Time() const;
+
+  private:
+    void ApplyBody(const StartEvent& start, UtcTime time);
+    void ApplyBody(const WorkerStartEvent& start, UtcTime time);
+    void ApplyBody(const HelloEvent& hello, UtcTime time);
+    void ApplyBody(const GpuStatic& fixed, UtcTime time);
+    void ApplyBody(const GpuReading& reading, UtcTime time);
+    void ApplyBody(const CpuTemperature& temperature, UtcTime time);
+    void ApplyBody(const MissingEvent& missing, UtcTime time);
+    void ApplyBody(const StaleEvent& stale, UtcTime time);
+    void ApplyBody(const FreshEvent& fresh, UtcTime time);
+    void ApplyBody(const GpuLostEvent& lost, UtcTime time);
+    void ApplyBody(const GpuBackEvent& back, UtcTime time);
+    void ApplyBody(const ExitEvent& exit, UtcTime time);
+    template <typename T>
+    void ApplyBody(const T&, UtcTime) {}
+
+    GpuRow& RowOf(const GpuReading& reading);
+    void SetLost(const GpuId& gpu, bool isLost);
+    bool IsOtherGpus(const std::string& busId, uint32_t index) const;
+
+    std::optional<StartEvent> m_start;
+    DWORD m_workerId = 0;
+    bool m_isWorkerUp = false;
+    std::optional<Hello> m_hello;
+    std::map<std::string, GpuRow> m_gpus;
+    std::map<uint32_t, std::string> m_sourceByIndex;
+    std::optional<CpuRow> m_cpu;
+    std::map<std::string, MissingEvent> m_missing;
+    std::optional<UtcTime> m_staleSince;
+    UtcTime m_lastEvent{};
+};
+
+}  // namespace zorvane

@@ -1,0 +1,10 @@
+#include "monitor/model/roundtracker.h"
+
+namespace zorvane {
+
+void CRoundTracker::Complete() {
+    ++m_completed;
+    m_sources.clear();
+}
+
+}  // namespace zorvane

@@ -1,0 +1,50 @@
+#include "monitor/model/staleness.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zorvane {
+
+void CStaleness::Begin(Moment now) {
+    m_runs = true;
+    m_lastCheck = now.tick;
+    m_silence = {};
+    m_since = now.utc;
+    m_staleSince.reset();
+}
+
+std::optional<FreshEvent> CStaleness::OnRound() {
+    m_silence = {};
+    const auto since = std::exchange(m_staleSince, std::nullopt);
+    return since ? std::optional(FreshEvent{*since}) : std::nullopt;
+}
+
+std::optional<StaleEvent> CStaleness::Check(Moment now) {
+    if (!m_runs) {
+        return std::nullopt;
+    }
+    m_silence += std::min(now.tick - m_lastCheck, kLongestStep);
+    m_lastCheck = now.tick;
+    if (m_staleSince || m_silence < m_times.staleAfter) {
+        return std::nullopt;
+    }
+    m_staleSince = m_since;
+    return StaleEvent{m_since};
+}
+
+bool CStaleness::IsHopeless() const {
+    return m_runs && m_staleSince && m_silence >= m_times.restartAfter;
+}
+
+std::optional<std::chrono::milliseconds> CStaleness::DueTick() const {
+    constexpr std::chrono::milliseconds kPause = std::chrono::seconds(1);
+    if (!m_runs) {
+        return std::nullopt;
+    }
+    // In time for the limit that comes next, and never longer than a step may count.
+    const auto untilStale = m_times.staleAfter - m_silence;
+    const bool isNear = !m_staleSince && untilStale < kPause;
+    return m_lastCheck + (isNear ? std::max(untilStale, std::chrono::milliseconds(1)) : kPause);
+}
+
+}  // namespace zorvane

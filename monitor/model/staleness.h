@@ -1,0 +1,60 @@
+/** Notices that a worker has fallen silent. */
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+#include "monitor/event.h"
+#include "monitor/moment.h"
+
+namespace zorvane {
+
+struct StaleTimes {
+    /** Silence after which no reading holds any more. */
+    std::chrono::milliseconds staleAfter = std::chrono::seconds(5);
+    /** Silence after which the worker is given up; not before it is stale. */
+    std::chrono::milliseconds restartAfter = std::chrono::seconds(30);
+};
+
+/**
+ * Silence is the time without a complete round. It is counted in the steps in which Check is
+ * called: while the computer sleeps, or this process is held, nothing could be heard, so a step
+ * counts for kLongestStep at most.
+ */
+class CStaleness {
+  public:
+    static constexpr std::chrono::milliseconds kLongestStep = std::chrono::seconds(2);
+
+    explicit CStaleness(const StaleTimes& times) : m_times(times) {}
+
+    /** A worker has been started. */
+    void Begin(Moment now);
+
+    /** No worker runs. */
+    void End() { m_runs = false; }
+
+    /** A reading has come, which need not complete a round. */
+    void OnReading(UtcTime time) { m_since = time; }
+
+    /** A round is complete. Gives the event if there was a StaleEvent before. */
+    std::optional<FreshEvent> OnRound();
+
+    /** Gives the event when the silence has just become too long. To be called once a second. */
+    std::optional<StaleEvent> Check(Moment now);
+
+    /** Whether the worker has been silent for so long that it is to be started again. */
+    bool IsHopeless() const;
+
+    /** When to check next; empty while no worker runs. */
+    std::optional<std::chrono::milliseconds> DueTick() const;
+
+  private:
+    const StaleTimes m_times;
+    bool m_runs = false;
+    std::chrono::milliseconds m_lastCheck{};
+    std::chrono::milliseconds m_silence{};
+    UtcTime m_since{};
+    std::optional<UtcTime> m_staleSince;
+};
+
+}  // namespace zorvane

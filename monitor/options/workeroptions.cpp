@@ -1,0 +1,69 @@
+#include "monitor/options/workeroptions.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+
+#include "base/text.h"
+#include "monitor/options/values.h"
+
+namespace zorvane {
+namespace {
+
+std::string CheckVariable(const std::string& text) {
+    const size_t equals = text.find('=');
+    const bool isChange = equals != std::string::npos && equals > 0;
+    return isChange ? "" : fmt::format("--env takes NAME=VALUE, not \"{}\"", text);
+}
+
+std::string CheckStaleAfter(const std::string& text) {
+    return ParseSeconds(text)
+               ? ""
+               : fmt::format("--stale-after takes a number of seconds above 0, not \"{}\"", text);
+}
+
+}  // namespace
+
+void CWorkerOptions::Declare(CLI::App& app) {
+    AddValue(app, "--host", m_host, "The host program (default: zorvanehost.exe beside zorvanemon)",
+             "PATH");
+    AddValue(app, "--library", m_libraryPath, "The library (default: the one beside the host)",
+             "PATH");
+    AddValue(app, "--entry", m_entry, "The worker's name, shown at most 31 characters long",
+             "NAME");
+    app.add_option("--env", m_variables, "Set a variable for the worker only; may be repeated")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false)
+        ->check(CheckVariable);
+    app.add_flag("--no-restart", m_noRestart,
+                 "Do not start a worker again that crashed or fell silent");
+    AddValue(app, "--stale-after", m_staleAfter,
+             "Take readings for gone after so long without a complete round", "SECONDS")
+        ->check(CheckStaleAfter);
+    // Checked with the command's name at hand, in ParseCommandLine.
+    app.add_option("WORDS", m_words, "skip_delete; other words for the worker go behind --")
+        ->type_name("");
+}
+
+WorkerSourceOptions CWorkerOptions::Get(const CommandContext& context) const {
+    WorkerSourceOptions options;
+    options.worker.host = m_host.empty() ? context.defaultHost : ToWide(m_host);
+    options.worker.libraryPath = ToWide(m_libraryPath);
+    options.worker.entry = ToWide(m_entry);
+    for (const auto* words : {&m_words, &context.passedOn}) {
+        for (const std::string& word : *words) {
+            options.worker.words.push_back(ToWide(word));
+        }
+    }
+    for (const std::string& text : m_variables) {
+        const size_t equals = text.find('=');
+        options.worker.environment.push_back(
+            {ToWide(text.substr(0, equals)), ToWide(text.substr(equals + 1))});
+    }
+    options.restart = !m_noRestart;
+    options.stale.staleAfter = ParseSeconds(m_staleAfter).value_or(options.stale.staleAfter);
+    options.stale.restartAfter = std::max(options.stale.restartAfter, options.stale.staleAfter);
+    return options;
+}
+
+}  // namespace zorvane

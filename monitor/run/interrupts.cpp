@@ -1,0 +1,54 @@
+#include "monitor/run/interrupts.h"
+
+#include <atomic>
+
+namespace zorvane {
+namespace {
+
+// The system calls the handler on a thread of its own, at any time until the process ends: what it
+// touches is never taken down.
+std::atomic<unsigned> s_count{0};
+HANDLE s_interrupted = nullptr;
+HANDLE s_runEnded = nullptr;
+
+BOOL WINAPI OnConsoleEvent(DWORD type) {
+    s_count.fetch_add(1);
+    SetEvent(s_interrupted);
+    // Returning from one of the other events ends the process; the worker's orderly end comes
+    // first.
+    if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT) {
+        WaitForSingleObject(s_runEnded, INFINITE);
+    }
+    return TRUE;
+}
+
+}  // namespace
+
+CInterrupts::~CInterrupts() {
+    if (s_runEnded) {
+        SetEvent(s_runEnded);
+    }
+}
+
+std::optional<CallError> CInterrupts::Install() {
+    s_interrupted = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    s_runEnded = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    if (!s_interrupted || !s_runEnded) {
+        return LastCallError("CreateEventW");
+    }
+    if (!SetConsoleCtrlHandler(&OnConsoleEvent, TRUE)) {
+        return LastCallError("SetConsoleCtrlHandler");
+    }
+    return std::nullopt;
+}
+
+HANDLE CInterrupts::Event() const { return s_interrupted; }
+
+unsigned CInterrupts::Take() {
+    const unsigned count = s_count.load();
+    const unsigned fresh = count - m_taken;
+    m_taken = count;
+    return fresh;
+}
+
+}  // namespace zorvane

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "client/commandline.h"
+#include "monitor/event.h"
+
+namespace zorvane {
+
+/** The first event of a run with this worker; asks Windows for the computer's name and for the
+ * version in the library's file. */
+StartEvent MakeStart(const WorkerCommand& worker);
+
+}  // namespace zorvane

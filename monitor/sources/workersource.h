@@ -1,0 +1,71 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "client/workersession.h"
+#include "monitor/model/gpuhealth.h"
+#include "monitor/model/machinemodel.h"
+#include "monitor/model/roundtracker.h"
+#include "monitor/model/staleness.h"
+#include "monitor/sources/reportlimiter.h"
+#include "monitor/sources/source.h"
+
+namespace zorvane {
+
+struct WorkerSourceOptions {
+    WorkerCommand worker;
+    /** Whether a worker that crashed, or has fallen silent for good, is started again. */
+    bool restart = true;
+    StaleTimes stale;
+    StopTimes stop;
+};
+
+/** A stub: keeps a worker running until it is stopped, and gives what the worker reports. */
+class CWorkerSource : public ISource, private IWorkerListener {
+  public:
+    /** `start` is the first event. `clock` tells the time of what comes from the worker. */
+    CWorkerSource(WorkerSourceOptions options, StartEvent start,
+                  std::function<Moment()> clock = ReadMoment);
+
+    void Start(IEventSink& sink, Moment now) override;
+    void OnTime(Moment now) override;
+    std::optional<std::chrono::milliseconds> DueTick() const override;
+    void Stop() override;
+    std::optional<EndReason> End() const override { return m_end; }
+
+  private:
+    void OnHello(const Hello& hello) override;
+    void OnGpuStatic(const GpuStatic& fixed) override;
+    void OnGpuReading(const GpuReading& reading) override;
+    void OnCpuTemperature(const CpuTemperature& temperature) override;
+    void OnPayloadError(const PayloadError& error) override;
+    void OnStopStep(StopStep step, const std::string& reason) override;
+    void OnExit(const WorkerExit& exit) override;
+
+    void StartWorker(Moment now);
+    void GiveUpWorker(Moment now);
+    void NoteReading(const std::string& source, Moment now);
+    std::optional<std::chrono::milliseconds> RestartAfter(const WorkerExit& exit);
+    void Tell(Moment now, EventBody body);
+
+    const WorkerSourceOptions m_options;
+    const StartEvent m_start;
+    const std::function<Moment()> m_clock;
+    IEventSink* m_sink = nullptr;
+    CWorkerSession m_session;
+    CReportLimiter m_limiter;
+    CRoundTracker m_rounds;
+    CStaleness m_staleness;
+    CGpuHealth m_health;
+    unsigned m_restartAttempt = 0;
+    std::optional<std::chrono::milliseconds> m_restartTick;
+    /** Whether somebody wants no more of it. */
+    bool m_stopping = false;
+    /** Whether the worker that runs is being replaced. */
+    bool m_givenUp = false;
+    bool m_anyReading = false;
+    std::optional<EndReason> m_end;
+};
+
+}  // namespace zorvane

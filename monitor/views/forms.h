@@ -1,0 +1,29 @@
+/** The forms that a run can be shown in, by name. */
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "monitor/output.h"
+#include "monitor/views/view.h"
+#include "monitor/views/viewoptions.h"
+
+namespace zorvane {
+
+/** A view with what it writes to. */
+struct Display {
+    std::unique_ptr<COutput> output;
+    std::unique_ptr<IView> view;
+    /** Where notes go beside it: the view itself, or standard error. */
+    INotes* notes = nullptr;
+};
+
+/** The names, as --format takes them: in lower case, the default first. */
+const std::vector<std::string>& FormNames();
+
+/** Makes the display for a form of FormNames. The error if there is one. */
+[[nodiscard]] std::optional<CallError> MakeDisplay(const ViewOptions& options, Display& display);
+
+}  // namespace zorvane

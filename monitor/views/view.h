@@ -1,0 +1,56 @@
+/** What shows a run, or hands it on. */
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "base/callerror.h"
+#include "monitor/event.h"
+#include "monitor/model/machinemodel.h"
+
+namespace zorvane {
+
+/** Why a view can show nothing more. */
+struct ViewFailure {
+    CallError error;
+    /** Whether nobody reads any more, which is a way to end like any other. */
+    bool readerGone = false;
+};
+
+/**
+ * A view overrides what it needs. One thread; the model is to be read during the call only. For
+ * each thing that happens there is OnEvent; a round is told before the event that follows on it.
+ */
+class IView {
+  public:
+    virtual ~IView() = default;
+
+    /** Something happened; the model holds it already. */
+    virtual void OnEvent(const Event&, const CMachineModel&) {}
+
+    /**
+     * A round of readings is complete, or ends unfinished with its worker's silence. The model
+     * holds this round's readings and no others.
+     */
+    virtual void OnRound(const CMachineModel&) {}
+
+    /** All that came at once is in the model now: the moment to draw. */
+    virtual void OnChange(const CMachineModel&) {}
+
+    /** The run is over; the last call. */
+    virtual void OnEnd(const CMachineModel&) {}
+
+    /** Empty while all is well. Asked for after each of the calls above. */
+    virtual std::optional<ViewFailure> Failure() const { return std::nullopt; }
+};
+
+/** Where sentences for people go. */
+class INotes {
+  public:
+    virtual ~INotes() = default;
+
+    /** Shows one line, `text` being without a line end. */
+    virtual void ShowNote(const std::string& text) = 0;
+};
+
+}  // namespace zorvane

@@ -1,0 +1,105 @@
+#include "monitor/model/staleness.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/unit/monitor/readings.h"
+
+namespace zorvane {
+namespace {
+
+using namespace std::chrono_literals;
+
+Moment At(int seconds) { return {TimeOfTest(seconds), std::chrono::seconds(1000 + seconds)}; }
+
+// Checks once a second from `first` to `last`; gives the second in which it became stale.
+std::optional<int> CheckUntil(CStaleness& staleness, int first, int last) {
+    std::optional<int> stale;
+    for (int second = first; second <= last; ++second) {
+        if (staleness.Check(At(second))) {
+            EXPECT_FALSE(stale) << "told twice";
+            stale = second;
+        }
+    }
+    return stale;
+}
+
+TEST(StalenessTest, TellsASilenceOnceWhenItIsTooLong) {
+    CStaleness staleness({5s, 30s});
+    staleness.Begin(At(0));
+    staleness.OnReading(TimeOfTest(2));
+    staleness.OnRound();
+    EXPECT_EQ(CheckUntil(staleness, 1, 20), 5);
+    EXPECT_FALSE(staleness.IsHopeless());
+}
+
+TEST(StalenessTest, SaysSinceWhenNothingHasCome) {
+    CStaleness staleness({5s, 30s});
+    staleness.Begin(At(0));
+    staleness.OnReading(TimeOfTest(2));
+    CheckUntil(staleness, 1, 4);
+    EXPECT_EQ(staleness.Check(At(5))->since, TimeOfTest(2));
+}
+
+TEST(StalenessTest, CountsFromTheStartForAWorkerThatNeverReports) {
+    CStaleness staleness({5s, 30s});
+    staleness.Begin(At(0));
+    CheckUntil(staleness, 1, 4);
+    EXPECT_EQ(staleness.Check(At(5))->since, TimeOfTest(0));
+}
+
+TEST(StalenessTest, BeginsAnewWithEachRoundButNotWithASingleReading) {
+    CStaleness staleness({5s, 30s});
+    staleness.Begin(At(0));
+    EXPECT_FALSE(CheckUntil(staleness, 1, 4));
+    staleness.OnRound();
+    EXPECT_FALSE(CheckUntil(staleness, 5, 8));
+    staleness.OnReading(TimeOfTest(8));
+    EXPECT_TRUE(staleness.Check(At(9)));
+}
+
+TEST(StalenessTest, TellsWhenARoundHasComeAgain) {
+    CStaleness staleness({5s, 30s});
+    staleness.Begin(At(0));
+    EXPECT_FALSE(staleness.OnRound());
+    CheckUntil(staleness, 1, 10);
+    const auto fresh = staleness.OnRound();
+    ASSERT_TRUE(fresh);
+    EXPECT_EQ(fresh->since, TimeOfTest(0));
+    EXPECT_FALSE(staleness.OnRound());
+    EXPECT_EQ(CheckUntil(staleness, 11, 20), 15);
+}
+
+TEST(StalenessTest, GivesTheWorkerUpAfterTheLongerLimit) {
+    CStaleness staleness({5s, 30s});
+    staleness.Begin(At(0));
+    CheckUntil(staleness, 1, 29);
+    EXPECT_FALSE(staleness.IsHopeless());
+    staleness.Check(At(30));
+    EXPECT_TRUE(staleness.IsHopeless());
+    staleness.Begin(At(31));
+    EXPECT_FALSE(staleness.IsHopeless());
+}
+
+TEST(StalenessTest, DoesNotTakeAComputersSleepForSilence) {
+    CStaleness staleness({5s, 30s});
+    staleness.Begin(At(0));
+    EXPECT_FALSE(staleness.Check(At(3600)));
+    EXPECT_FALSE(staleness.IsHopeless());
+    EXPECT_FALSE(CheckUntil(staleness, 3601, 3602));
+    EXPECT_TRUE(staleness.Check(At(3603)));
+}
+
+TEST(StalenessTest, ChecksInTimeAndOnlyWhileAWorkerRuns) {
+    CStaleness staleness({1500ms, 30s});
+    EXPECT_FALSE(staleness.DueTick());
+    EXPECT_FALSE(staleness.Check(At(100)));
+    staleness.Begin(At(0));
+    EXPECT_EQ(staleness.DueTick(), 1001s);
+    staleness.Check(At(1));
+    EXPECT_EQ(staleness.DueTick(), 1001500ms);
+    staleness.End();
+    EXPECT_FALSE(staleness.DueTick());
+}
+
+}  // namespace
+}  // namespace zorvane

@@ -1,0 +1,217 @@
+#include "monitor/options/commandline.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "monitor/commands/watch.h"
+#include "monitor/outcome.h"
+
+namespace zorvane {
+namespace {
+
+using testing::HasSubstr;
+using Words = std::vector<std::string>;
+
+struct Watched {
+    WorkerSourceOptions source;
+    RunLimits limits;
+    ViewOptions view;
+};
+
+// What the watch command makes of the words.
+Watched Parsed(const Words& words) {
+    const Commands commands = MakeCommands();
+    const auto result = ParseCommandLine(commands, words);
+    if (const auto* end = std::get_if<ParseEnd>(&result)) {
+        ADD_FAILURE() << end->text;
+        return {};
+    }
+    const auto& chosen = std::get<Chosen>(result);
+    const auto* watch = dynamic_cast<const CWatchCommand*>(chosen.command);
+    if (!watch) {
+        ADD_FAILURE() << "another command";
+        return {};
+    }
+    return {watch->WorkerPart({L"C:\\default host.exe", chosen.passedOn}), watch->RunPart(),
+            watch->DisplayPart()};
+}
+
+ParseEnd Refused(const Words& words) {
+    const Commands commands = MakeCommands();
+    const auto result = ParseCommandLine(commands, words);
+    if (!std::holds_alternative<ParseEnd>(result)) {
+        ADD_FAILURE() << "accepted: " << testing::PrintToString(words);
+        return {};
+    }
+    return std::get<ParseEnd>(result);
+}
+
+// The first line of a refusal.
+std::string Sentence(const Words& words) {
+    const ParseEnd end = Refused(words);
+    EXPECT_EQ(end.exitCode, kExitUsage);
+    return end.text.substr(0, end.text.find('\n'));
+}
+
+TEST(CommandLineTest, HasDefaultsForEverything) {
+    const Watched options = Parsed({});
+    EXPECT_EQ(options.source.worker.host, L"C:\\default host.exe");
+    EXPECT_EQ(options.source.worker.libraryPath, L"");
+    EXPECT_EQ(options.source.worker.entry, L"zorvanemon");
+    EXPECT_TRUE(options.source.worker.words.empty());
+    EXPECT_TRUE(options.source.worker.environment.empty());
+    EXPECT_TRUE(options.source.restart);
+    EXPECT_EQ(options.source.stale.staleAfter, std::chrono::seconds(5));
+    EXPECT_EQ(options.source.stale.restartAfter, std::chrono::seconds(30));
+    EXPECT_EQ(options.view.format, "table");
+    EXPECT_FALSE(options.limits.count);
+    EXPECT_FALSE(options.limits.duration);
+}
+
+TEST(CommandLineTest, TakesEveryOption) {
+    const Watched options = Parsed({"--host",
+                                    "a b.exe",
+                                    "--library=x.dll",
+                                    "--entry",
+                                    "\xC3\x84",
+                                    "--format",
+                                    "json",
+                                    "--count",
+                                    "3",
+                                    "--duration",
+                                    "1.5",
+                                    "--env",
+                                    "A=1",
+                                    "--env",
+                                    "B=x=y",
+                                    "--no-restart",
+                                    "--stale-after",
+                                    "60",
+                                    "skip_delete",
+                                    "--",
+                                    "/word"});
+    EXPECT_EQ(options.source.worker.host, L"a b.exe");
+    EXPECT_EQ(options.source.worker.libraryPath, L"x.dll");
+    EXPECT_EQ(options.source.worker.entry, L"\x00C4");
+    EXPECT_EQ(options.view.format, "json");
+    EXPECT_EQ(options.limits.count, 3u);
+    EXPECT_EQ(options.limits.duration, std::chrono::milliseconds(1500));
+    ASSERT_EQ(options.source.worker.environment.size(), 2u);
+    EXPECT_EQ(options.source.worker.environment[1].name, L"B");
+    EXPECT_EQ(options.source.worker.environment[1].value, L"x=y");
+    EXPECT_FALSE(options.source.restart);
+    EXPECT_EQ(options.source.stale.staleAfter, std::chrono::seconds(60));
+    EXPECT_EQ(options.source.stale.restartAfter, std::chrono::seconds(60));
+    EXPECT_EQ(options.source.worker.words, (std::vector<std::wstring>{L"skip_delete", L"/word"}));
+}
+
+TEST(CommandLineTest, TakesTheCommandThatWatchesForGranted) {
+    EXPECT_EQ(Parsed({"watch", "--count", "3"}).limits.count, 3u);
+    EXPECT_EQ(Parsed({"WATCH", "--count", "3"}).limits.count, 3u);
+}
+
+TEST(CommandLineTest, TakesTheLastOfAnOptionThatIsGivenTwice) {
+    EXPECT_EQ(Parsed({"--count", "3", "--count", "4"}).limits.count, 4u);
+}
+
+TEST(CommandLineTest, TakesValuesAndKnownWordsInAnyLetterCase) {
+    EXPECT_EQ(Parsed({"--format", "JSON"}).view.format, "json");
+    EXPECT_EQ(Parsed({"Skip_Delete"}).source.worker.words,
+              std::vector<std::wstring>{L"Skip_Delete"});
+}
+
+TEST(CommandLineTest, DoesNotTakeAWordBehindAVariableForAnotherVariable) {
+    const Watched options = Parsed({"--env", "A=1", "skip_delete"});
+    EXPECT_EQ(options.source.worker.environment.size(), 1u);
+    EXPECT_EQ(options.source.worker.words, std::vector<std::wstring>{L"skip_delete"});
+}
+
+TEST(CommandLineTest, PassesAnyWordsBehindTwoDashes) {
+    EXPECT_EQ(Parsed({"--", "--count", "-x", "--", "replay", "/?"}).source.worker.words,
+              (std::vector<std::wstring>{L"--count", L"-x", L"--", L"replay", L"/?"}));
+}
+
+TEST(CommandLineTest, StartsNoWorkerForAWordThatItDoesNotKnow) {
+    EXPECT_EQ(Sentence({"skip_delte"}),
+              "zorvanemon: \"skip_delte\" is no command and no known word for the worker "
+              "(skip_delete); unknown words go behind --. Did you mean skip_delete?");
+    EXPECT_THAT(Sentence({"recrod", "file"}), HasSubstr("Did you mean record?"));
+    EXPECT_THAT(Sentence({"/x"}), HasSubstr("\"/x\" is no command"));
+    EXPECT_EQ(Sentence({"--count", "3", "replay"}),
+              "zorvanemon: \"replay\" is a command; a command comes first.");
+}
+
+TEST(CommandLineTest, RefusesWordsThatWouldUndoTheOptions) {
+    for (const char* word : {"--wnd=5", "--WND", "--Entry=x", "--library=y"}) {
+        EXPECT_THAT(Sentence({"--", word}), HasSubstr(word));
+    }
+}
+
+TEST(CommandLineTest, NamesWhatIsWrongWithAValue) {
+    for (const char* count : {"0", "-1", "1.5", "x", ""}) {
+        EXPECT_THAT(Sentence({"--count", count}), HasSubstr("--count")) << count;
+    }
+    EXPECT_EQ(Sentence({"--count", "x"}),
+              "zorvanemon: --count takes a whole number of rounds from 1, not \"x\".");
+    for (const char* seconds : {"0", "-1", "x", "nan", "1e10"}) {
+        EXPECT_THAT(Sentence({"--duration", seconds}), HasSubstr("--duration")) << seconds;
+        EXPECT_THAT(Sentence({"--stale-after", seconds}), HasSubstr("--stale-after")) << seconds;
+    }
+    for (const char* variable : {"A", "=x", ""}) {
+        EXPECT_THAT(Sentence({"--env", variable}), HasSubstr("--env")) << variable;
+    }
+    EXPECT_EQ(Sentence({"--format", "jsno"}),
+              "zorvanemon: --format takes table or json, not \"jsno\". Did you mean json?");
+    EXPECT_EQ(Sentence({"--host"}), "zorvanemon: --host needs a value.");
+}
+
+TEST(CommandLineTest, NamesAnOptionThatThereIsNot) {
+    EXPECT_EQ(Sentence({"--cuont", "3"}),
+              "zorvanemon: watch has no option --cuont. Did you mean --count?");
+    EXPECT_EQ(Sentence({"--unknown=3"}), "zorvanemon: watch has no option --unknown.");
+    EXPECT_EQ(Sentence({"replay", "f", "--host", "x"}), "zorvanemon: replay has no option --host.");
+}
+
+TEST(CommandLineTest, SaysWhatACommandNeedsAndWhatItDoesNotTake) {
+    EXPECT_EQ(Sentence({"replay"}), "zorvanemon: replay needs FILE.");
+    EXPECT_EQ(Sentence({"record"}), "zorvanemon: record needs FILE.");
+    EXPECT_EQ(Sentence({"replay", "a", "b"}), "zorvanemon: \"b\" is one word too many for replay.");
+    EXPECT_EQ(Sentence({"replay", "a", "--", "b"}),
+              "zorvanemon: replay starts no worker that words could go to.");
+    EXPECT_THAT(Sentence({"replay", "a", "--speed", "0"}), HasSubstr("--speed takes a number"));
+    EXPECT_THAT(Sentence({"replay", "a", "--speed", "2", "--at-once"}), HasSubstr("--at-once"));
+    EXPECT_THAT(Sentence({"record", "f", "x"}), HasSubstr("\"x\" is no command"));
+}
+
+TEST(CommandLineTest, PointsToTheHelpOfTheCommand) {
+    EXPECT_THAT(Refused({"replay"}).text,
+                testing::EndsWith("\nRun zorvanemon replay --help for more.\n"));
+}
+
+TEST(CommandLineTest, HelpsWithOptionsCommandsAndExitCodes) {
+    for (const Words& words : {Words{"--help"}, Words{"-h"}, Words{"-?"}, Words{"/?"},
+                               Words{"help"}, Words{"watch", "-h"}, Words{"--count", "3", "/?"}}) {
+        const ParseEnd end = Refused(words);
+        EXPECT_EQ(end.exitCode, kExitDone);
+        for (const char* text : {"--host", "--library", "--entry", "--format", "--count",
+                                 "--duration", "--env", "--no-restart", "--stale-after",
+                                 "skip_delete", "Exit codes", "\n  8  ", "record", "replay"}) {
+            EXPECT_THAT(end.text, HasSubstr(text));
+        }
+    }
+    for (const Words& words : {Words{"replay", "--help"}, Words{"help", "replay"}}) {
+        EXPECT_THAT(Refused(words).text, HasSubstr("--at-once"));
+        EXPECT_THAT(Refused(words).text, HasSubstr("zorvanemon replay today.jsonl"));
+    }
+}
+
+TEST(CommandLineTest, TellsItsVersion) {
+    for (const Words& words : {Words{"--version"}, Words{"-V"}, Words{"replay", "-V"}}) {
+        const ParseEnd end = Refused(words);
+        EXPECT_EQ(end.exitCode, kExitDone);
+        EXPECT_THAT(end.text, testing::MatchesRegex("zorvanemon .*\n"));
+    }
+}
+
+}  // namespace
+}  // namespace zorvane

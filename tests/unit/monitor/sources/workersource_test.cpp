@@ -1,0 +1,146 @@
+#include "monitor/sources/workersource.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/unit/client/fakeworker.h"
+#include "tests/unit/monitor/readings.h"
+
+namespace zorvane {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Runs a source with the fake worker; the time is what the test says.
+class WorkerSourceTest : public testing::Test, public IEventSink {
+  protected:
+    void Start(const std::vector<std::wstring>& script) {
+        m_options.worker = FakeWorker(script);
+        m_source =
+            std::make_unique<CWorkerSource>(m_options, StartEvent(), [this] { return m_now; });
+        m_source->Start(*this, m_now);
+    }
+
+    // Lets so many seconds pass, a step each.
+    void Pass(int seconds) {
+        for (int i = 0; i < seconds; ++i) {
+            m_now.utc += 1s;
+            m_now.tick += 1s;
+            m_source->OnTime(m_now);
+        }
+    }
+
+    template <typename T>
+    std::vector<T> All() const {
+        std::vector<T> result;
+        for (const Event& event : m_events) {
+            if (const auto* body = std::get_if<T>(&event.body)) {
+                result.push_back(*body);
+            }
+        }
+        return result;
+    }
+
+    template <typename T>
+    bool WaitFor(size_t count = 1) {
+        return PumpUntil([&] { return All<T>().size() >= count; });
+    }
+
+    void OnEvent(const Event& event) override { m_events.push_back(event); }
+
+    Moment m_now{TimeOfTest(), 1000s};
+    WorkerSourceOptions m_options;
+    std::vector<Event> m_events;
+    std::unique_ptr<CWorkerSource> m_source;
+};
+
+TEST_F(WorkerSourceTest, BeginsWithWhereItComesFromAndWithItsWorker) {
+    Start({L"hello"});
+    ASSERT_TRUE(WaitFor<HelloEvent>());
+    ASSERT_EQ(m_events.size(), 3u);
+    EXPECT_TRUE(std::holds_alternative<StartEvent>(m_events[0].body));
+    EXPECT_EQ(std::get<WorkerStartEvent>(m_events[1].body).workerId,
+              std::get<HelloEvent>(m_events[2].body).workerId);
+    EXPECT_EQ(m_events[2].time, TimeOfTest());
+}
+
+TEST_F(WorkerSourceTest, TellsAWorkersSilenceOnce) {
+    Start({L"hello", L"gpu:0", L"gpu:0"});
+    ASSERT_TRUE(WaitFor<GpuReading>(2));
+    Pass(4);
+    EXPECT_TRUE(All<StaleEvent>().empty());
+    Pass(1);
+    ASSERT_EQ(All<StaleEvent>().size(), 1u);
+    EXPECT_EQ(All<StaleEvent>()[0].since, TimeOfTest());
+    Pass(1);
+    EXPECT_EQ(All<StaleEvent>().size(), 1u);
+}
+
+TEST_F(WorkerSourceTest, EndsASilentWorkerAndStartsItAgain) {
+    m_options.stop = {20ms, 20ms};
+    Start({L"deaf", L"blind", L"hello", L"gpu:0"});
+    ASSERT_TRUE(WaitFor<GpuReading>());
+    Pass(29);
+    EXPECT_TRUE(All<NoticeEvent>().empty());
+    Pass(1);
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    const ExitEvent exit = All<ExitEvent>()[0];
+    EXPECT_TRUE(exit.exit.forced);
+    EXPECT_EQ(exit.restartIn, 1s);
+    EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.given_up");
+    EXPECT_EQ(m_source->DueTick(), m_now.tick + 1s);
+    Pass(1);
+    EXPECT_EQ(All<WorkerStartEvent>().size(), 2u);
+}
+
+TEST_F(WorkerSourceTest, GivesUpAHostThatNeverSaysHello) {
+    m_options.stop = {20ms, 20ms};
+    m_options.restart = false;
+    Start({L"deaf", L"blind"});
+    Pass(30);
+    EXPECT_EQ(All<StaleEvent>().size(), 1u);
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    EXPECT_FALSE(All<ExitEvent>()[0].restartIn);
+    EXPECT_EQ(m_source->End(), EndReason::kWorkerEnded);
+}
+
+TEST_F(WorkerSourceTest, TellsALostGpu) {
+    Start({L"hello", L"gpu:0", L"unread:0"});
+    ASSERT_TRUE(WaitFor<GpuLostEvent>());
+    EXPECT_EQ(All<GpuLostEvent>()[0].gpu.index, 0u);
+    EXPECT_EQ(All<GpuLostEvent>()[0].gpu.busId, "00000000:09:00.0");
+}
+
+TEST_F(WorkerSourceTest, TellsOneErrorOfAKindAMinute) {
+    Start({L"hello", L"bytes:77:1", L"bytes:77:1", L"gpu:0"});
+    ASSERT_TRUE(WaitFor<GpuReading>());
+    EXPECT_EQ(All<ErrorEvent>().size(), 1u);
+}
+
+TEST_F(WorkerSourceTest, KnowsWhetherAnEndWasAskedFor) {
+    Start({L"hello"});
+    ASSERT_TRUE(WaitFor<HelloEvent>());
+    m_source->Stop();
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    EXPECT_TRUE(All<ExitEvent>()[0].asked);
+    EXPECT_FALSE(m_source->DueTick());
+    EXPECT_EQ(m_source->End(), EndReason::kWorkerEnded);
+
+    m_events.clear();
+    Start({L"hello", L"exit:0"});
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    EXPECT_FALSE(All<ExitEvent>()[0].asked);
+    EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.nothing_read");
+}
+
+TEST_F(WorkerSourceTest, StartsNothingAgainOnceItIsStopped) {
+    Start({L"hello", L"crash"});
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    EXPECT_TRUE(m_source->DueTick());
+    m_source->Stop();
+    EXPECT_EQ(m_source->End(), EndReason::kWorkerEnded);
+    EXPECT_FALSE(m_source->DueTick());
+}
+
+}  // namespace
+}  // namespace zorvane

@@ -1,0 +1,157 @@
+#include "monitor/views/table.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/unit/monitor/readings.h"
+
+namespace zorvane {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+CMachineModel TwoGpus() {
+    CMachineModel model;
+    model.Apply(EventAt(0, WorkerStartEvent{312}));
+    model.Apply(EventAt(0, HelloEvent{{L"Temp", 5}, 312}));
+    model.Apply(EventAt(0, FullStatic()));
+    model.Apply(EventAt(0, FullReading()));
+    model.Apply(EventAt(0, Reading(0, "00000000:0A:00.0")));
+    model.Apply(EventAt(0, CpuTemperature{47}));
+    return model;
+}
+
+TEST(TableTest, ShowsEveryReadingUnderItsHeadingAndUnit) {
+    std::string text = "\n";
+    for (const std::string& line : RenderTable(TwoGpus(), kAnyWidth)) {
+        text += line + "\n";
+    }
+    EXPECT_EQ(text, "\n" + LocalClock(TimeOfTest()) + R"(  worker 312 "Temp"  NVIDIA driver 551.86
+PCI bus id        Name                     GPU  Mem  Temp  Fan  Graphics    SM  Memory  Video   VRAM
+                                             %    %     C    %       MHz   MHz     MHz    MHz    MiB
+00000000:01:00.0  NVIDIA GeForce RTX 4090   11    5    58  130      1800  1801   10501   1500  24564
+00000000:0A:00.0  n/a                       10    0   n/a  n/a       n/a   n/a     n/a    n/a    n/a
+CPU temperature: 47 C
+)");
+}
+
+TEST(TableTest, LeavesTheLeastTellingColumnsOutOfANarrowTerminal) {
+    const auto heading = [](size_t width) { return RenderTable(TwoGpus(), width)[1]; };
+    const std::string base = "PCI bus id        Name                     GPU  Mem  Temp  Fan";
+    EXPECT_EQ(heading(100), base + "  Graphics    SM  Memory  Video   VRAM");
+    EXPECT_EQ(heading(99), base + "  Graphics    SM  Memory   VRAM");
+    EXPECT_EQ(heading(92), base + "  Graphics  Memory   VRAM");
+    EXPECT_EQ(heading(86), base + "  Graphics  Memory");
+    EXPECT_EQ(heading(79), base + "  Graphics");
+    EXPECT_EQ(heading(71), base);
+}
+
+TEST(TableTest, CutsWhatIsStillTooLong) {
+    for (const std::string& line : RenderTable(TwoGpus(), 10)) {
+        EXPECT_LE(line.size(), 10u) << line;
+    }
+    EXPECT_EQ(RenderTable(TwoGpus(), 10)[0], LocalClock(TimeOfTest()) + "  ");
+}
+
+TEST(TableTest, CountsCharactersNotBytes) {
+    CMachineModel model;
+    GpuReading reading = Reading(0, "00000000:01:00.0");
+    reading.name = L"\x00C4\x00C4\x00C4\x00C4\x00C4\x00C4";
+    model.Apply(EventAt(0, reading));
+    const Lines lines = RenderTable(model, kAnyWidth);
+    EXPECT_THAT(lines[3], testing::StartsWith("00000000:01:00.0  \xC3\x84\xC3\x84\xC3\x84\xC3\x84"
+                                              "\xC3\x84\xC3\x84   10"));
+    EXPECT_EQ(RenderTable(model, 20)[3], "00000000:01:00.0  \xC3\x84\xC3\x84");
+}
+
+TEST(TableTest, LetsNoNameSteerTheTerminal) {
+    CMachineModel model;
+    GpuReading reading = Reading(0, "\x1b[2J");
+    reading.name = L"\x1b]0;x\x07\r\n\x009B";
+    model.Apply(EventAt(0, reading));
+    model.Apply(EventAt(0, HelloEvent{{L"\x1b[H", 5}, 1}));
+    GpuStatic fixed;
+    fixed.first = reading;
+    fixed.driverVersion = L"1\x1b";
+    model.Apply(EventAt(0, fixed));
+    for (const std::string& line : RenderTable(model, kAnyWidth)) {
+        EXPECT_EQ(line.find_first_of("\x1b\x07\r\n"), std::string::npos) << line;
+        EXPECT_EQ(line.find("\xC2\x9B"), std::string::npos) << line;
+    }
+    EXPECT_THAT(RenderTable(model, kAnyWidth)[3], testing::StartsWith("?[2J"));
+}
+
+TEST(TableTest, NeverShowsADefaultForAReading) {
+    CMachineModel model;
+    model.Apply(EventAt(0, Reading(0, "")));
+    const Lines lines = RenderTable(model, kAnyWidth);
+    EXPECT_THAT(lines[3],
+                testing::MatchesRegex("index 0 +n/a +10 +0 +n/a +n/a +n/a +n/a +n/a +n/a +n/a"));
+    EXPECT_EQ(lines.back(), "CPU temperature: n/a");
+}
+
+TEST(TableTest, ShowsNoReadingsOfAGpuThatFellSilent) {
+    CMachineModel model = TwoGpus();
+    model.KeepOnly({});
+    EXPECT_THAT(
+        RenderTable(model, kAnyWidth)[3],
+        testing::MatchesRegex("00000000:01:00.0  NVIDIA GeForce RTX 4090 +n/a +n/a +n/a +n/a "
+                              "+n/a +n/a +n/a +n/a +24564"));
+}
+
+TEST(TableTest, SaysThatNothingHasComeYet) {
+    CMachineModel model;
+    model.Apply(EventAt(0, WorkerStartEvent{7}));
+    EXPECT_EQ(RenderTable(model, kAnyWidth),
+              (Lines{LocalClock(TimeOfTest()) + "  worker 7 (no hello yet)  NVIDIA driver n/a",
+                     "No NVIDIA GPU has been reported.", "CPU temperature: n/a"}));
+}
+
+TEST(TableTest, PadsATextToItsWidth) {
+    EXPECT_EQ(Padded("ab", 4), "ab  ");
+    EXPECT_EQ(Padded("\xC3\x84", 2), "\xC3\x84 ");
+    EXPECT_EQ(Padded("abcde", 4), "abcde");
+}
+
+TEST(TableTest, TellsGpusWithoutABusIdApartByTheirIndex) {
+    CMachineModel model;
+    model.Apply(EventAt(0, Reading(1, "00000000:01:00.0")));
+    model.Apply(EventAt(0, Reading(2, "00000000:01:00.0")));
+    model.Apply(EventAt(0, Reading(3, "")));
+    const Lines lines = RenderTable(model, kAnyWidth);
+    EXPECT_THAT(lines[3], testing::StartsWith("00000000:01:00.0  "));
+    EXPECT_THAT(lines[4], testing::StartsWith("index 2 "));
+    EXPECT_THAT(lines[5], testing::StartsWith("index 3 "));
+}
+
+TEST(TableTest, StandsUnderTheTimeOfItsOldestReading) {
+    CMachineModel model;
+    model.Apply(EventAt(0, FullReading()));
+    model.Apply(EventAt(5, CpuTemperature{47}));
+    model.Apply(EventAt(9, NoticeEvent{"id", "text"}));
+    EXPECT_THAT(RenderTable(model, kAnyWidth)[0], testing::StartsWith(LocalClock(TimeOfTest(0))));
+}
+
+TEST(TableTest, SaysSinceWhenNothingHasComeAndThatTheWorkerHasGone) {
+    CMachineModel model = TwoGpus();
+    model.Apply(EventAt(9, StaleEvent{TimeOfTest(3)}));
+    EXPECT_THAT(RenderTable(model, kAnyWidth)[0],
+                testing::HasSubstr("NO READINGS SINCE " + LocalClock(TimeOfTest(3))));
+    EXPECT_EQ(RenderTable(model, kAnyWidth).back(), "CPU temperature: n/a");
+    model.Apply(EventAt(9, FreshEvent{TimeOfTest(3)}));
+    EXPECT_THAT(RenderTable(model, kAnyWidth)[0], testing::Not(testing::HasSubstr("SINCE")));
+    model.Apply(EventAt(9, ExitEvent{}));
+    EXPECT_THAT(RenderTable(model, kAnyWidth)[0], testing::HasSubstr("(has ended)"));
+}
+
+TEST(TableTest, GivesTheReasonForWhatIsMissing) {
+    CMachineModel model;
+    model.Apply(EventAt(0, MissingEvent{"cpu", "id", "needs administrator rights", "text", "do"}));
+    model.Apply(EventAt(0, MissingEvent{"gpu", "id", "no \x1b driver", "text", "do"}));
+    EXPECT_EQ(RenderTable(model, kAnyWidth)[1], "No NVIDIA GPU has been reported (no ? driver)");
+    EXPECT_EQ(RenderTable(model, kAnyWidth)[2],
+              "CPU temperature: n/a (needs administrator rights)");
+}
+
+}  // namespace
+}  // namespace zorvane

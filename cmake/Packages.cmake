@@ -1,6 +1,9 @@
 # What goes into the packages: component "runtime" for users, "debug" with the debugging symbols.
 configure_file(packaging/README.txt "${CMAKE_BINARY_DIR}/packaging/README.txt" @ONLY NEWLINE_STYLE WIN32)
-install(FILES "${CMAKE_BINARY_DIR}/packaging/README.txt" DESTINATION . COMPONENT runtime)
+include(Notices)
+zorvane_notices("${CMAKE_BINARY_DIR}/packaging/NOTICES.txt")
+install(FILES "${CMAKE_BINARY_DIR}/packaging/README.txt" "${CMAKE_BINARY_DIR}/packaging/NOTICES.txt"
+  DESTINATION . COMPONENT runtime)
 install(TARGETS Zorvane zorvanehost zorvanemon RUNTIME DESTINATION . COMPONENT runtime)
 # The log is written only where its folder is there already.
 install(DIRECTORY DESTINATION Log COMPONENT runtime)

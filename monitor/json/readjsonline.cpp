@@ -181,10 +181,11 @@ EventBody ReadExit(const Json& line) {
     event.exit.processId = Get<DWORD>(line, "worker_pid");
     event.exit.code = Get<DWORD>(line, "exit_code");
     event.exit.greeted = Get<bool>(line, "greeted");
-    event.exit.kind = ClassifyExit(event.exit.code, event.exit.greeted);
     event.exit.forced = Get<bool>(line, "forced");
     event.exit.lived = std::chrono::milliseconds(Get<int64_t>(line, "lived_ms"));
     event.asked = Get<bool>(line, "asked");
+    event.exit.asked = event.asked;
+    event.exit.kind = ClassifyExit(event.exit.code, event.exit.greeted, event.asked);
     if (const auto pause = GetOrNull<int64_t>(line, "restart_in_ms")) {
         event.restartIn = std::chrono::milliseconds(*pause);
     }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/fakeexecutable.h"
 #include "tests/support/fakeservices.h"
 
 using testing::Contains;
@@ -16,6 +17,7 @@ class LeftoverService : public testing::Test {
   protected:
     std::vector<std::string> m_calls;
     CFakeServices m_services{m_calls};
+    CFakeExecutable m_executable;
 };
 
 }  // namespace
@@ -56,7 +58,7 @@ TEST_F(LeftoverService, IsNotLookedForTwiceWhenTheLibraryHasRemovedIt) {
 }
 
 TEST_F(LeftoverService, StaysWithSkipDeleteOnTheCommandLine) {
-    m_services.commandLine = L"worker.exe --wnd=1 x=SKIP_Delete";
+    m_executable.commandLine = L"worker.exe --wnd=1 x=SKIP_Delete";
     m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
     CLeftoverService().Remove();
     EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));

@@ -109,8 +109,7 @@ TEST(ZorvaneFile, HasNoSectionThatIsWritableAndExecutable) {
 }
 
 TEST(ZorvaneFile, HasNoThreadCallbacks) {
-    const CImage image;
-    EXPECT_EQ(image.Directory(IMAGE_DIRECTORY_ENTRY_TLS).VirtualAddress, 0u);
+    EXPECT_EQ(Image().Directory(IMAGE_DIRECTORY_ENTRY_TLS).VirtualAddress, 0u);
 }
 
 TEST(ZorvaneFile, CarriesNoTimeOfItsBuild) {

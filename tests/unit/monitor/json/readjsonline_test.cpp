@@ -28,7 +28,7 @@ ExitEvent Exit(DWORD code, bool greeted) {
     event.exit.processId = 312;
     event.exit.code = code;
     event.exit.greeted = greeted;
-    event.exit.kind = ClassifyExit(code, greeted);
+    event.exit.kind = ClassifyExit(code, greeted, event.asked);
     event.exit.lived = std::chrono::milliseconds(1500);
     return event;
 }

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class RecordingSourceTest : public testing::Test, private IEventSink {
+class RecordingSourceTest : public testing::Test, public IEventSink {
   protected:
     // A recording of one worker, whose CPU has the temperatures in seconds 1, 2 and so on.
     static std::string Recording(const std::vector<int>& celsius) {

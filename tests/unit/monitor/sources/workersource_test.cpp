@@ -12,7 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 
 // Runs a source with the fake worker; the time is what the test says.
-class WorkerSourceTest : public testing::Test, private IEventSink {
+class WorkerSourceTest : public testing::Test, public IEventSink {
   protected:
     void Start(const std::vector<std::wstring>& script) {
         m_options.worker = FakeWorker(script);

@@ -8,7 +8,7 @@
 
 /**
  * The answer for `leaf`, given the real processor's: the scenario's vendor in leaf 0, its signature
- * and package type (the highest four bits of EBX) in leaf 0x80000001, all else as it is.
+ * and package type (the highest four bits of EBX) in leaf 0x80000001, everything else unchanged.
  */
 zorvane::CpuidRegisters AnswerCpuid(const Cpu& cpu, uint32_t leaf,
                                     const zorvane::CpuidRegisters& real);

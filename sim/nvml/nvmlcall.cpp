@@ -48,7 +48,8 @@ void DisturbUnlocked(const NvmlCall& call, const std::string& place, const Outco
     lock.lock();
 }
 
-// The last steps of a call that may run; it is logged as being about `place`.
+// What is left of a call once its state and arguments are checked; `place` names its GPU in the
+// log.
 int32_t RunAllowed(const NvmlCall& call, const std::string& place, Gpu* gpu, Lock& lock,
                    const Answer& answer) {
     Scenario& scenario = *CurrentScenario();
@@ -73,7 +74,7 @@ uint32_t IndexOf(const Scenario& scenario, NvmlDevice device) {
     return index;
 }
 
-// Null when there are not that many.
+// Null when there are fewer GPUs.
 Gpu* GpuAt(Scenario& scenario, uint32_t index, NvmlEnumeration enumeration) {
     for (Gpu& gpu : scenario.gpus) {
         if (enumeration == NvmlEnumeration::kPermitted && !gpu.permission) {

@@ -36,7 +36,7 @@ int32_t StartNvml(const char* function);
 /** Undoes one StartNvml. */
 int32_t StopNvml(const char* function);
 
-/** The seconds that the machine's time functions are evaluated at, and the whole machine. */
+/** The machine, and the time for which its moving values are read. */
 struct NvmlMoment {
     Scenario& scenario;
     double seconds;
@@ -46,7 +46,8 @@ struct NvmlMoment {
  * Runs a call about the system. In this order: NVML must be started, the arguments valid, the
  * scenario may let the call hang, crash or return another code than success (and then garbage is
  * written if it says so); only then `answer` runs and its result counts. The call is logged with
- * its result. Thread-safe; a call that hangs keeps no other waiting.
+ * its result. Thread-safe; a hanging call does not block other
+ * calls.
  */
 int32_t RunSystemCall(const NvmlCall& call, const std::function<int32_t(NvmlMoment&)>& answer);
 

@@ -18,5 +18,8 @@ NvmlCall TextCall(const char* function, char* buffer, uint32_t length);
 int32_t AnswerText(const std::optional<std::string>& text, const NvmlMoment& moment, char* buffer,
                    uint32_t length);
 
-/** Fills `field` with `text`, cut to fit, and NULs; without any NUL as AnswerText does. */
+/**
+ * Fills `field` with `text`, truncated to leave room for a NUL, and pads it with NULs. In a
+ * scenario with unterminated texts there is none, as with AnswerText.
+ */
 void FillField(std::span<char> field, const std::string& text, const NvmlMoment& moment);

@@ -111,7 +111,7 @@ void DisturbPlatformCall(const char* function, const std::string& arguments) {
         const std::lock_guard guard(s_lock);
         outcome = CurrentCpu().results.Read(function, 0, SecondsSinceProcessStart());
     }
-    // Unlocked: a call that hangs keeps no other waiting.
+    // Not under the lock: a hanging call must not block other threads.
     Disturb(outcome.value_or(Outcome()), [&](const char* what) {
         LogCall(std::string(function) + "(" + arguments + ") = " + what);
     });

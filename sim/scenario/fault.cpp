@@ -15,7 +15,7 @@ CFault ReadFault(const CJsonPlace& place) {
     }
     const bool countsCalls = place.Has("afterCalls") || place.Has("forCalls");
     if (countsCalls && (place.Has("afterSeconds") || place.Has("forSeconds"))) {
-        place.Complain("a fault lasts a number of calls or of seconds; calls and seconds mixed");
+        place.Complain("a fault lasts a number of calls or of seconds, not a mixture of both");
     }
     Outcome outcome;
     FaultSpan span;

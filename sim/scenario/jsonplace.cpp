@@ -54,7 +54,7 @@ double CJsonPlace::PositiveNumber() const {
 
 int64_t CJsonPlace::Integer(int64_t lowest, int64_t highest) const {
     int64_t number = 0;
-    // What does not fit into 63 bits is kept as unsigned or as a floating point number.
+    // The parser keeps a number beyond 63 bits as unsigned or floating point.
     const bool known = m_value->is_string() ? ParseHexadecimal(m_value->get<std::string>(), number)
                                             : m_value->is_number_integer();
     if (known && !m_value->is_string()) {

@@ -17,7 +17,7 @@ struct Wave {
     double periodSeconds = 1;
 };
 
-/** One number of the simulated machine: a sequence (a constant at the least) or a wave. */
+/** One number of the simulated machine: a sequence, which may be a single constant, or a wave. */
 class CMovingValue {
   public:
     explicit CMovingValue(double constant = 0) : m_form(CSequence<double>(constant)) {}

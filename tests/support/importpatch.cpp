@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "base/importtable.h"
+
 namespace {
 
 // Not std::mutex: that one calls functions which tests replace.
@@ -56,7 +58,7 @@ void InstallImportPatch(ImportPatchSlot& slot, void** entry, void* address) {
     // Set first: another thread may call the new address at once.
     slot.original = *entry;
     slot.next = std::exchange(s_first, &slot);
-    ExchangeImport(entry, address);
+    zorvane::ExchangeImport(entry, address);
 }
 
 void RemoveImportPatch(ImportPatchSlot& slot) {
@@ -65,7 +67,7 @@ void RemoveImportPatch(ImportPatchSlot& slot) {
     if (ImportPatchSlot* newer = FindNewer(slot)) {
         newer->original = slot.original.load();
     } else {
-        ExchangeImport(slot.entry, slot.original);
+        zorvane::ExchangeImport(slot.entry, slot.original);
     }
     slot.patch = nullptr;
 }

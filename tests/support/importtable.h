@@ -8,6 +8,3 @@
  * std::runtime_error when the module does not import it. A null module is the program itself.
  */
 void** FindImport(HMODULE module, const char* function);
-
-/** Writes an import table entry and returns what it held. */
-void* ExchangeImport(void** entry, void* address);

@@ -1,9 +1,12 @@
-// Administrator rights, the version of Windows and the product's name in the registry.
+#include "sim/machine/systemreplacements.h"
+
+#include <windows.h>
+
 #include <algorithm>
 #include <cstring>
 #include <string>
 
-#include "sim/machine/replacement.h"
+#include "sim/machine/currentmachine.h"
 #include "sim/scenario/calllog.h"
 
 namespace {

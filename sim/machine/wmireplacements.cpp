@@ -10,7 +10,8 @@
 
 #include <string>
 
-#include "sim/machine/replacement.h"
+#include "sim/machine/currentmachine.h"
+#include "sim/machine/wmireplacements.h"
 #include "sim/scenario/calllog.h"
 
 namespace {

@@ -1,8 +1,11 @@
-// The service manager and the driver's device: failing, hanging and crashing as the scenario says.
+#include "sim/machine/driverreplacements.h"
+
+#include <windows.h>
+
 #include <mutex>
 #include <string>
 
-#include "sim/machine/replacement.h"
+#include "sim/machine/currentmachine.h"
 #include "sim/scenario/calllog.h"
 #include "sim/scenario/environment.h"
 #include "sim/scenario/windowsfunctions.h"

@@ -5,8 +5,8 @@
 #include <fmt/core.h>
 
 #include <cstdlib>
-#include <thread>
 
+#include "base/windowthread.h"
 #include "bench/stopwatch.h"
 #include "src/nvmlinfo/nvmlinfotask.h"
 #include "src/process/msgloopprocess.h"
@@ -15,49 +15,6 @@
 namespace {
 
 constexpr int kCycles = 2000;
-
-LRESULT CALLBACK StubWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    return message == WM_COPYDATA ? TRUE : DefWindowProcW(window, message, wParam, lParam);
-}
-
-// A window that takes every message, on a thread of its own.
-class CStub {
-  public:
-    CStub() : m_ready(CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_thread([this] { Run(); }) {
-        WaitForSingleObject(m_ready, INFINITE);
-    }
-    ~CStub() {
-        PostThreadMessageW(m_threadId, WM_QUIT, 0, 0);
-        m_thread.join();
-        CloseHandle(m_ready);
-    }
-    CStub(const CStub&) = delete;
-    CStub& operator=(const CStub&) = delete;
-
-    HWND Window() const { return m_window; }
-
-  private:
-    void Run() {
-        WNDCLASSW description{};
-        description.lpfnWndProc = StubWindowProc;
-        description.lpszClassName = L"bench stub";
-        RegisterClassW(&description);
-        m_window = CreateWindowExW(0, description.lpszClassName, nullptr, 0, 0, 0, 0, 0,
-                                   HWND_MESSAGE, nullptr, nullptr, nullptr);
-        m_threadId = GetCurrentThreadId();
-        SetEvent(m_ready);
-        MSG message{};
-        while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-            DispatchMessageW(&message);
-        }
-        DestroyWindow(m_window);
-    }
-
-    HANDLE m_ready;
-    HWND m_window = nullptr;
-    DWORD m_threadId = 0;
-    std::thread m_thread;
-};
 
 void Measure(const char* what, CNvmlInfoTask& task, const std::shared_ptr<IProcess>& process) {
     const CStopwatch stopwatch;
@@ -77,11 +34,13 @@ int main() {
         fmt::print(stderr, "bench_cycle: no NVML with a GPU below %ProgramW6432%\n");
         return EXIT_FAILURE;
     }
-    const CStub stub;
+    const zorvane::CWindowThread stub([](UINT message, WPARAM, LPARAM) {
+        return message == WM_COPYDATA ? std::optional<LRESULT>(TRUE) : std::nullopt;
+    });
     const auto connected = std::make_shared<CMsgLoopProcess>();
     const std::wstring stubWord =
         L"--entry=bench --wnd=" +
-        std::to_wstring(static_cast<int>(reinterpret_cast<INT_PTR>(stub.Window())));
+        std::to_wstring(static_cast<int>(reinterpret_cast<INT_PTR>(stub.Handle())));
     connected->Init(stubWord.c_str(), nullptr);
     const auto alone = std::make_shared<CMsgLoopProcess>();
 

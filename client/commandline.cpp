@@ -27,10 +27,11 @@ std::wstring WindowText(HWND window) {
     return std::to_wstring(static_cast<int32_t>(reinterpret_cast<intptr_t>(window)));
 }
 
-std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow) {
+std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow,
+                              const ProcessIdentity& stub) {
     // The first word has rules of its own: no escapes, and a path holds no quotation mark.
     std::wstring line = L"\"" + command.host + L"\" --wnd=" + WindowText(stubWindow) + L" " +
-                        QuoteWord(L"--entry=" + command.entry);
+                        QuoteWord(L"--entry=" + command.entry) + L" --parent=" + IdentityText(stub);
     if (!command.libraryPath.empty()) {
         line += L" " + QuoteWord(L"--library=" + command.libraryPath);
     }

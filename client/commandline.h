@@ -7,7 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "client/environment.h"
+#include "base/environment.h"
+#include "base/processidentity.h"
 
 namespace zorvane {
 
@@ -31,7 +32,11 @@ std::wstring QuoteWord(std::wstring_view word);
 /** The value of --wnd: a window handle has 32 significant bits and travels as a signed decimal. */
 std::wstring WindowText(HWND window);
 
-/** The whole command line, the host's path as its first word. */
-std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow);
+/**
+ * The whole command line, the host's path as its first word. `stub` is the process of the stub
+ * window, whose end the host watches for.
+ */
+std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow,
+                              const ProcessIdentity& stub);
 
 }  // namespace zorvane

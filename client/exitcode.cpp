@@ -25,6 +25,7 @@ constexpr CodeText kHostFailures[] = {
     {3, "did not start: the host says that a library which the library needs is missing"},
     {4, "did not start: the library has no export ZorvaneProcess"},
     {5, "did not start: the host could not load the library"},
+    {8, "did not start: the host does not understand its command line"},
 };
 
 constexpr CodeText kCrashes[] = {
@@ -59,9 +60,12 @@ std::string Number(DWORD code) {
     return text.data();
 }
 
-const char* Words(DWORD code, bool greeted) {
-    if (code == 0) {
+const char* Words(DWORD code, bool greeted, bool asked) {
+    if (code == 0 && asked) {
         return "ended in order";
+    }
+    if (code == 0) {
+        return greeted ? "ended by itself" : "ended without a hello";
     }
     if (const char* text = Find(kLoadFailures, code)) {
         return text;
@@ -81,9 +85,9 @@ const char* Words(DWORD code, bool greeted) {
 
 }  // namespace
 
-ExitKind ClassifyExit(DWORD code, bool greeted) {
+ExitKind ClassifyExit(DWORD code, bool greeted, bool asked) {
     if (code == 0) {
-        return ExitKind::kOrderly;
+        return asked ? ExitKind::kOrderly : ExitKind::kByItself;
     }
     if (greeted) {
         return ExitKind::kCrash;
@@ -94,8 +98,8 @@ ExitKind ClassifyExit(DWORD code, bool greeted) {
     return IsException(code) ? ExitKind::kCrash : ExitKind::kHostFailure;
 }
 
-std::string DescribeExit(DWORD code, bool greeted) {
-    return std::string(Words(code, greeted)) + " (" + Number(code) + ")";
+std::string DescribeExit(DWORD code, bool greeted, bool asked) {
+    return std::string(Words(code, greeted, asked)) + " (" + Number(code) + ")";
 }
 
 }  // namespace zorvane

@@ -6,8 +6,8 @@
 #include <optional>
 #include <vector>
 
-#include "client/callerror.h"
-#include "client/handle.h"
+#include "base/callerror.h"
+#include "base/handle.h"
 
 namespace zorvane {
 

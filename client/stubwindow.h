@@ -7,9 +7,9 @@
 #include <functional>
 #include <optional>
 
-#include "client/callerror.h"
+#include "base/callerror.h"
+#include "base/messagewindow.h"
 #include "client/decode.h"
-#include "client/messagewindow.h"
 
 namespace zorvane {
 

@@ -5,16 +5,17 @@
 
 #include <optional>
 
-#include "client/callerror.h"
+#include "base/callerror.h"
+#include "base/handle.h"
 #include "client/commandline.h"
-#include "client/handle.h"
 
 namespace zorvane {
 
 /**
- * One worker process, in a job of its own: it ends with this object, and so with the stub, even
- * with a stub that crashes. A worker that is ended like that leaves the AMD driver service
- * installed; the next one that ends in order removes it. One thread.
+ * One worker process. It does not end with this object, nor with the stub: it has to end in order,
+ * or AMD's driver service stays installed. A worker that is let go ends by itself when it misses
+ * its stub window; when it hangs, the host ends it 15 seconds after the stub's process has gone.
+ * One thread.
  */
 class CWorkerProcess {
   public:
@@ -38,7 +39,7 @@ class CWorkerProcess {
     /** Ends the process by force if it still runs. The error if there is one. */
     std::optional<CallError> Terminate();
 
-    /** Forgets the process; ends it by force if it still runs. */
+    /** Forgets the process, which goes on if it still runs. Its end is told to nobody any more. */
     void Close();
 
     /** 0 when no process was started. */
@@ -56,7 +57,6 @@ class CWorkerProcess {
     static void CALLBACK OnEnd(void* notice, BOOLEAN) noexcept;
 
     DWORD m_id = 0;
-    CUniqueHandle m_job;
     CUniqueHandle m_process;
     HANDLE m_wait = nullptr;
     EndNotice m_notice;

@@ -27,7 +27,7 @@ std::optional<CallError> SendStopMessage(HWND stub, HWND worker) {
 }  // namespace
 
 std::string DescribeExit(const WorkerExit& exit) {
-    return exit.forced ? "was ended by force" : DescribeExit(exit.code, exit.greeted);
+    return exit.forced ? "was ended by force" : DescribeExit(exit.code, exit.greeted, exit.asked);
 }
 
 CWorkerSession::CWorkerSession(IWorkerListener& listener, const StopTimes& times)
@@ -66,23 +66,18 @@ void CWorkerSession::Stop() {
 void CWorkerSession::Press(const std::string& reason) {
     switch (m_step) {
         case StopStep::kNone:
-            m_step = StopStep::kAsked;
-            m_listener.OnStopStep(m_step, reason);
-            WaitBeforeNextStep(m_times.afterAsking);
-            if (m_workerWindow) {
+            EnterStep(StopStep::kAsked, m_times.afterAsking, reason);
+            // The listener may have pressed on meanwhile.
+            if (m_step == StopStep::kAsked && m_workerWindow) {
                 SendStop();
             }
             return;
         case StopStep::kAsked:
-            m_step = StopStep::kWindowTaken;
-            m_listener.OnStopStep(m_step, reason);
+            EnterStep(StopStep::kWindowTaken, m_times.afterTakingWindow, reason);
             m_stub.Destroy();
-            WaitBeforeNextStep(m_times.afterTakingWindow);
             return;
         case StopStep::kWindowTaken:
-            m_step = StopStep::kForced;
-            m_listener.OnStopStep(m_step, reason);
-            KillTimer(m_control.Handle(), kGraceTimerId);
+            EnterStep(StopStep::kForced, {}, reason);
             if (const auto error = m_process.Terminate()) {
                 m_listener.OnStopStep(m_step, Describe(*error));
             }
@@ -100,8 +95,15 @@ void CWorkerSession::SendStop() {
     }
 }
 
-void CWorkerSession::WaitBeforeNextStep(std::chrono::milliseconds grace) {
-    SetTimer(m_control.Handle(), kGraceTimerId, static_cast<UINT>(grace.count()), nullptr);
+// The listener comes last: one that calls Stop is already in the step after this.
+void CWorkerSession::EnterStep(StopStep step, std::chrono::milliseconds grace,
+                               const std::string& reason) {
+    m_step = step;
+    KillTimer(m_control.Handle(), kGraceTimerId);
+    if (step != StopStep::kForced) {
+        SetTimer(m_control.Handle(), kGraceTimerId, static_cast<UINT>(grace.count()), nullptr);
+    }
+    m_listener.OnStopStep(step, reason);
 }
 
 std::optional<LRESULT> CWorkerSession::OnControlMessage(UINT message, WPARAM wParam) {
@@ -192,7 +194,8 @@ void CWorkerSession::OnProcessEnd() {
     exit.processId = m_process.Id();
     exit.code = *code;
     exit.greeted = m_workerWindow != nullptr;
-    exit.kind = ClassifyExit(exit.code, exit.greeted);
+    exit.asked = m_step != StopStep::kNone;
+    exit.kind = ClassifyExit(exit.code, exit.greeted, exit.asked);
     exit.forced = m_step == StopStep::kForced && exit.code == CWorkerProcess::kTerminatedCode;
     exit.lived = std::chrono::milliseconds(GetTickCount64() - m_startTick);
     KillTimer(m_control.Handle(), kGraceTimerId);

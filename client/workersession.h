@@ -15,11 +15,11 @@
 #include <optional>
 #include <string>
 
-#include "client/callerror.h"
+#include "base/callerror.h"
+#include "base/messagewindow.h"
 #include "client/commandline.h"
 #include "client/decode.h"
 #include "client/exitcode.h"
-#include "client/messagewindow.h"
 #include "client/stubwindow.h"
 #include "client/workerprocess.h"
 
@@ -54,6 +54,8 @@ struct WorkerExit {
     ExitKind kind = ExitKind::kOrderly;
     /** Whether the worker's hello had come. */
     bool greeted = false;
+    /** Whether Stop had been called. */
+    bool asked = false;
     /** Ended by the session, by force. */
     bool forced = false;
     std::chrono::milliseconds lived{};
@@ -89,7 +91,9 @@ class IWorkerListener {
 
 /**
  * Made, used and destroyed on one thread, which runs a message loop. Destroyed with a worker
- * running it ends the worker by force.
+ * running it takes the stub window away and lets the worker go, which then ends in order within
+ * some five seconds. One that hangs is ended by its host, but not before this process has gone: a
+ * stub that lives on stops its worker and waits for OnExit.
  */
 class CWorkerSession {
   public:
@@ -124,7 +128,7 @@ class CWorkerSession {
     void OnProcessEnd();
     void Press(const std::string& reason);
     void SendStop();
-    void WaitBeforeNextStep(std::chrono::milliseconds grace);
+    void EnterStep(StopStep step, std::chrono::milliseconds grace, const std::string& reason);
     bool IsForeign(HWND window) const;
 
     IWorkerListener& m_listener;

@@ -7,7 +7,7 @@ install(DIRECTORY DESTINATION Log COMPONENT runtime)
 install(FILES $<TARGET_FILE:Platform> platform-standin/README.txt
   DESTINATION platform-standin COMPONENT runtime)
 install(DIRECTORY include/zorvane DESTINATION include COMPONENT runtime)
-install(DIRECTORY client examples DESTINATION . COMPONENT runtime
+install(DIRECTORY base client examples DESTINATION . COMPONENT runtime
   FILES_MATCHING PATTERN "*.h" PATTERN "*.c" PATTERN "*.cpp")
 install(FILES docs/protocol.md docs/support.md docs/zorvanemon.md
   DESTINATION docs COMPONENT runtime)

@@ -4,15 +4,22 @@ set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
 set(ZORVANE_GOOGLETEST_DIR "/usr/src/googletest" CACHE PATH "GoogleTest's sources")
 add_subdirectory("${ZORVANE_GOOGLETEST_DIR}" "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
 include(GoogleTest)
+foreach(library gtest gtest_main gmock)
+  target_compile_options(${library} PRIVATE $<$<CONFIG:Release>:-O0;-g0>)
+endforeach()
 
 set(ZORVANE_TEST_DIR "${CMAKE_BINARY_DIR}/tests")
 set(ZORVANE_TEST_RESULTS_DIR "${CMAKE_BINARY_DIR}/test-results")
 file(MAKE_DIRECTORY "${ZORVANE_TEST_RESULTS_DIR}")
 
-# zorvane_test_options(target): what compiles quickly. A test runs too briefly for the optimiser to
-# pay, and its symbols help nobody under Wine; the debug preset has both as a debugger wants them.
+# zorvane_test_options(target): what compiles and links quickly. A test runs too briefly for the
+# optimiser to pay, and its symbols help nobody under Wine; the debug preset has both as a debugger
+# wants them.
 function(zorvane_test_options target)
-  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0;-g0>)
+  target_compile_options(${target} PRIVATE
+    $<$<CONFIG:Release>:-O0;-g0;-fno-function-sections;-fno-data-sections>)
+  target_link_options(${target} PRIVATE $<$<CONFIG:Release>:-s>)
+  set_target_properties(${target} PROPERTIES ZORVANE_QUICK_LINK TRUE)
 endfunction()
 
 # zorvane_test_program(target [ISOLATED] SOURCES source... [LIBRARIES library...])
@@ -44,7 +51,7 @@ endfunction()
 # zorvane_test_fake_cpuid(target): lists the CPUID instructions of a test program beside it, for
 # tests/support/fakecpuid.h.
 function(zorvane_test_fake_cpuid target)
-  set(script "${CMAKE_SOURCE_DIR}/sim/cpu/FindCpuid.cmake")
+  set(script "${CMAKE_SOURCE_DIR}/cmake/FindCpuid.cmake")
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -D "OBJDUMP=${CMAKE_OBJDUMP}" -D "IMAGE=$<TARGET_FILE:${target}>"
             -D "LIST=$<TARGET_FILE:${target}>.cpuid" -P "${script}"

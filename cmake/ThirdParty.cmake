@@ -13,4 +13,10 @@ endforeach()
 
 add_library(zorvane_third_party INTERFACE)
 target_include_directories(zorvane_third_party SYSTEM INTERFACE "${ZORVANE_THIRD_PARTY_DIR}")
-target_compile_definitions(zorvane_third_party INTERFACE FMT_HEADER_ONLY)
+
+# No locale: nothing here formats for one, and the runtime's locale code is larger than {fmt} itself.
+add_library(zorvane_fmt STATIC "${CMAKE_CURRENT_LIST_DIR}/fmt.cpp")
+target_include_directories(zorvane_fmt SYSTEM PRIVATE "${ZORVANE_THIRD_PARTY_DIR}")
+target_compile_definitions(zorvane_fmt PUBLIC FMT_STATIC_THOUSANDS_SEPARATOR=',')
+target_compile_options(zorvane_fmt PRIVATE -ffunction-sections -fdata-sections)
+target_link_libraries(zorvane_third_party INTERFACE zorvane_fmt)

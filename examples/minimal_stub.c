@@ -1,19 +1,29 @@
 /**
  * A minimal stub: starts a worker, prints ten readings, ends the worker.
  *
- *   minimal_stub [zorvanehost.exe [WORDS]]
+ *   minimal_stub [PATH-OF-zorvanehost.exe [WORDS]]
  *
  * It leaves out what a stub that people use all day wants besides: starting a worker again that has
- * crashed, and a job so that the worker never outlives the stub. client/ shows both.
+ * crashed. client/ shows that. A stub that ends at any point, also by Ctrl+C or by force, leaves
+ * its worker to end in order: that is what --parent is for.
  */
+#include <limits.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <wchar.h>
 #include <windows.h>
 
 #include "zorvane/wire.h"
 
-enum { kWanted = 10, kStopGraceMs = 5000, kWindowGraceMs = 10000 };
+enum {
+    kWanted = 10,
+    /** A worker reports every second; one that is silent for so long hangs. */
+    kSilenceMs = 30000,
+    kStopGraceMs = 5000,
+    kWindowGraceMs = 10000,
+    kEndGraceMs = 5000
+};
 
 /** Posted by the window to itself: lParam is a Reading, owned by the message. */
 #define MESSAGE_READING WM_APP
@@ -46,13 +56,22 @@ static Reading* Copy(const COPYDATASTRUCT* data) {
     return reading;
 }
 
+/** Prints at most 31 characters as UTF-8, in a column of 31. */
+static void PrintName(const wchar_t* name) {
+    char text[3 * kWireTextLength] = {0};
+    WideCharToMultiByte(CP_UTF8, 0, name, -1, text, sizeof(text) - 1, NULL, NULL);
+    printf("%s%*s", text, kWireTextLength - 1 - (int)wcslen(name), "");
+}
+
 static void PrintGpu(NvmlGpuRecord* gpu) {
     if (gpu->kind != kGpuRecordDynamic) {
         return;
     }
     gpu->name[kWireTextLength - 1] = L'\0';
     gpu->pciBusId[kWireTextLength - 1] = '\0';
-    printf("%s  %-31ls  GPU %3u %%  ", gpu->pciBusId, gpu->name, gpu->gpuUtilizationPercent);
+    printf("%s  ", gpu->pciBusId);
+    PrintName(gpu->name);
+    printf("  GPU %3u %%  ", gpu->gpuUtilizationPercent);
     /* A value that could not be read has a default that is no honest reading. */
     if (gpu->temperatureCelsius != 0) {
         printf("%u C  ", gpu->temperatureCelsius);
@@ -112,78 +131,140 @@ static HWND MakeStubWindow(void) {
                            description.hInstance, NULL);
 }
 
+/** The host beside this program; the caller frees it. Null when there is no memory. */
+static wchar_t* DefaultHost(void) {
+    enum { kLongestPath = 32768 };
+    wchar_t* path = calloc(kLongestPath, sizeof(wchar_t));
+    if (path != NULL) {
+        const DWORD length = GetModuleFileNameW(NULL, path, kLongestPath);
+        wchar_t* name = wcsrchr(path, L'\\');
+        name = name != NULL ? name + 1 : path;
+        if (length < kLongestPath - 32) {
+            wcscpy(name, L"zorvanehost.exe");
+        }
+    }
+    return path;
+}
+
+/** The creation time of this process, which with its id names it for good. */
+static ULONGLONG CreationTime(void) {
+    FILETIME created = {0};
+    FILETIME unused;
+    GetProcessTimes(GetCurrentProcess(), &created, &unused, &unused, &unused);
+    return (ULONGLONG)created.dwHighDateTime << 32 | created.dwLowDateTime;
+}
+
 /** Starts the host; null if that fails. The caller closes the handle. */
-static HANDLE StartWorker(const char* host, const char* words, HWND stub) {
-    char line[2048];
-    const int length = snprintf(line, sizeof(line), "\"%s\" --wnd=%d --entry=minimal %s", host,
-                                (int)(INT_PTR)stub, words);
-    if (length < 0 || (size_t)length >= sizeof(line)) {
+static HANDLE StartWorker(const wchar_t* host, const wchar_t* words, HWND stub) {
+    const size_t size = wcslen(host) + wcslen(words) + 128;
+    wchar_t* line = calloc(size, sizeof(wchar_t));
+    if (line == NULL) {
         return NULL;
     }
-    STARTUPINFOA startup = {.cb = sizeof(startup)};
-    PROCESS_INFORMATION process;
-    if (!CreateProcessA(host, line, NULL, NULL, FALSE, CREATE_NEW_PROCESS_GROUP, NULL, NULL,
-                        &startup, &process)) {
-        fprintf(stderr, "CreateProcess %s: error %lu\n", host, GetLastError());
-        return NULL;
+    swprintf(line, size, L"\"%ls\" --wnd=%d --entry=minimal --parent=%lu:%llu %ls", host,
+             (int)(INT_PTR)stub, GetCurrentProcessId(), CreationTime(), words);
+    STARTUPINFOW startup = {.cb = sizeof(startup)};
+    PROCESS_INFORMATION process = {0};
+    /* The host is a console program: a stub without a console would see it open one. */
+    const DWORD console = GetConsoleCP() == 0 ? CREATE_NO_WINDOW : 0;
+    if (!CreateProcessW(host, line, NULL, NULL, FALSE, CREATE_NEW_PROCESS_GROUP | console, NULL,
+                        NULL, &startup, &process)) {
+        fprintf(stderr, "the host cannot be started: error %lu\n", GetLastError());
+    } else {
+        CloseHandle(process.hThread);
     }
-    CloseHandle(process.hThread);
+    free(line);
     return process.hProcess;
 }
 
-/** Pumps messages until the worker has ended (1), enough is printed, or the time is over (0). */
-static int Pump(HANDLE worker, DWORD graceMs, int wanted) {
-    const ULONGLONG end = GetTickCount64() + graceMs;
+typedef enum PumpEnd { kWorkerEnded, kEnoughPrinted, kTimeOver } PumpEnd;
+
+/** Pumps messages until the worker has ended, `wanted` readings are printed, or time is over. */
+static PumpEnd Pump(HANDLE worker, DWORD timeMs, int wanted) {
+    const ULONGLONG end = GetTickCount64() + timeMs;
     while (s_printed < wanted) {
         const ULONGLONG now = GetTickCount64();
-        const DWORD left = graceMs == INFINITE ? INFINITE : now < end ? (DWORD)(end - now) : 0;
-        const DWORD woken =
-            MsgWaitForMultipleObjectsEx(1, &worker, left, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+        const DWORD woken = MsgWaitForMultipleObjectsEx(
+            1, &worker, now < end ? (DWORD)(end - now) : 0, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
         MSG message;
         while (PeekMessageW(&message, NULL, 0, 0, PM_REMOVE)) {
             DispatchMessageW(&message);
         }
         if (woken == WAIT_OBJECT_0) {
-            return 1;
+            return kWorkerEnded;
         }
-        if (woken == WAIT_TIMEOUT) {
-            return 0;
+        if (GetTickCount64() >= end) {
+            return kTimeOver;
         }
     }
-    return 0;
+    return kEnoughPrinted;
 }
 
-/** Asks the worker to end, then takes its window away, then ends it by force. */
+/** Prints readings until there are enough; false when the worker has ended before. */
+static BOOL PrintReadings(HANDLE worker) {
+    PumpEnd end = kEnoughPrinted;
+    while (end == kEnoughPrinted && s_printed < kWanted) {
+        end = Pump(worker, kSilenceMs, s_printed + 1);
+    }
+    if (end == kTimeOver) {
+        fprintf(stderr, "the worker has been silent for %d s\n", kSilenceMs / 1000);
+    }
+    return end != kWorkerEnded;
+}
+
+/**
+ * Asks the worker to end, then takes its window away, then ends it by force. Force comes last: a
+ * worker that is killed leaves AMD's driver service installed.
+ */
 static void Stop(HANDLE worker, HWND stub) {
     COPYDATASTRUCT stop = {.dwData = kCopyDataStop};
     SendMessageTimeoutW(s_worker, WM_COPYDATA, (WPARAM)stub, (LPARAM)&stop, SMTO_NORMAL, 1000,
                         NULL);
-    if (Pump(worker, kStopGraceMs, INT_MAX)) {
+    if (Pump(worker, kStopGraceMs, INT_MAX) == kWorkerEnded) {
         return;
     }
     DestroyWindow(stub);
-    if (!Pump(worker, kWindowGraceMs, INT_MAX)) {
+    if (Pump(worker, kWindowGraceMs, INT_MAX) != kWorkerEnded) {
         TerminateProcess(worker, ERROR_PROCESS_ABORTED);
     }
 }
 
-int main(int argc, char** argv) {
-    const HWND stub = MakeStubWindow();
-    if (stub == NULL) {
-        return EXIT_FAILURE;
-    }
-    const char* host = argc > 1 ? argv[1] : "zorvanehost.exe";
-    const HANDLE worker = StartWorker(host, argc > 2 ? argv[2] : "", stub);
+/** Runs one worker to its end; true when readings came and the worker ended in order. */
+static BOOL RunWorker(const wchar_t* host, const wchar_t* words, HWND stub) {
+    const HANDLE worker = StartWorker(host, words, stub);
     if (worker == NULL) {
-        return EXIT_FAILURE;
+        return FALSE;
     }
-    if (!Pump(worker, INFINITE, kWanted)) {
+    if (PrintReadings(worker)) {
         Stop(worker, stub);
     }
-    DWORD code = 0;
-    WaitForSingleObject(worker, INFINITE);
-    GetExitCodeProcess(worker, &code);
+    /* A process that hangs inside a driver cannot even be ended by force. */
+    DWORD code = STILL_ACTIVE;
+    if (WaitForSingleObject(worker, kEndGraceMs) == WAIT_OBJECT_0) {
+        GetExitCodeProcess(worker, &code);
+        fprintf(stderr, "the worker ended with %lu\n", code);
+    } else {
+        fprintf(stderr, "the worker does not end\n");
+    }
     CloseHandle(worker);
-    printf("the worker ended with %lu\n", code);
-    return code == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    if (s_printed == 0) {
+        fprintf(stderr,
+                "nothing could be read; Log\\Qorvella_HardwareDll.log beside Zorvane.dll "
+                "says why\n");
+    }
+    return s_printed > 0 && code == 0;
+}
+
+int wmain(int argc, wchar_t** argv) {
+    SetConsoleOutputCP(CP_UTF8);
+    const HWND stub = MakeStubWindow();
+    wchar_t* host = argc > 1 ? _wcsdup(argv[1]) : DefaultHost();
+    if (stub == NULL || host == NULL) {
+        fprintf(stderr, "no window or no memory\n");
+        free(host);
+        return EXIT_FAILURE;
+    }
+    const BOOL ok = RunWorker(host, argc > 2 ? argv[2] : L"", stub);
+    free(host);
+    return ok ? EXIT_SUCCESS : EXIT_FAILURE;
 }

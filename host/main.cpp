@@ -1,28 +1,43 @@
 // zorvanehost: a process for the worker library. The command line goes to the library as it is;
-// --library=PATH names another library than the one beside this program.
+// what the host reads of it: zorvanehost --help.
 #include <windows.h>
 
+#include "base/librarysearch.h"
+#include "base/textstream.h"
+#include "host/hostexit.h"
+#include "host/hostwords.h"
 #include "host/reporterror.h"
+#include "host/runworker.h"
 #include "host/workerlibrary.h"
-#include "src/process/commandlineargs.h"
+
+namespace {
+
+int Fail(HostExit exit, const std::wstring& error) {
+    ReportError(error);
+    return static_cast<int>(exit);
+}
+
+}  // namespace
 
 int main() {
+    zorvane::NarrowLibrarySearch();
     // A worker has nobody to answer a message box.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
 
-    CommandLineArgs args;
-    args.SetCommandLine(GetCommandLineW());
-    args.Parse();
-    std::wstring path = CWorkerLibrary::DefaultPath();
-    args.GetValue(L"--library", path);
-
-    CWorkerLibrary library;
     std::wstring error;
-    const HostExit loaded = library.Load(path, error);
-    if (loaded != HostExit::kOrderlyEnd) {
-        ReportError(error);
-        return static_cast<int>(loaded);
+    const HostWords words = ReadHostWords(GetCommandLineW(), error);
+    if (words.help) {
+        return zorvane::WriteText(GetStdHandle(STD_OUTPUT_HANDLE), kHostHelp) ? 1 : 0;
     }
-    library.Run(GetCommandLineW());
+    if (!error.empty()) {
+        return Fail(HostExit::kBadWord, error);
+    }
+    CWorkerLibrary library;
+    const HostExit loaded =
+        library.Load(words.libraryPath.value_or(CWorkerLibrary::DefaultPath()), error);
+    if (loaded != HostExit::kOrderlyEnd) {
+        return Fail(loaded, error);
+    }
+    RunWorker(library, words);
     return static_cast<int>(HostExit::kOrderlyEnd);
 }

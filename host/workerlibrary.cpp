@@ -2,10 +2,10 @@
 
 #include <windows.h>
 
-#include <array>
-
-#include "host/imports.h"
-#include "host/reporterror.h"
+#include "base/callerror.h"
+#include "base/modulepath.h"
+#include "base/peimage.h"
+#include "base/text.h"
 
 namespace {
 
@@ -18,14 +18,14 @@ std::wstring FullPath(const std::wstring& path) {
     return full.empty() ? path : full;
 }
 
-// With its last separator: a drive's root is no folder without it.
-std::wstring Folder(const std::wstring& path) {
-    return path.substr(0, path.find_last_of(L"\\/") + 1);
-}
-
-// The first library that `module` imports and that cannot be loaded; empty when all can be.
+// The first library that `path` imports and that cannot be loaded; empty when all can be.
 std::wstring FirstBrokenImport(const std::wstring& path, DWORD& error) {
-    for (const std::wstring& name : ImportedLibraries(path)) {
+    const auto image = zorvane::CPeImage::OfFile(path);
+    if (!image.IsValid()) {
+        return {};
+    }
+    for (const std::string& library : image.ImportedLibraries()) {
+        const std::wstring name = zorvane::ToWide(library);
         if (!LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)) {
             error = GetLastError();
             return name;
@@ -37,9 +37,7 @@ std::wstring FirstBrokenImport(const std::wstring& path, DWORD& error) {
 }  // namespace
 
 std::wstring CWorkerLibrary::DefaultPath() {
-    std::array<wchar_t, 32768> executable{};
-    GetModuleFileNameW(nullptr, executable.data(), static_cast<DWORD>(executable.size()));
-    return Folder(executable.data()) + L"Zorvane.dll";
+    return zorvane::ModuleFolder(nullptr) + L"Zorvane.dll";
 }
 
 HostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
@@ -50,11 +48,11 @@ HostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
     const std::wstring fullPath = FullPath(path);
     if (GetFileAttributesW(fullPath.c_str()) == INVALID_FILE_ATTRIBUTES) {
         const DWORD code = GetLastError();
-        error = L"library " + fullPath + L" not found: " + DescribeError(code);
+        error = L"library " + fullPath + L" not found: " + zorvane::DescribeCode(code);
         return HostExit::kLibraryMissing;
     }
     // Never the current folder or PATH: this process may run elevated.
-    AddDllDirectory(Folder(fullPath).c_str());
+    AddDllDirectory(zorvane::FolderOf(fullPath).c_str());
     const HMODULE module =
         LoadLibraryExW(fullPath.c_str(), nullptr,
                        LOAD_LIBRARY_SEARCH_DEFAULT_DIRS | LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR);
@@ -64,20 +62,21 @@ HostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
         const std::wstring import = FirstBrokenImport(fullPath, importError);
         if (!import.empty()) {
             error = L"library " + fullPath + L" needs " + import + L", which cannot be loaded: " +
-                    DescribeError(importError);
+                    zorvane::DescribeCode(importError);
             if (import == L"Platform.dll") {
                 error += L"; on a PC without AMD's, copy the one from platform-standin beside it";
             }
             return HostExit::kDependencyMissing;
         }
-        error = L"library " + fullPath + L" cannot be loaded: " + DescribeError(loadError);
+        error = L"library " + fullPath + L" cannot be loaded: " + zorvane::DescribeCode(loadError);
         return HostExit::kLibraryUnusable;
     }
     m_module = module;
     const FARPROC entry = GetProcAddress(module, kExportName);
     if (!entry) {
         const DWORD code = GetLastError();
-        error = L"library " + fullPath + L" has no export ZorvaneProcess: " + DescribeError(code);
+        error = L"library " + fullPath + L" has no export ZorvaneProcess: " +
+                zorvane::DescribeCode(code);
         return HostExit::kExportMissing;
     }
     m_entry = reinterpret_cast<void (*)(wchar_t*)>(reinterpret_cast<void*>(entry));

@@ -3,16 +3,7 @@
 
 #include <string>
 
-/** Exit codes of the host. */
-enum class HostExit : int {
-    kOrderlyEnd = 0,
-    kLibraryMissing = 2,
-    /** A library that the worker library needs is missing or broken. */
-    kDependencyMissing = 3,
-    kExportMissing = 4,
-    /** The file is there but Windows refuses it. */
-    kLibraryUnusable = 5
-};
+#include "host/hostexit.h"
 
 /** The worker library in this process. It stays loaded until the process ends. */
 class CWorkerLibrary {

@@ -7,7 +7,8 @@
 #include <variant>
 #include <vector>
 
-#include "client/text.h"
+#include "base/modulepath.h"
+#include "base/text.h"
 #include "monitor/commands/command.h"
 #include "monitor/options/commandline.h"
 #include "monitor/outcome.h"
@@ -25,21 +26,6 @@ std::vector<std::string> CommandLineWords() {
     }
     LocalFree(words);
     return result;
-}
-
-// zorvanehost.exe beside this program.
-std::wstring DefaultHost() {
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length =
-            GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-        if (length < path.size()) {
-            path.resize(length);
-            break;
-        }
-        path.resize(path.size() * 2);
-    }
-    return path.substr(0, path.find_last_of(L'\\') + 1) + L"zorvanehost.exe";
 }
 
 int Say(const zorvane::ParseEnd& end) {
@@ -66,5 +52,6 @@ int main() {
         return Say(*end);
     }
     const auto& chosen = std::get<zorvane::Chosen>(parsed);
-    return chosen.command->Run({DefaultHost(), chosen.passedOn});
+    return chosen.command->Run(
+        {zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe", chosen.passedOn});
 }

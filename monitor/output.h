@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "client/callerror.h"
+#include "base/callerror.h"
 
 namespace zorvane {
 

@@ -57,10 +57,7 @@ struct CSentenceMaker {
             return fmt::format("{}; starting it again in {} s", what,
                                event.restartIn->count() / 1000);
         }
-        if (event.exit.kind != ExitKind::kOrderly) {
-            return what;
-        }
-        return event.asked ? std::nullopt : Sentence(what + " by itself");
+        return event.exit.kind == ExitKind::kOrderly ? std::nullopt : Sentence(what);
     }
 
     template <typename T>

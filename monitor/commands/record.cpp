@@ -2,8 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "client/handle.h"
-#include "client/text.h"
+#include "base/handle.h"
+#include "base/text.h"
 #include "monitor/commands/runsource.h"
 #include "monitor/sources/startfacts.h"
 #include "monitor/views/jsonview.h"

@@ -4,7 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "client/text.h"
+#include "base/text.h"
 #include "monitor/commands/runsource.h"
 #include "monitor/options/values.h"
 #include "monitor/sources/recordingsource.h"

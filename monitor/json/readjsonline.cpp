@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-#include "client/text.h"
+#include "base/text.h"
 
 namespace zorvane {
 namespace {
@@ -181,10 +181,10 @@ EventBody ReadExit(const Json& line) {
     event.exit.processId = Get<DWORD>(line, "worker_pid");
     event.exit.code = Get<DWORD>(line, "exit_code");
     event.exit.greeted = Get<bool>(line, "greeted");
-    event.exit.kind = ClassifyExit(event.exit.code, event.exit.greeted);
     event.exit.forced = Get<bool>(line, "forced");
     event.exit.lived = std::chrono::milliseconds(Get<int64_t>(line, "lived_ms"));
-    event.asked = Get<bool>(line, "asked");
+    event.exit.asked = Get<bool>(line, "asked");
+    event.exit.kind = ClassifyExit(event.exit.code, event.exit.greeted, event.exit.asked);
     if (const auto pause = GetOrNull<int64_t>(line, "restart_in_ms")) {
         event.restartIn = std::chrono::milliseconds(*pause);
     }

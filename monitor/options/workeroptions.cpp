@@ -4,7 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "client/text.h"
+#include "base/text.h"
 #include "monitor/options/values.h"
 
 namespace zorvane {

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "client/callerror.h"
+#include "base/callerror.h"
 
 namespace zorvane {
 

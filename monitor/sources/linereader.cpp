@@ -1,6 +1,6 @@
 #include "monitor/sources/linereader.h"
 
-#include "client/text.h"
+#include "base/text.h"
 
 namespace zorvane {
 

@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-#include "client/callerror.h"
-#include "client/handle.h"
+#include "base/callerror.h"
+#include "base/handle.h"
 
 namespace zorvane {
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <variant>
 
-#include "client/text.h"
+#include "base/text.h"
 #include "monitor/json/readjsonline.h"
 
 namespace zorvane {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "client/text.h"
+#include "base/text.h"
 
 namespace zorvane {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <utility>
 
+#include "base/text.h"
 #include "client/restart.h"
-#include "client/text.h"
 
 namespace zorvane {
 namespace {
@@ -158,13 +158,13 @@ void CWorkerSource::OnExit(const WorkerExit& exit) {
     const Moment now = m_clock();
     m_staleness.End();
     const auto restartIn = RestartAfter(exit);
-    Tell(now, ExitEvent{exit, m_stopping || m_givenUp, restartIn});
+    Tell(now, ExitEvent{exit, restartIn});
     // Whoever was told may have had enough.
     if (restartIn && !m_stopping) {
         m_restartTick = now.tick + *restartIn;
         return;
     }
-    if (exit.kind == ExitKind::kOrderly && !m_stopping && !m_anyReading) {
+    if (exit.kind == ExitKind::kByItself && !m_stopping && !m_anyReading) {
         Tell(now, NoticeEvent{"worker.nothing_read",
                               "the worker has ended without a reading: no NVIDIA GPU and no AMD "
                               "CPU sensor could be read, see the log " +

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "client/text.h"
+#include "base/text.h"
 #include "monitor/moment.h"
 
 namespace zorvane {

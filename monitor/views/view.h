@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "client/callerror.h"
+#include "base/callerror.h"
 #include "monitor/event.h"
 #include "monitor/model/machinemodel.h"
 

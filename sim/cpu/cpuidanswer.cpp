@@ -17,7 +17,8 @@ uint32_t FourCharacters(const std::string& text, size_t position) {
 
 }  // namespace
 
-CpuidRegisters AnswerCpuid(const Cpu& cpu, uint32_t leaf, const CpuidRegisters& real) {
+zorvane::CpuidRegisters AnswerCpuid(const Cpu& cpu, uint32_t leaf,
+                                    const zorvane::CpuidRegisters& real) {
     if (leaf == kVendorLeaf) {
         return {real.eax, FourCharacters(cpu.vendor, 0), FourCharacters(cpu.vendor, 8),
                 FourCharacters(cpu.vendor, 4)};

@@ -4,15 +4,17 @@
 
 #include <filesystem>
 
+#include "base/librarysearch.h"
+#include "base/modulepath.h"
+#include "base/text.h"
 #include "cpuidimage.h"
+#include "host/hostwords.h"
 #include "host/reporterror.h"
+#include "host/runworker.h"
 #include "host/workerlibrary.h"
 #include "sim/cpu/cpuidpatch.h"
-#include "sim/scenario/environment.h"
 #include "sim/scenario/jsonplace.h"
 #include "sim/scenario/scenariofile.h"
-#include "sim/scenario/widetext.h"
-#include "src/process/commandlineargs.h"
 
 namespace {
 
@@ -20,15 +22,15 @@ namespace {
 constexpr int kScenarioUnusable = 6;
 constexpr int kProcessorNotSimulated = 7;
 
-std::wstring LibraryPath() {
-    CommandLineArgs args;
-    args.SetCommandLine(GetCommandLineW());
-    args.Parse();
+std::wstring LibraryPath(const HostWords& words) {
+    if (words.libraryPath) {
+        return *words.libraryPath;
+    }
     std::wstring path = CWorkerLibrary::DefaultPath();
     if (!std::filesystem::exists(path)) {
-        path = ModuleFolder().parent_path() / L"bin" / L"Zorvane.dll";
+        const std::filesystem::path program = zorvane::ModulePath(nullptr);
+        path = program.parent_path().parent_path() / L"bin" / L"Zorvane.dll";
     }
-    args.GetValue(L"--library", path);
     return path;
 }
 
@@ -39,9 +41,13 @@ int Fail(const std::wstring& error, int code) {
 
 // Loads the library, patches it and stays in it until the worker has ended.
 int RunOn(const Scenario& scenario) {
-    const std::wstring path = LibraryPath();
-    CWorkerLibrary library;
     std::wstring error;
+    const HostWords words = ReadHostWords(GetCommandLineW(), error);
+    if (!error.empty()) {
+        return Fail(error, static_cast<int>(HostExit::kBadWord));
+    }
+    const std::wstring path = LibraryPath(words);
+    CWorkerLibrary library;
     const HostExit loaded = library.Load(path, error);
     if (loaded != HostExit::kOrderlyEnd) {
         return Fail(error, static_cast<int>(loaded));
@@ -53,17 +59,18 @@ int RunOn(const Scenario& scenario) {
         return Fail(L"the processor cannot be simulated in " + path + L": " + error,
                     kProcessorNotSimulated);
     }
-    library.Run(GetCommandLineW());
+    RunWorker(library, words);
     return static_cast<int>(HostExit::kOrderlyEnd);
 }
 
 }  // namespace
 
 int main() {
+    zorvane::NarrowLibrarySearch();
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     try {
         return RunOn(LoadScenario(ScenarioPath()));
     } catch (const CScenarioError& error) {
-        return Fail(ToWide(error.what()), kScenarioUnusable);
+        return Fail(zorvane::ToWide(error.what()), kScenarioUnusable);
     }
 }

@@ -8,6 +8,8 @@
 #include "sim/scenario/platformfunctions.h"
 #include "sim/scenario/scenariofile.h"
 
+using zorvane::SlotObject;
+
 namespace {
 
 constexpr int32_t kSuccess = 0;
@@ -22,31 +24,27 @@ constexpr size_t kPmTableTemperature = 144;
 std::mutex s_lock;
 bool s_started = false;
 
-uint64_t GetName(VendorObject* self, uint64_t, uint64_t);
-uint64_t GetTemperatureOffset(VendorObject* self, uint64_t offset, uint64_t);
-uint64_t GetCurrentTemperature(VendorObject* self, uint64_t temperature, uint64_t);
-uint64_t GetPMTableData(VendorObject* self, uint64_t table, uint64_t);
+const wchar_t* GetName(const SlotObject* self);
+uint64_t GetTemperatureOffset(const SlotObject* self, int32_t* offset);
+uint64_t GetCurrentTemperature(const SlotObject* self, double* temperature);
+uint64_t GetPMTableData(const SlotObject* self, unsigned char* table);
 
-constexpr auto kDeviceSlots = [] {
-    auto slots = UnusedSlots<74>();
-    slots[2] = &GetName;
-    slots[27] = &GetTemperatureOffset;
-    slots[42] = &GetCurrentTemperature;
-    slots[73] = &GetPMTableData;
-    return slots;
-}();
+const zorvane::CSlotTable<74, &ReportUnusedSlot> s_deviceSlots{{2, &GetName},
+                                                               {27, &GetTemperatureOffset},
+                                                               {42, &GetCurrentTemperature},
+                                                               {73, &GetPMTableData}};
 
-constinit VendorObject s_cpuDevice{kDeviceSlots.data()};
-constinit VendorObject s_offsetDevice{kDeviceSlots.data()};
+SlotObject s_cpuDevice{s_deviceSlots.Slots()};
+SlotObject s_offsetDevice{s_deviceSlots.Slots()};
 
-const char* NameOf(const VendorObject* device) {
+const char* NameOf(const SlotObject* device) {
     return device == &s_cpuDevice ? "device=cpu" : "device=offset";
 }
 
 // Makes one reading: `write` gets the value of a successful one; of a failing one, when the
 // scenario says so, garbage of `size` bytes goes to `out`.
 template <class Write>
-uint64_t Read(const char* function, VendorObject* self, DeviceReading* reading, void* out,
+uint64_t Read(const char* function, const SlotObject* self, DeviceReading* reading, void* out,
               size_t size, Write write) {
     DisturbPlatformCall(function, NameOf(self));
     const std::lock_guard guard(s_lock);
@@ -61,14 +59,13 @@ uint64_t Read(const char* function, VendorObject* self, DeviceReading* reading, 
         }
     }
     LogCall(std::string(function) + "(" + NameOf(self) + ") = " + std::to_string(status));
-    return NumberInRegister(status);
+    return zorvane::NumberInRegister(status);
 }
 
-uint64_t GetName(VendorObject* self, uint64_t, uint64_t) {
+const wchar_t* GetName(const SlotObject* self) {
     DisturbPlatformCall(kDeviceGetName, NameOf(self));
     LogCall(std::string(kDeviceGetName) + "(" + NameOf(self) + ")");
-    return reinterpret_cast<uint64_t>(self == &s_cpuDevice ? CurrentCpu().name.c_str()
-                                                           : L"Temperature offset");
+    return self == &s_cpuDevice ? CurrentCpu().name.c_str() : L"Temperature offset";
 }
 
 DeviceReading* OffsetReading() {
@@ -76,26 +73,23 @@ DeviceReading* OffsetReading() {
     return offset ? &*offset : nullptr;
 }
 
-uint64_t GetTemperatureOffset(VendorObject* self, uint64_t offset, uint64_t) {
-    auto* out = reinterpret_cast<int32_t*>(offset);
+uint64_t GetTemperatureOffset(const SlotObject* self, int32_t* offset) {
     DeviceReading* reading = self == &s_offsetDevice ? OffsetReading() : nullptr;
-    return Read(kDeviceGetTemperatureOffset, self, reading, out, sizeof(*out),
-                [out](double value) { *out = RoundToSigned(value); });
+    return Read(kDeviceGetTemperatureOffset, self, reading, offset, sizeof(*offset),
+                [offset](double value) { *offset = RoundToSigned(value); });
 }
 
-uint64_t GetCurrentTemperature(VendorObject* self, uint64_t temperature, uint64_t) {
-    auto* out = reinterpret_cast<double*>(temperature);
+uint64_t GetCurrentTemperature(const SlotObject* self, double* temperature) {
     DeviceReading* reading = self == &s_cpuDevice ? &CurrentCpu().currentTemperature : nullptr;
-    return Read(kDeviceGetCurrentTemperature, self, reading, out, sizeof(*out),
-                [out](double value) { *out = value; });
+    return Read(kDeviceGetCurrentTemperature, self, reading, temperature, sizeof(*temperature),
+                [temperature](double value) { *temperature = value; });
 }
 
-uint64_t GetPMTableData(VendorObject* self, uint64_t table, uint64_t) {
-    auto* out = reinterpret_cast<unsigned char*>(table);
+uint64_t GetPMTableData(const SlotObject* self, unsigned char* table) {
     DeviceReading* reading = self == &s_cpuDevice ? &CurrentCpu().pmTable : nullptr;
-    return Read(kDeviceGetPMTableData, self, reading, out, kPmTableSize, [out](double value) {
-        std::memset(out, kGarbageByte, kPmTableSize);
-        std::memcpy(out + kPmTableTemperature, &value, sizeof(value));
+    return Read(kDeviceGetPMTableData, self, reading, table, kPmTableSize, [table](double value) {
+        std::memset(table, kGarbageByte, kPmTableSize);
+        std::memcpy(table + kPmTableTemperature, &value, sizeof(value));
     });
 }
 
@@ -134,7 +128,7 @@ Cpu& CurrentCpu() {
     return scenario && scenario->cpu ? *scenario->cpu : s_none;
 }
 
-VendorObject* FindDevice(int32_t type, int32_t index) {
+SlotObject* FindDevice(int32_t type, int32_t index) {
     if (index != 0) {
         return nullptr;
     }

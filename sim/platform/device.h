@@ -3,8 +3,11 @@
 
 #include <string>
 
-#include "sim/platform/vendorobject.h"
+#include "base/slottable.h"
 #include "sim/scenario/scenario.h"
+
+/** Ends the process: nobody may call a slot that the simulated library does not have. */
+[[noreturn]] void ReportUnusedSlot(size_t number);
 
 /** The scenario's processor; one without devices, on which Init fails, when it has none. */
 Cpu& CurrentCpu();
@@ -20,4 +23,4 @@ void StartDevices();
 void StopDevices();
 
 /** The device of a type and index, null when the scenario has none there. */
-VendorObject* FindDevice(int32_t type, int32_t index);
+zorvane::SlotObject* FindDevice(int32_t type, int32_t index);

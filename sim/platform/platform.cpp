@@ -9,29 +9,27 @@
 #include "sim/scenario/environment.h"
 #include "sim/scenario/platformfunctions.h"
 
+using zorvane::SlotObject;
+
 namespace {
 
 constexpr wchar_t kDriverDevice[] = L"\\\\.\\AMDRyzenMasterDriverV15";
 
 HANDLE s_driver = INVALID_HANDLE_VALUE;
 
-uint64_t Init(VendorObject*, uint64_t first, uint64_t second);
-uint64_t UnInit(VendorObject*, uint64_t, uint64_t);
-uint64_t GetDeviceManager(VendorObject*, uint64_t, uint64_t);
-uint64_t GetDevice(VendorObject*, uint64_t type, uint64_t index);
+uint64_t Init(SlotObject*, const void* first, const void* second);
+void UnInit(SlotObject*);
+SlotObject* GetDeviceManager(SlotObject*);
+SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index);
 
-constexpr std::array<Slot, 3> kPlatformSlots = {&Init, &UnInit, &GetDeviceManager};
+const zorvane::CSlotTable<3, &ReportUnusedSlot> s_platformSlots{
+    {0, &Init}, {1, &UnInit}, {2, &GetDeviceManager}};
+const zorvane::CSlotTable<4, &ReportUnusedSlot> s_managerSlots{{3, &GetDevice}};
 
-constexpr auto kManagerSlots = [] {
-    auto slots = UnusedSlots<4>();
-    slots[3] = &GetDevice;
-    return slots;
-}();
+SlotObject s_platform{s_platformSlots.Slots()};
+SlotObject s_manager{s_managerSlots.Slots()};
 
-constinit VendorObject s_platform{kPlatformSlots.data()};
-constinit VendorObject s_manager{kManagerSlots.data()};
-
-std::string PointerText(uint64_t pointer) { return pointer == 0 ? "null" : "set"; }
+std::string PointerText(const void* pointer) { return pointer ? "set" : "null"; }
 
 void Log(const char* function, const std::string& arguments, const char* result = nullptr) {
     LogCall(std::string(function) + "(" + arguments + ")" +
@@ -53,7 +51,7 @@ bool Start() {
     return cpu.platformInit && (!cpu.needsDriver || OpenDriver());
 }
 
-uint64_t Init(VendorObject*, uint64_t first, uint64_t second) {
+uint64_t Init(SlotObject*, const void* first, const void* second) {
     const std::string arguments = "first=" + PointerText(first) + ", second=" + PointerText(second);
     DisturbPlatformCall(kPlatformInit, arguments);
     const bool started = Start();
@@ -61,10 +59,10 @@ uint64_t Init(VendorObject*, uint64_t first, uint64_t second) {
         StartDevices();
     }
     Log(kPlatformInit, arguments, started ? "true" : "false");
-    return BoolInRegister(started);
+    return zorvane::BoolInRegister(started);
 }
 
-uint64_t UnInit(VendorObject*, uint64_t, uint64_t) {
+void UnInit(SlotObject*) {
     DisturbPlatformCall(kPlatformUnInit, "");
     StopDevices();
     if (s_driver != INVALID_HANDLE_VALUE) {
@@ -72,24 +70,21 @@ uint64_t UnInit(VendorObject*, uint64_t, uint64_t) {
         s_driver = INVALID_HANDLE_VALUE;
     }
     Log(kPlatformUnInit, "");
-    return 0;
 }
 
-uint64_t GetDeviceManager(VendorObject*, uint64_t, uint64_t) {
+SlotObject* GetDeviceManager(SlotObject*) {
     DisturbPlatformCall(kPlatformGetDeviceManager, "");
     Log(kPlatformGetDeviceManager, "");
-    return reinterpret_cast<uint64_t>(&s_manager);
+    return &s_manager;
 }
 
-uint64_t GetDevice(VendorObject*, uint64_t type, uint64_t index) {
-    const auto deviceType = static_cast<int32_t>(type);
-    const auto deviceIndex = static_cast<int32_t>(index);
+SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index) {
     const std::string arguments =
-        "type=" + std::to_string(deviceType) + ", index=" + std::to_string(deviceIndex);
+        "type=" + std::to_string(type) + ", index=" + std::to_string(index);
     DisturbPlatformCall(kManagerGetDevice, arguments);
-    VendorObject* device = FindDevice(deviceType, deviceIndex);
+    SlotObject* device = FindDevice(type, index);
     Log(kManagerGetDevice, arguments, device ? "device" : "null");
-    return reinterpret_cast<uint64_t>(device);
+    return device;
 }
 
 }  // namespace
@@ -103,7 +98,7 @@ void ReportUnusedSlot(size_t number) {
 }
 
 // The library's one export; its decorated name is in platform.def.
-extern "C" VendorObject* GetPlatformObject() {
+extern "C" SlotObject* GetPlatformObject() {
     DisturbPlatformCall(kGetPlatform, "");
     Log(kGetPlatform, "");
     return &s_platform;

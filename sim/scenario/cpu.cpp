@@ -1,8 +1,8 @@
 #include "sim/scenario/cpu.h"
 
+#include "base/text.h"
 #include "sim/scenario/platformfunctions.h"
 #include "sim/scenario/readvalue.h"
-#include "sim/scenario/widetext.h"
 
 namespace {
 
@@ -54,7 +54,9 @@ Cpu ReadCpu(const CJsonPlace& place) {
              cpu.packageType = static_cast<uint32_t>(value.Integer(0, kHighestPackageType));
          }},
         {"name",
-         [&](const CJsonPlace& value) { cpu.name = ToWide(ReadOptionalText(value).value_or("")); }},
+         [&](const CJsonPlace& value) {
+             cpu.name = zorvane::ToWide(ReadOptionalText(value).value_or(""));
+         }},
         {"platformInit", [&](const CJsonPlace& value) { cpu.platformInit = value.Boolean(); }},
         {"needsDriver", [&](const CJsonPlace& value) { cpu.needsDriver = value.Boolean(); }},
         {"device", [&](const CJsonPlace& value) { cpu.device = value.Boolean(); }},

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include <array>
+#include "base/textstream.h"
 
 namespace {
 
@@ -23,25 +23,6 @@ ULONGLONG ProcessCreationTicks() {
 
 }  // namespace
 
-std::wstring EnvironmentVariable(const wchar_t* name) {
-    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-    const DWORD length =
-        GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size()));
-    // Longer now than it was just then: set on another thread.
-    value.resize(length < value.size() ? length : 0);
-    return value;
-}
-
-std::filesystem::path ModuleFolder() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(
-        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-        reinterpret_cast<const wchar_t*>(&Ticks), &module);
-    std::array<wchar_t, 32767> path{};
-    GetModuleFileNameW(module, path.data(), path.size());
-    return std::filesystem::path(path.data()).parent_path();
-}
-
 double SecondsSinceProcessStart() {
     static const ULONGLONG s_created = ProcessCreationTicks();
     FILETIME now{};
@@ -52,8 +33,5 @@ double SecondsSinceProcessStart() {
 }
 
 void WriteErrorLine(const std::string& line) {
-    const std::string bytes = line + "\r\n";
-    DWORD written = 0;
-    WriteFile(GetStdHandle(STD_ERROR_HANDLE), bytes.data(), static_cast<DWORD>(bytes.size()),
-              &written, nullptr);
+    zorvane::WriteText(GetStdHandle(STD_ERROR_HANDLE), line + "\r\n");
 }

@@ -3,10 +3,12 @@
 #include <fstream>
 #include <sstream>
 
+#include "base/environment.h"
+#include "base/modulepath.h"
+#include "base/text.h"
 #include "sim/scenario/calllog.h"
 #include "sim/scenario/environment.h"
 #include "sim/scenario/jsonplace.h"
-#include "sim/scenario/widetext.h"
 
 namespace {
 
@@ -25,12 +27,12 @@ std::optional<Scenario> LoadOrReport() {
 }  // namespace
 
 std::filesystem::path ScenarioPath() {
-    const std::wstring named = EnvironmentVariable(kScenarioVariable);
-    return named.empty() ? ModuleFolder() / L"scenario.json" : std::filesystem::path(named);
+    const std::wstring named = zorvane::EnvironmentVariable(kScenarioVariable);
+    return named.empty() ? zorvane::ModuleFolder(zorvane::ThisModule()) + L"scenario.json" : named;
 }
 
 Scenario LoadScenario(const std::filesystem::path& path) {
-    const std::string shown = "scenario " + ToUtf8(path.native()) + ": ";
+    const std::string shown = "scenario " + zorvane::ToUtf8(path.native()) + ": ";
     std::ifstream file(path, std::ios::binary);
     if (!file) {
         throw CScenarioError(shown + "the file cannot be opened");

@@ -21,6 +21,13 @@ std::wstring MutexName(std::wstring path) {
     return path;
 }
 
+// std::to_wstring would bring MinGW's own printf, 15 KB of it.
+std::wstring Decimal(DWORD number) {
+    wchar_t digits[11] = {};
+    _snwprintf(digits, ARRAYSIZE(digits) - 1, L"%lu", number);
+    return digits;
+}
+
 std::wstring Stamp(const std::wstring& tag) {
     __timeb64 now{};
     _ftime64_s(&now);
@@ -54,7 +61,7 @@ LogAppender::LogAppender(const wchar_t* path, const wchar_t* tag)
         _wremove(m_path.c_str());
         m_mutex = CreateMutexW(nullptr, FALSE, m_mutexName.c_str());
         if (!m_mutex) {
-            debugMessage = L"CreateMutex failed with " + std::to_wstring(GetLastError()) + L"\n";
+            debugMessage = L"CreateMutex failed with " + Decimal(GetLastError()) + L"\n";
         }
     }
     if (WaitForSingleObject(m_mutex, 0) != WAIT_OBJECT_0) {
@@ -143,8 +150,8 @@ int LogAppender::OpenLogFile(int& fd, const wchar_t* path) {
     const errno_t error = _wsopen_s(&fd, path, _O_WRONLY | _O_APPEND | _O_CREAT | _O_BINARY,
                                     _SH_DENYNO, _S_IREAD | _S_IWRITE);
     if (error != 0) {
-        const std::wstring message =
-            std::wstring(L"open ") + path + L" error. [" + std::to_wstring(error) + L"]\r\n";
+        const std::wstring message = std::wstring(L"open ") + path + L" error. [" +
+                                     Decimal(static_cast<DWORD>(error)) + L"]\r\n";
         OutputDebugStringW(message.c_str());
     }
     if (fd == -1) {

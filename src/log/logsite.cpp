@@ -38,9 +38,9 @@ std::string FormatSourcePrefix(const char* path, int line) {
     const size_t dot = whole.rfind('.');
     if (slash != std::string_view::npos && dot != std::string_view::npos && dot >= slash + 2) {
         const std::string name(whole.substr(slash + 1, dot - slash - 1));
-        static_cast<void>(snprintf(prefix, sizeof(prefix), "[%4d][%s] ", line, name.c_str()));
+        _snprintf(prefix, sizeof(prefix) - 1, "[%4d][%s] ", line, name.c_str());
     } else {
-        static_cast<void>(snprintf(prefix, sizeof(prefix), "[%4d] ", line));
+        _snprintf(prefix, sizeof(prefix) - 1, "[%4d] ", line);
     }
     return prefix;
 }

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/e2e/records.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/records.h"
 
 using testing::Contains;
 using testing::ElementsAre;

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <regex>
 
-#include "tests/e2e/records.h"
 #include "tests/e2e/simulatedmachine.h"
 #include "tests/support/logfile.h"
+#include "tests/support/records.h"
 
 using testing::Contains;
 using testing::Each;

@@ -5,8 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "tests/e2e/records.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/records.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;

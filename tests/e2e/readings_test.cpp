@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "tests/e2e/records.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/records.h"
 
 using testing::ElementsAre;
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "monitor/reasons/missingreasons.h"
-#include "tests/e2e/records.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/records.h"
 
 using testing::StartsWith;
 using namespace zorvane;

@@ -4,9 +4,9 @@
 
 #include <optional>
 
-#include "src/amdsdk/servicehandle.h"
-#include "tests/e2e/records.h"
+#include "tests/e2e/driverservice.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/records.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -16,7 +16,6 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr wchar_t kService[] = L"AMDRyzenMasterDriverV15";
 const std::string kSwitchedOff = "sdk_flag=0";
 
 std::string Scenario(const std::string& cpu, const std::string& rest = "\"gpus\": []") {
@@ -30,34 +29,13 @@ const std::string kTwoReadings = R"("pmTable": {"temperature": {"perRead": [45.9
 class Temperature : public testing::Test {
   protected:
     void SetUp() override {
-        if (!GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version")) {
+        if (!IsWine()) {
             GTEST_SKIP() << "would install a driver on a real Windows";
         }
-        DeleteService();
+        RemoveDriverService();
     }
 
-    void TearDown() override { DeleteService(); }
-
-    // The driver service's state, empty when it is not there.
-    static std::optional<DWORD> ServiceState() {
-        const CServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-        const CServiceHandle service(OpenServiceW(manager.get(), kService, SERVICE_ALL_ACCESS));
-        SERVICE_STATUS status{};
-        if (!service || !QueryServiceStatus(service.get(), &status)) {
-            return std::nullopt;
-        }
-        return status.dwCurrentState;
-    }
-
-    static void DeleteService() {
-        const CServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-        const CServiceHandle service(OpenServiceW(manager.get(), kService, SERVICE_ALL_ACCESS));
-        if (service) {
-            SERVICE_STATUS status{};
-            ControlService(service.get(), SERVICE_CONTROL_STOP, &status);
-            ::DeleteService(service.get());
-        }
-    }
+    void TearDown() override { RemoveDriverService(); }
 
     // Runs a worker until `count` temperatures have come, then ends it in order.
     void RunWorker(const MachineParts& parts, size_t count, const std::wstring& words = L"") {

@@ -1,8 +1,9 @@
 // A worker for tests of the stub's side: a window, and a script on its command line. It takes the
-// host's --wnd and --entry; every other word is a step, done in order on a work thread:
+// host's --wnd, --entry and --parent; every other word is a step, done in order on a work thread:
 //
 //   hello              the greeting; "hello:W" names the window W instead of its own
 //   static:I  gpu:I    a static or dynamic record of GPU I of 2
+//   name:TEXT          the name of the GPUs in the records that follow
 //   unread:I           a dynamic record of GPU I in which nothing could be read
 //   cpu:TEXT           the text under the CPU temperature's code, with its NUL; "rawcpu:" without
 //   bytes:CODE:N       N zero bytes under a code
@@ -16,7 +17,8 @@
 //   crash              ends with an access violation
 //
 // After the last step it waits for its end: the stop message, or the stub window's disappearance,
-// either with exit code 0.
+// either with exit code 0. One that is blind ends soon after its stub's process, with 98: a test
+// that fails leaves nothing behind.
 #include <windows.h>
 // After windows.h, which it needs.
 #include <shellapi.h>
@@ -38,6 +40,7 @@ HWND s_stub = nullptr;
 HWND s_window = nullptr;
 HWND s_sender = nullptr;
 std::wstring s_entry;
+std::wstring s_gpuName;
 
 // The number behind the n-th colon, 0 when there is none.
 long Number(const std::wstring& step, int n = 1) {
@@ -89,7 +92,7 @@ void SendGpu(uint32_t kind, uint32_t index) {
     record.memoryUtilizationPercent = 20 + index;
     record.temperatureCelsius = 50 + index;
     record.fanSpeedPercent = 30 + index;
-    SetText(record.name, L"Fake GPU " + std::to_wstring(index));
+    SetText(record.name, s_gpuName.empty() ? L"Fake GPU " + std::to_wstring(index) : s_gpuName);
     // The higher index stands at the lower bus: order by index and order by bus id differ.
     record.pciBus = 9 - index;
     record.pciDeviceId = 0x268410DE;
@@ -150,6 +153,9 @@ void Do(const std::wstring& step) {
     if (verb == L"gpu") {
         SendGpu(kGpuRecordDynamic, index);
     }
+    if (verb == L"name") {
+        s_gpuName = step.substr(step.find(L':') + 1);
+    }
     if (verb == L"unread") {
         const NvmlGpuRecord record = BareRecord(kGpuRecordDynamic, index);
         Send(kCopyDataTaskData, &record, sizeof(record));
@@ -197,6 +203,18 @@ void RunScript(const std::vector<std::wstring>& steps) {
     }
 }
 
+// The word holds the process's id and the time of its creation; a test's is not reused so soon.
+void EndAfter(const std::wstring& parent) {
+    const HANDLE process = OpenProcess(
+        SYNCHRONIZE, FALSE, static_cast<DWORD>(std::wcstoul(parent.c_str(), nullptr, 10)));
+    std::thread([process] {
+        constexpr DWORD kGraceMs = 20000;
+        WaitForSingleObject(process, INFINITE);
+        Sleep(kGraceMs);
+        ExitNow(98);
+    }).detach();
+}
+
 LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_COPYDATA) {
         const auto* data = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
@@ -238,6 +256,8 @@ int main() {
             s_stub = AsWindow(std::wcstol(value.c_str(), nullptr, 10));
         } else if (word.starts_with(L"--entry=")) {
             s_entry = value;
+        } else if (word.starts_with(L"--parent=")) {
+            EndAfter(value);
         } else {
             steps.push_back(word);
         }

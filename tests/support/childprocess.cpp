@@ -2,13 +2,15 @@
 
 #include <stdexcept>
 
+#include "base/callerror.h"
+
 namespace {
 
-HANDLE CreateInheritable(const std::wstring& path) {
+zorvane::CUniqueHandle CreateInheritable(const std::wstring& path) {
     SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-    return CreateFileW(path.c_str(), GENERIC_WRITE,
-                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable,
-                       CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return zorvane::OwnFile(CreateFileW(
+        path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        &inheritable, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 HANDLE CreateKillingJob() {
@@ -26,39 +28,32 @@ CChildProcess::CChildProcess(const std::wstring& program, const std::wstring& wo
     : m_job(CreateKillingJob()) {
     std::wstring commandLine = L"\"" + program + L"\" " + words;
     std::vector<wchar_t> block = zorvane::ChangedOwnEnvironment(environment);
+    const zorvane::CUniqueHandle output = CreateInheritable(m_folder.PathOf(L"output"));
+    const zorvane::CUniqueHandle errors = CreateInheritable(m_folder.PathOf(L"errors"));
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = CreateInheritable(m_folder.PathOf(L"output"));
-    startup.hStdError = CreateInheritable(m_folder.PathOf(L"errors"));
+    startup.hStdOutput = output.get();
+    startup.hStdError = errors.get();
     PROCESS_INFORMATION process{};
-    const BOOL created = CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
-                                        CREATE_SUSPENDED | CREATE_UNICODE_ENVIRONMENT, block.data(),
-                                        nullptr, &startup, &process);
-    const DWORD error = GetLastError();
-    CloseHandle(startup.hStdOutput);
-    CloseHandle(startup.hStdError);
-    if (!created) {
-        CloseHandle(m_job);
-        throw std::runtime_error("CreateProcessW fails with " + std::to_string(error));
+    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
+                        CREATE_SUSPENDED | CREATE_UNICODE_ENVIRONMENT, block.data(), nullptr,
+                        &startup, &process)) {
+        throw std::runtime_error(Describe(zorvane::LastCallError("CreateProcessW")));
     }
-    AssignProcessToJobObject(m_job, process.hProcess);
-    ResumeThread(process.hThread);
-    CloseHandle(process.hThread);
-    m_process = process.hProcess;
+    const zorvane::CUniqueHandle thread(process.hThread);
+    m_process.reset(process.hProcess);
     m_id = process.dwProcessId;
+    AssignProcessToJobObject(m_job.get(), m_process.get());
+    ResumeThread(thread.get());
 }
 
-CChildProcess::~CChildProcess() {
-    Kill();
-    CloseHandle(m_process);
-    CloseHandle(m_job);
-}
+CChildProcess::~CChildProcess() { Kill(); }
 
 std::optional<DWORD> CChildProcess::Wait(DWORD timeoutMs) const {
     DWORD code = 0;
-    if (WaitForSingleObject(m_process, timeoutMs) != WAIT_OBJECT_0 ||
-        !GetExitCodeProcess(m_process, &code)) {
+    if (WaitForSingleObject(m_process.get(), timeoutMs) != WAIT_OBJECT_0 ||
+        !GetExitCodeProcess(m_process.get(), &code)) {
         return std::nullopt;
     }
     return code;
@@ -66,6 +61,6 @@ std::optional<DWORD> CChildProcess::Wait(DWORD timeoutMs) const {
 
 void CChildProcess::Kill() const {
     constexpr UINT kKilled = 99;
-    TerminateProcess(m_process, kKilled);
-    WaitForSingleObject(m_process, INFINITE);
+    TerminateProcess(m_process.get(), kKilled);
+    WaitForSingleObject(m_process.get(), INFINITE);
 }

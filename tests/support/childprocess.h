@@ -6,7 +6,9 @@
 #include <optional>
 #include <string>
 
-#include "client/environment.h"
+#include "base/environment.h"
+#include "base/handle.h"
+#include "base/processidentity.h"
 #include "tests/support/tempfolder.h"
 
 /** Runs one program, in a job that ends with this object, and keeps what it prints. */
@@ -21,6 +23,11 @@ class CChildProcess {
 
     DWORD Id() const { return m_id; }
 
+    /** "--parent=<this process>", for a worker that is to take this process for its stub's. */
+    std::wstring ParentWord() const {
+        return L"--parent=" + zorvane::IdentityText(zorvane::IdentityOf(m_process.get()));
+    }
+
     /** The exit code; empty when it has not ended within `timeoutMs`. */
     std::optional<DWORD> Wait(DWORD timeoutMs = 60000) const;
 
@@ -33,7 +40,7 @@ class CChildProcess {
 
   private:
     CTempFolder m_folder;
-    HANDLE m_job = nullptr;
-    HANDLE m_process = nullptr;
+    zorvane::CUniqueHandle m_job;
+    zorvane::CUniqueHandle m_process;
     DWORD m_id = 0;
 };

@@ -3,15 +3,10 @@
 
 #include <cstdint>
 #include <functional>
-#include <vector>
 
-/** The registers that CPUID writes. */
-struct CpuidRegisters {
-    uint32_t eax;
-    uint32_t ebx;
-    uint32_t ecx;
-    uint32_t edx;
-};
+#include "base/cpuidtrap.h"
+
+using zorvane::CpuidRegisters;
 
 /**
  * Makes every CPUID instruction of this program a trap that asks `answer` for the leaf's registers,
@@ -24,12 +19,9 @@ class CFakeCpuid {
 
     /** Throws std::runtime_error when there is no list, or it is not this program's. */
     explicit CFakeCpuid(Answer answer);
-    ~CFakeCpuid();
-    CFakeCpuid(const CFakeCpuid&) = delete;
-    CFakeCpuid& operator=(const CFakeCpuid&) = delete;
 
   private:
-    void* m_handler = nullptr;
+    zorvane::CCpuidTrap m_trap;
 };
 
 /** Leaf 0 of a processor whose vendor is `vendor`, 12 characters. */

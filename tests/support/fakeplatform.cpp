@@ -20,16 +20,11 @@ const wchar_t* GetName(SlotObject* self) {
     return self == &s_cpu ? s_fake.cpuName : s_fake.secondName;
 }
 
-// What stands in the register above a result is anything: here all bits are set.
-constexpr uint64_t kAboveStatus = 0xFFFFFFFF00000000;
-constexpr uint64_t kAboveBool = 0xFFFFFFFFFFFFFF00;
-
 template <typename Value>
 uint64_t Answer(const char* call, const std::function<int32_t(Value*)>& reading, Value* value) {
     constexpr int32_t kUnsupportedFunction = 4;
     s_fake.calls.emplace_back(call);
-    const int32_t status = reading ? reading(value) : kUnsupportedFunction;
-    return kAboveStatus | static_cast<uint32_t>(status);
+    return zorvane::NumberInRegister(reading ? reading(value) : kUnsupportedFunction);
 }
 
 uint64_t GetTemperatureOffset(SlotObject*, int32_t* offset) {
@@ -55,8 +50,7 @@ SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index) {
 
 uint64_t Init(SlotObject*, void* first, void* second) {
     s_fake.calls.emplace_back("Init");
-    const bool result = s_fake.init && s_fake.init(first, second);
-    return kAboveBool | (result ? 1 : 0);
+    return zorvane::BoolInRegister(s_fake.init && s_fake.init(first, second));
 }
 
 void UnInit(SlotObject*) { s_fake.calls.emplace_back("UnInit"); }

@@ -1,6 +1,5 @@
 #include "tests/support/fakeservices.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "tests/support/importpatch.h"
@@ -116,16 +115,6 @@ struct CFakeServices::Patches {
         fake.Record("CloseHandle", "device");
         return TRUE;
     });
-    PATCH_IMPORT(commandLine, GetCommandLineW, [this] { return fake.commandLine.data(); });
-    PATCH_IMPORT(moduleFileName, GetModuleFileNameW,
-                 [this](HMODULE module, LPWSTR path, DWORD size) {
-                     if (module) {
-                         return moduleFileName.Original(module, path, size);
-                     }
-                     const size_t length = std::min<size_t>(fake.executable.size(), size - 1);
-                     path[fake.executable.copy(path, length)] = L'\0';
-                     return static_cast<DWORD>(length);
-                 });
 };
 
 CFakeServices::CFakeServices(std::vector<std::string>& calls)

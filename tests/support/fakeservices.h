@@ -1,4 +1,4 @@
-/** The service control manager and the driver's device, as a test wants them. */
+/** A scriptable fake of the service control manager and the driver's device. */
 #pragma once
 
 #include <windows.h>
@@ -10,9 +10,9 @@
 #include <vector>
 
 /**
- * Answers this program's service calls, its opening of the driver's device, its command line and
- * the path of its executable, for its own life; one at a time. Nothing reaches the real service
- * control manager. Each call is kept with all its arguments.
+ * Answers this program's service calls and its opening of the driver's device, for its own life;
+ * one at a time. Nothing reaches the real service control manager. Each call is kept with all its
+ * arguments.
  */
 class CFakeServices {
   public:
@@ -27,8 +27,6 @@ class CFakeServices {
     std::map<std::string, std::deque<DWORD>> errors;
     /** What QueryServiceStatus writes, also when it fails. */
     DWORD state = SERVICE_RUNNING;
-    std::wstring commandLine = L"worker.exe --wnd=1";
-    std::wstring executable = L"C:\\Apps\\Qorvella\\worker.exe";
 
   private:
     struct Patches;

@@ -10,21 +10,23 @@
 namespace {
 
 constexpr auto kPatience = std::chrono::seconds(30);
-constexpr wchar_t kClassName[] = L"Zorvane recording stub";
 
 }  // namespace
 
-CRecordingStub::CRecordingStub(Handler handler) : m_handler(std::move(handler)) {
-    const HANDLE ready = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    m_thread = std::thread([this, ready] { Run(ready); });
-    WaitForSingleObject(ready, INFINITE);
-    CloseHandle(ready);
-}
-
-CRecordingStub::~CRecordingStub() { Destroy(); }
+CRecordingStub::CRecordingStub(Handler handler)
+    : m_handler(std::move(handler)),
+      m_window([this](UINT message, WPARAM wParam, LPARAM lParam) -> std::optional<LRESULT> {
+          if (message != WM_COPYDATA) {
+              return std::nullopt;
+          }
+          const auto* data = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
+          Keep({data->dwData, std::string(static_cast<const char*>(data->lpData), data->cbData),
+                reinterpret_cast<HWND>(wParam)});
+          return TRUE;
+      }) {}
 
 std::wstring CRecordingStub::WindowWord() const {
-    return L"--wnd=" + std::to_wstring(static_cast<int>(reinterpret_cast<INT_PTR>(m_window)));
+    return L"--wnd=" + std::to_wstring(static_cast<int>(reinterpret_cast<INT_PTR>(Window())));
 }
 
 std::vector<StubMessage> CRecordingStub::Messages() const {
@@ -53,47 +55,9 @@ LRESULT CRecordingStub::SendToWorker(ULONG_PTR code) {
     COPYDATASTRUCT data{code, 0, nullptr};
     DWORD_PTR answer = 0;
     SendMessageTimeoutW(reinterpret_cast<HWND>(hello.hostWnd), WM_COPYDATA,
-                        reinterpret_cast<WPARAM>(m_window), reinterpret_cast<LPARAM>(&data),
+                        reinterpret_cast<WPARAM>(Window()), reinterpret_cast<LPARAM>(&data),
                         SMTO_NORMAL, 30000, &answer);
     return static_cast<LRESULT>(answer);
-}
-
-void CRecordingStub::Destroy() {
-    if (m_thread.joinable()) {
-        PostMessageW(m_window, WM_CLOSE, 0, 0);
-        m_thread.join();
-    }
-}
-
-LRESULT CALLBACK CRecordingStub::WindowProc(HWND window, UINT message, WPARAM wParam,
-                                            LPARAM lParam) {
-    if (message == WM_DESTROY) {
-        PostQuitMessage(0);
-        return 0;
-    }
-    auto* self = reinterpret_cast<CRecordingStub*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (message != WM_COPYDATA || !self) {
-        return DefWindowProcW(window, message, wParam, lParam);
-    }
-    const auto* data = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
-    self->Keep({data->dwData, std::string(static_cast<const char*>(data->lpData), data->cbData),
-                reinterpret_cast<HWND>(wParam)});
-    return TRUE;
-}
-
-void CRecordingStub::Run(HANDLE ready) {
-    WNDCLASSW description{};
-    description.lpfnWndProc = WindowProc;
-    description.lpszClassName = kClassName;
-    RegisterClassW(&description);
-    m_window = CreateWindowExW(0, kClassName, nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
-                               nullptr, nullptr);
-    SetWindowLongPtrW(m_window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-    SetEvent(ready);
-    MSG message{};
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        DispatchMessageW(&message);
-    }
 }
 
 void CRecordingStub::Keep(const StubMessage& message) {

@@ -7,8 +7,9 @@
 #include <functional>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "base/windowthread.h"
 
 /** One WM_COPYDATA as it came. */
 struct StubMessage {
@@ -24,11 +25,8 @@ class CRecordingStub {
     using Handler = std::function<void(const StubMessage& message)>;
 
     explicit CRecordingStub(Handler handler = {});
-    ~CRecordingStub();
-    CRecordingStub(const CRecordingStub&) = delete;
-    CRecordingStub& operator=(const CRecordingStub&) = delete;
 
-    HWND Window() const { return m_window; }
+    HWND Window() const { return m_window.Handle(); }
 
     /** "--wnd=<handle>" as a worker's command line has it. */
     std::wstring WindowWord() const;
@@ -46,19 +44,17 @@ class CRecordingStub {
     LRESULT SendToWorker(ULONG_PTR code);
 
     /** Destroys the window and waits until it is gone. */
-    void Destroy();
+    void Destroy() { m_window.Destroy(); }
 
   private:
-    static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    void Run(HANDLE ready);
     void Keep(const StubMessage& message);
 
     Handler m_handler;
-    HWND m_window = nullptr;
     mutable std::mutex m_lock;
     std::condition_variable m_arrived;
     std::vector<StubMessage> m_messages;
-    std::thread m_thread;
+    // Last: its thread uses the others.
+    zorvane::CWindowThread m_window;
 };
 
 /** How many messages of a code there are. */

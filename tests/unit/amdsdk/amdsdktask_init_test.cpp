@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "src/amdsdk/amdsdktask.h"
+#include "tests/support/fakeamdmachine.h"
 #include "tests/support/testlog.h"
-#include "tests/unit/amdsdk/fakemachine.h"
 
 // Starting the task: each step with what it asks, and that nothing is asked after a step that
 // fails.
@@ -44,8 +44,8 @@ class CAmdTaskInitTest : public testing::Test {
   protected:
     CAmdTaskInitTest() { m_machine.calls.clear(); }
 
-    // A processor for which VBS is not looked at, to leave that step out.
-    void LeaveVbsOut() { m_machine.signature = 0x870F10; }
+    // A processor for which VBS is queried.
+    void UseOlderProcessor() { m_machine.signature = 0x800F11; }
 
     // The first `steps` calls of those before VBS are all that was done.
     void ExpectFailureAfter(size_t steps, const Lines& messages) {
@@ -56,7 +56,7 @@ class CAmdTaskInitTest : public testing::Test {
     }
 
     CTestLog m_log;
-    CFakeMachine m_machine;
+    CFakeAmdMachine m_machine;
     CAMDSDKTask m_task{&GetPlatform()};
 };
 
@@ -97,6 +97,7 @@ TEST_F(CAmdTaskInitTest, ProcessorMustBeSupported) {
 }
 
 TEST_F(CAmdTaskInitTest, ActiveVbsEndsTheStartOnAnOlderProcessor) {
+    UseOlderProcessor();
     m_machine.wmi.AddInstance(Number(2));
     EXPECT_EQ(m_task.Init(), 0);
     ASSERT_GT(m_machine.calls.size(), kBeforeVbs.size());
@@ -108,22 +109,26 @@ TEST_F(CAmdTaskInitTest, ActiveVbsEndsTheStartOnAnOlderProcessor) {
 }
 
 TEST_F(CAmdTaskInitTest, VbsThatIsConfiguredAndDoesNotRunCountsAsActive) {
+    UseOlderProcessor();
     m_machine.wmi.AddInstance(Number(1));
     EXPECT_EQ(m_task.Init(), 0);
     EXPECT_EQ(m_machine.calls.back(), "CoUninitialize()");
 }
 
 TEST_F(CAmdTaskInitTest, VbsThatIsOffLetsTheStartGoOn) {
+    UseOlderProcessor();
     m_machine.wmi.AddInstance(Number(0));
     EXPECT_EQ(m_task.Init(), 1);
 }
 
 TEST_F(CAmdTaskInitTest, VbsQueryWithoutAnAnswerCountsAsOff) {
+    UseOlderProcessor();
     EXPECT_EQ(m_task.Init(), 1);
     EXPECT_THAT(m_machine.calls, testing::Contains("Next(-1, 1)"));
 }
 
 TEST_F(CAmdTaskInitTest, VbsQueryThatFailsLetsTheStartGoOn) {
+    UseOlderProcessor();
     m_machine.wmi.results["CoInitializeSecurity"] = RPC_E_TOO_LATE;
     m_machine.wmi.AddInstance(Number(2));
     EXPECT_EQ(m_task.Init(), 1);
@@ -138,18 +143,16 @@ TEST_F(CAmdTaskInitTest, VbsQueryThatFailsLetsTheStartGoOn) {
 }
 
 TEST_F(CAmdTaskInitTest, NewerProcessorStartsWithoutALookAtVbs) {
-    LeaveVbsOut();
     m_machine.wmi.AddInstance(Number(2));
     EXPECT_EQ(m_task.Init(), 1);
     EXPECT_EQ(m_machine.calls, Join({kBeforeVbs, kProductName, kRunningDriver, kLibraryStart}));
     EXPECT_THAT(
         m_log.Messages(),
         ElementsAre("[amdsdktask] pkgType:2, CPUID:8851216", "[amdsdktask] product_name:Board",
-                    "[amdsdktask] cpu name:AMD Ryzen 5 1600X Six-Core Processor"));
+                    "[amdsdktask] cpu name:AMD Ryzen 7 3700X 8-Core Processor"));
 }
 
 TEST_F(CAmdTaskInitTest, SkippedProductEndsTheStartAndClosesTheKey) {
-    LeaveVbsOut();
     m_machine.product = L"SURFACE laptop 3";
     EXPECT_EQ(m_task.Init(), 0);
     EXPECT_EQ(m_machine.calls, Join({kBeforeVbs, kProductName, {"RegCloseKey()"}}));
@@ -159,14 +162,12 @@ TEST_F(CAmdTaskInitTest, SkippedProductEndsTheStartAndClosesTheKey) {
 }
 
 TEST_F(CAmdTaskInitTest, SkippedProductWithATrailingBlankIsAnother) {
-    LeaveVbsOut();
     m_machine.product = L"Surface Laptop 3 ";
     EXPECT_EQ(m_task.Init(), 1);
     EXPECT_THAT(m_log.Messages(), testing::Contains("[amdsdktask] product_name:Surface Laptop 3 "));
 }
 
 TEST_F(CAmdTaskInitTest, KeyThatDoesNotOpenIsNeitherReadNorClosed) {
-    LeaveVbsOut();
     m_machine.openKeyResult = ERROR_FILE_NOT_FOUND;
     EXPECT_EQ(m_task.Init(), 1);
     EXPECT_EQ(m_machine.calls, Join({kBeforeVbs,
@@ -177,7 +178,6 @@ TEST_F(CAmdTaskInitTest, KeyThatDoesNotOpenIsNeitherReadNorClosed) {
 }
 
 TEST_F(CAmdTaskInitTest, NameThatCannotBeReadOrIsNoTextDoesNotStopTheStart) {
-    LeaveVbsOut();
     m_machine.product = L"Surface Laptop 3";
     m_machine.queryValueResult = ERROR_FILE_NOT_FOUND;
     EXPECT_EQ(m_task.Init(), 1);
@@ -189,7 +189,6 @@ TEST_F(CAmdTaskInitTest, NameThatCannotBeReadOrIsNoTextDoesNotStopTheStart) {
 }
 
 TEST_F(CAmdTaskInitTest, ProductNameWithAPercentSignIsNoFormat) {
-    LeaveVbsOut();
     m_machine.product = L"100%s%n";
     EXPECT_EQ(m_task.Init(), 1);
     EXPECT_THAT(m_log.Messages(), testing::Contains("[amdsdktask] product_name:100%s%n"));
@@ -197,8 +196,6 @@ TEST_F(CAmdTaskInitTest, ProductNameWithAPercentSignIsNoFormat) {
 
 class CAmdTaskDriverTest : public CAmdTaskInitTest {
   protected:
-    CAmdTaskDriverTest() { LeaveVbsOut(); }
-
     // What was called between the reading of the product's name and the closing of its key, by
     // name.
     Lines CallsAfterProductName() const {
@@ -229,7 +226,7 @@ TEST_F(CAmdTaskDriverTest, MissingServiceIsInstalledAndTheLibraryAskedOnceMore) 
         ElementsAre("[utility] OpenService error. 1060",
                     "[amdsdktask] QueryDrvService failed. AMDRyzenMasterDriverV15",
                     R"([utility] InstallDriver success. C:\Apps\Qorvella\AMDRyzenMasterDriver.sys)",
-                    "[amdsdktask] cpu name:AMD Ryzen 5 1600X Six-Core Processor"));
+                    "[amdsdktask] cpu name:AMD Ryzen 7 3700X 8-Core Processor"));
 }
 
 TEST_F(CAmdTaskDriverTest, StoppedServiceIsInstalledAnew) {

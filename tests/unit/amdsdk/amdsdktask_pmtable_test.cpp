@@ -183,7 +183,7 @@ TEST_F(CPMTableTest, ResultOfTheWriteIsNotLookedAt) {
 }
 
 TEST_F(CPMTableTest, SettingsFileLiesBesideTheExecutable) {
-    m_services.executable = L"D:\\Other folder\\host.exe";
+    m_executable.path = L"D:\\Other folder\\host.exe";
     SetPMTable(3);
     EXPECT_EQ(Execute(), 1);
     EXPECT_EQ(

@@ -23,7 +23,7 @@ TEST_F(CAmdTaskTest, UninitShutsTheLibraryDownAndThenDeletesTheDriverService) {
 }
 
 TEST_F(CAmdTaskTest, UninitShutsTheLibraryDownAlsoWhenTheServiceIsKept) {
-    m_services.commandLine = L"worker.exe skip_delete";
+    m_executable.commandLine = L"worker.exe skip_delete";
     m_task.Uninit();
     EXPECT_EQ(m_platform.calls, Lines{"UnInit"});
     EXPECT_EQ(m_log.Messages(), Lines{});

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/fakeexecutable.h"
 #include "tests/support/fakeservices.h"
 #include "tests/support/testlog.h"
 
@@ -44,4 +45,5 @@ class CDriverServiceTest : public testing::Test {
     CTestLog m_log;
     Lines m_calls;
     CFakeServices m_services{m_calls};
+    CFakeExecutable m_executable;
 };

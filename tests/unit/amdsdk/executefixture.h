@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "src/amdsdk/amdsdktask.h"
+#include "tests/support/fakeexecutable.h"
 #include "tests/support/fakeplatform.h"
 #include "tests/support/fakeprocess.h"
 #include "tests/support/fakeservices.h"
@@ -60,6 +61,7 @@ class CExecuteTest : public testing::Test {
     FakePlatform& m_platform = FakePlatform::Instance();
     CTestLog m_log;
     CFakeServices m_services{m_platform.calls};
+    CFakeExecutable m_executable;
     std::shared_ptr<CFakeProcess> m_process = std::make_shared<CFakeProcess>();
     CAMDSDKTask m_task{&FreshPlatform()};
     /** What was written to the settings file, with the number of messages sent before it. */

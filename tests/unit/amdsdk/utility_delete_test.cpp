@@ -46,7 +46,7 @@ TEST_F(CDeleteDriverTest, WordOnTheCommandLineKeepsTheServiceInAnyCaseAndInsideO
     for (const wchar_t* commandLine :
          {L"worker.exe skip_delete", L"worker.exe SKIP_DELETE --wnd=1", L"worker.exe Skip_Delete",
           L"worker.exe --entry=noskip_deleted", L"C:\\xSkIp_DeLeTey\\worker.exe"}) {
-        m_services.commandLine = commandLine;
+        m_executable.commandLine = commandLine;
         DeleteDriver();
         EXPECT_EQ(m_calls, Lines{}) << Quoted(commandLine);
     }
@@ -57,7 +57,7 @@ TEST_F(CDeleteDriverTest, SimilarWordsDoNotKeepTheService) {
     for (const wchar_t* commandLine :
          {L"", L"worker.exe", L"worker.exe skip delete", L"worker.exe skip-delete",
           L"worker.exe skip_delet", L"worker.exe skip_ delete"}) {
-        m_services.commandLine = commandLine;
+        m_executable.commandLine = commandLine;
         m_calls.clear();
         DeleteDriver();
         EXPECT_EQ(m_calls.size(), 6u) << Quoted(commandLine);

@@ -177,13 +177,13 @@ TEST_F(CFileGoneTest, SecondStartTreatsNoErrorSpecially) {
 }
 
 TEST_F(CInstallDriverTest, PathIsTheFolderOfTheExecutableJoinedLiterally) {
-    m_services.executable = L"D:\\worker.exe";
+    m_executable.path = L"D:\\worker.exe";
     EXPECT_EQ(InstallDriver(), 1);
     EXPECT_EQ(m_log.Messages(), Logged("InstallDriver success. D:\\\\AMDRyzenMasterDriver.sys"));
 }
 
 TEST_F(CInstallDriverTest, PathWithAPercentSignIsNoFormat) {
-    m_services.executable = L"D:\\100%s%n\\worker.exe";
+    m_executable.path = L"D:\\100%s%n\\worker.exe";
     EXPECT_EQ(InstallDriver(), 1);
     EXPECT_EQ(m_log.Messages(),
               Logged("InstallDriver success. D:\\100%s%n\\AMDRyzenMasterDriver.sys"));

@@ -47,7 +47,7 @@ TEST_F(CQueryDrvServiceTest, StoppedServiceIsDeletedWhileTheManagerIsStillOpen) 
 
 TEST_F(CQueryDrvServiceTest, StoppedServiceIsKeptWhenTheCommandLineSaysSo) {
     m_services.state = SERVICE_STOPPED;
-    m_services.commandLine = L"worker.exe skip_delete";
+    m_executable.commandLine = L"worker.exe skip_delete";
     EXPECT_EQ(QueryDrvService(), -1);
     EXPECT_EQ(m_calls,
               (Lines{m_openManager, OpenService("manager1"), "QueryServiceStatus(service1)",

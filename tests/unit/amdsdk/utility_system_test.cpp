@@ -3,8 +3,8 @@
 #include <ostream>
 
 #include "src/amdsdk/utility.h"
+#include "tests/support/fakewindows.h"
 #include "tests/support/testlog.h"
-#include "tests/unit/amdsdk/fakewindows.h"
 
 // What the process finds out about Windows once: each test has a process of its own.
 

@@ -2,7 +2,7 @@
 #include <wbemidl.h>
 
 #include "src/amdsdk/utility.h"
-#include "tests/unit/amdsdk/fakewmi.h"
+#include "tests/support/fakewmi.h"
 
 namespace {
 

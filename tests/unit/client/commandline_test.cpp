@@ -48,10 +48,11 @@ TEST(CommandLineTest, GivesBackExactlyTheWordsOfAnyCommand) {
         command.entry = anyWord();
         command.libraryPath = L"C:\\" + anyWord();
         command.words = {anyWord(), anyWord()};
-        const std::wstring line = BuildCommandLine(command, nullptr);
+        const std::wstring line = BuildCommandLine(command, nullptr, {7, 99});
         const std::vector<std::wstring> expected{command.host,
                                                  L"--wnd=0",
                                                  L"--entry=" + command.entry,
+                                                 L"--parent=7:99",
                                                  L"--library=" + command.libraryPath,
                                                  command.words[0],
                                                  command.words[1]};
@@ -63,7 +64,8 @@ TEST(CommandLineTest, LeavesTheLibraryOutWhenTheHostIsToTakeItsOwn) {
     WorkerCommand command;
     command.host = L"h.exe";
     command.entry = L"e";
-    EXPECT_EQ(BuildCommandLine(command, nullptr), L"\"h.exe\" --wnd=0 --entry=e");
+    EXPECT_EQ(BuildCommandLine(command, nullptr, {7, 99}),
+              L"\"h.exe\" --wnd=0 --entry=e --parent=7:99");
 }
 
 TEST(CommandLineTest, WritesAWindowHandleAsASignedDecimalOf32Bits) {

@@ -7,19 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "base/modulepath.h"
 #include "client/commandline.h"
-
-/** A file in the folder of the running test program. */
-inline std::wstring BesideTest(const std::wstring& name) {
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return path.substr(0, path.find_last_of(L'\\') + 1) + name;
-}
 
 /** Starts the fake worker with this script; tests/fakes/fakeworker.cpp lists the steps. */
 inline zorvane::WorkerCommand FakeWorker(const std::vector<std::wstring>& script) {
     zorvane::WorkerCommand command;
-    command.host = BesideTest(L"fakeworker.exe");
+    command.host = zorvane::ModuleFolder(nullptr) + L"fakeworker.exe";
     command.entry = L"test worker";
     command.words = script;
     return command;

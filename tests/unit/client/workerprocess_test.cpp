@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "client/messagewindow.h"
+#include "base/messagewindow.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/client/fakeworker.h"
 
@@ -66,33 +66,37 @@ TEST_F(WorkerProcessTest, HasNoExitCodeWhileTheWorkerRuns) {
     EXPECT_EQ(m_process.ExitCode(), CWorkerProcess::kTerminatedCode);
 }
 
-TEST_F(WorkerProcessTest, EndsTheWorkerWhenItIsClosed) {
-    ASSERT_FALSE(Start(FakeWorker({L"deaf", L"blind"})));
-    const CUniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, m_process.Id()));
+TEST_F(WorkerProcessTest, LeavesTheWorkerRunningWhenItIsClosed) {
+    ASSERT_FALSE(Start(FakeWorker({L"deaf"})));
+    const CUniqueHandle process(
+        OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, m_process.Id()));
     ASSERT_TRUE(process);
     m_process.Close();
-    EXPECT_EQ(WaitForSingleObject(process.get(), kTimeoutMs), WAIT_OBJECT_0);
     EXPECT_EQ(m_process.Id(), 0u);
+    EXPECT_EQ(WaitForSingleObject(process.get(), 0), static_cast<DWORD>(WAIT_TIMEOUT));
+    m_window.Destroy();
+    ASSERT_EQ(WaitForSingleObject(process.get(), kTimeoutMs), WAIT_OBJECT_0);
+    DWORD code = 1;
+    EXPECT_TRUE(GetExitCodeProcess(process.get(), &code));
+    EXPECT_EQ(code, 0u);
 }
 
-TEST_F(WorkerProcessTest, EndsTheWorkerWithTheLastHandleOfItsJob) {
-    HANDLE job = nullptr;
-    PATCH_IMPORT(assign, AssignProcessToJobObject, [&](HANDLE target, HANDLE process) -> WINBOOL {
-        job = target;
-        return assign.Original(target, process);
-    });
-    // The process is not ended by hand: what is left is what a stub that crashes leaves behind.
-    PATCH_IMPORT(terminate, TerminateProcess, [](HANDLE, UINT) -> WINBOOL { return TRUE; });
-    ASSERT_FALSE(Start(FakeWorker({L"deaf", L"blind"})));
-    EXPECT_NE(job, nullptr);
-    const CUniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, m_process.Id()));
-    m_process.Close();
-    EXPECT_EQ(WaitForSingleObject(process.get(), kTimeoutMs), WAIT_OBJECT_0);
+TEST_F(WorkerProcessTest, TellsTheWorkerOfItsOwnProcess) {
+    std::wstring line;
+    PATCH_IMPORT(create, CreateProcessW,
+                 [&](LPCWSTR, LPWSTR given, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, WINBOOL,
+                     DWORD, LPVOID, LPCWSTR, LPSTARTUPINFOW, LPPROCESS_INFORMATION) -> WINBOOL {
+                     line = given;
+                     SetLastError(ERROR_ACCESS_DENIED);
+                     return FALSE;
+                 });
+    ASSERT_TRUE(Start(FakeWorker({})));
+    EXPECT_NE(line.find(L" --parent=" + IdentityText(OwnIdentity())), std::wstring::npos) << line;
 }
 
 TEST_F(WorkerProcessTest, NamesTheHostThatIsMissing) {
     WorkerCommand command = FakeWorker({});
-    command.host = BesideTest(L"missing host.exe");
+    command.host = zorvane::ModuleFolder(nullptr) + L"missing host.exe";
     const auto error = Start(command);
     ASSERT_TRUE(error);
     EXPECT_NE(error->call.find("missing host.exe"), std::string::npos) << error->call;
@@ -100,16 +104,17 @@ TEST_F(WorkerProcessTest, NamesTheHostThatIsMissing) {
     EXPECT_EQ(m_process.Id(), 0u);
 }
 
-TEST_F(WorkerProcessTest, LeavesNoProcessWhenTheJobRefusesIt) {
+TEST_F(WorkerProcessTest, LeavesNoProcessWhenItsEndCannotBeWatched) {
     DWORD id = 0;
-    PATCH_IMPORT(refusing, AssignProcessToJobObject, [&](HANDLE, HANDLE process) -> WINBOOL {
-        id = GetProcessId(process);
-        SetLastError(ERROR_ACCESS_DENIED);
-        return FALSE;
-    });
-    const auto error = Start(FakeWorker({}));
+    PATCH_IMPORT(refusing, RegisterWaitForSingleObject,
+                 [&](PHANDLE, HANDLE process, WAITORTIMERCALLBACK, PVOID, ULONG, ULONG) -> WINBOOL {
+                     id = GetProcessId(process);
+                     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+                     return FALSE;
+                 });
+    const auto error = Start(FakeWorker({L"deaf", L"blind"}));
     ASSERT_TRUE(error);
-    EXPECT_EQ(error->call, "AssignProcessToJobObject");
+    EXPECT_EQ(error->call, "RegisterWaitForSingleObject");
     EXPECT_EQ(m_process.Id(), 0u);
     const CUniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, id));
     EXPECT_TRUE(!process || WaitForSingleObject(process.get(), kTimeoutMs) == WAIT_OBJECT_0);

@@ -70,7 +70,7 @@ TEST_F(WorkerSessionTest, TellsEverythingThatAWorkerSendsBeforeItsEnd) {
     EXPECT_EQ(m_told.readings[0].name, L"Fake GPU 1");
     EXPECT_EQ(m_told.cpus, std::vector<int>{47});
     EXPECT_TRUE(m_told.faults.empty());
-    EXPECT_EQ(m_told.exits[0].kind, ExitKind::kOrderly);
+    EXPECT_EQ(m_told.exits[0].kind, ExitKind::kByItself);
     EXPECT_TRUE(m_told.exits[0].greeted);
     EXPECT_FALSE(m_told.exits[0].forced);
     EXPECT_FALSE(m_session->IsRunning());
@@ -220,12 +220,58 @@ TEST_F(WorkerSessionTest, StartsAgainFromWithinTheNewsOfTheEnd) {
     EXPECT_EQ(told.exits[0].kind, ExitKind::kCrash);
 }
 
-TEST_F(WorkerSessionTest, EndsTheWorkerWhenItIsDestroyed) {
-    Start({L"deaf", L"blind", L"hello"});
+TEST_F(WorkerSessionTest, LeavesTheWorkerToEndInOrderWhenItIsDestroyed) {
+    Start({L"deaf", L"hello"});
     ASSERT_TRUE(WaitForHello());
-    const CUniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, m_session->WorkerId()));
+    const CUniqueHandle process(
+        OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, m_session->WorkerId()));
     m_session.reset();
-    EXPECT_EQ(WaitForSingleObject(process.get(), 30000), WAIT_OBJECT_0);
+    ASSERT_EQ(WaitForSingleObject(process.get(), 30000), WAIT_OBJECT_0);
+    DWORD code = 1;
+    EXPECT_TRUE(GetExitCodeProcess(process.get(), &code));
+    EXPECT_EQ(code, 0u);
+}
+
+TEST_F(WorkerSessionTest, TellsAWorkerThatWasAskedFromOneThatWasNot) {
+    Start({L"hello", L"exit:0"});
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_FALSE(m_told.exits[0].asked);
+    EXPECT_EQ(m_told.exits[0].kind, ExitKind::kByItself);
+    EXPECT_EQ(DescribeExit(m_told.exits[0]), "ended by itself (0)");
+    Start({L"hello"});
+    m_session->Stop();
+    ASSERT_TRUE(WaitForExit(2));
+    EXPECT_TRUE(m_told.exits[1].asked);
+    EXPECT_EQ(m_told.exits[1].kind, ExitKind::kOrderly);
+    EXPECT_EQ(DescribeExit(m_told.exits[1]), "ended in order (0)");
+}
+
+TEST_F(WorkerSessionTest, GivesEachStepItsOwnGraceWhenAListenerPressesOn) {
+    class CImpatient : public CRecorder {
+      public:
+        void OnStopStep(StopStep step, const std::string& reason) override {
+            CRecorder::OnStopStep(step, reason);
+            if (step == StopStep::kAsked) {
+                session->Stop();
+            }
+        }
+        CWorkerSession* session = nullptr;
+    };
+    std::vector<UINT> graces;
+    PATCH_IMPORT(timer, SetTimer, [&](HWND, UINT_PTR, UINT graceMs, TIMERPROC) -> UINT_PTR {
+        graces.push_back(graceMs);
+        return 1;
+    });
+    CImpatient told;
+    CWorkerSession session(told, {11s, 22s});
+    told.session = &session;
+    ASSERT_FALSE(session.Start(FakeWorker({L"deaf", L"hello"})));
+    ASSERT_TRUE(PumpUntil([&] { return !told.hellos.empty(); }));
+    session.Stop();
+    EXPECT_EQ(told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken}));
+    ASSERT_FALSE(graces.empty());
+    EXPECT_EQ(graces.back(), 22000u);
+    ASSERT_TRUE(PumpUntil([&] { return !told.exits.empty(); }));
 }
 
 TEST_F(WorkerSessionTest, StopsNothingWhenNoWorkerRuns) {

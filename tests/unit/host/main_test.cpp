@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/hostwords.h"
 #include "host/workerlibrary.h"
 #include "tests/support/childprocess.h"
 #include "tests/unit/host/libraryfolder.h"
@@ -106,4 +107,32 @@ TEST_F(Host, FailsWhenTheFileIsNoLibrary) {
 TEST_F(Host, WritesItsLineAsUtf8) {
     EXPECT_THAT(FailureOf(m_folder, L"--library=C:\\\x00E4\x4E2D.dll", HostExit::kLibraryMissing),
                 HasSubstr("C:\\\xC3\xA4\xE4\xB8\xAD.dll not found: "));
+}
+
+TEST_F(Host, RefusesAParentThatMakesNoSense) {
+    m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
+    EXPECT_THAT(FailureOf(m_folder, L"--parent=12", HostExit::kBadWord),
+                HasSubstr("--parent wants ID:TIME"));
+}
+
+TEST_F(Host, PrintsItsWordsAndExitCodes) {
+    const CChildProcess host(m_folder.PathOf(L"zorvanehost.exe"), L"--help");
+    EXPECT_EQ(host.Wait(), 0u);
+    EXPECT_EQ(host.Output(), kHostHelp);
+}
+
+TEST_F(Host, EndsAWorkerByForceThatHangsWithoutItsStub) {
+    m_folder.CopyAs(L"tests", L"hangingworker.dll", L"Zorvane.dll");
+    const CChildProcess stub(BuildFolder(L"tests") + L"\\fakeworker.exe", L"blind");
+    const CChildProcess host(m_folder.PathOf(L"zorvanehost.exe"), stub.ParentWord());
+    // A process of the stub's id that was created at another time is not the stub.
+    const CChildProcess orphan(m_folder.PathOf(L"zorvanehost.exe"), stub.ParentWord() + L"0");
+    const CChildProcess keptHost(m_folder.PathOf(L"zorvanehost.exe"),
+                                 L"--parent=" + zorvane::IdentityText(zorvane::OwnIdentity()));
+    stub.Kill();
+    for (const CChildProcess* process : {&host, &orphan}) {
+        EXPECT_EQ(process->Wait(), Code(HostExit::kEndedByForce));
+        EXPECT_THAT(process->Errors(), HasSubstr("has not ended for 15 seconds: ended by force"));
+    }
+    EXPECT_EQ(keptHost.Wait(0), std::nullopt);
 }

@@ -11,6 +11,7 @@
 #include "src/process/msgloopprocess.h"
 #include "src/zorvaneprocess.h"
 #include "tests/support/fakeplatform.h"
+#include "tests/support/fakeservices.h"
 #include "tests/support/importpatch.h"
 #include "tests/support/testlog.h"
 
@@ -77,14 +78,9 @@ TEST_F(LogSource, OfTheTemperatureTaskIsAmdsdktask) {
 }
 
 TEST_F(LogSource, OfTheMachinesChecksIsUtility) {
-    int manager = 0;
-    PATCH_IMPORT(connect, OpenSCManagerW,
-                 [&](auto...) { return reinterpret_cast<SC_HANDLE>(&manager); });
-    PATCH_IMPORT(open, OpenServiceW, [](auto...) -> SC_HANDLE {
-        SetLastError(ERROR_SERVICE_DOES_NOT_EXIST);
-        return nullptr;
-    });
-    PATCH_IMPORT(close, CloseServiceHandle, [](SC_HANDLE) { return TRUE; });
+    std::vector<std::string> calls;
+    CFakeServices services(calls);
+    services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
     QueryDrvService();
     ExpectFirstLine("utility", "OpenService error. 1060");
 }

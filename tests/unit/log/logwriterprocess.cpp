@@ -1,20 +1,15 @@
 #include "tests/unit/log/logwriterprocess.h"
 
 #include <chrono>
-#include <filesystem>
 #include <future>
 #include <stdexcept>
+
+#include "base/modulepath.h"
 
 namespace {
 
 constexpr std::chrono::seconds kAnswerTimeout{60};
 constexpr DWORD kExitTimeoutMs = 60'000;
-
-std::wstring ProgramPath() {
-    wchar_t own[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, own, MAX_PATH);
-    return std::filesystem::path(own).replace_filename(L"logwriter.exe").wstring();
-}
 
 struct Pipe {
     HANDLE read = nullptr;
@@ -57,7 +52,8 @@ CLogWriterProcess::CLogWriterProcess(const std::wstring& path) {
     startup.hStdOutput = output.write;
     startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
     PROCESS_INFORMATION process{};
-    std::wstring commandLine = L"\"" + ProgramPath() + L"\" \"" + path + L"\"";
+    std::wstring commandLine =
+        L"\"" + zorvane::ModuleFolder(nullptr) + L"logwriter.exe" + L"\" \"" + path + L"\"";
     const BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0,
                                         nullptr, nullptr, &startup, &process);
     CloseHandle(input.read);

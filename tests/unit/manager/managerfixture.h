@@ -9,17 +9,18 @@
 #include <vector>
 
 #include "src/zorvaneprocess.h"
+#include "tests/support/fakeamdmachine.h"
+#include "tests/support/fakeexecutable.h"
 #include "tests/support/fakenvml.h"
-#include "tests/support/fakeplatform.h"
 #include "tests/support/fakeprocess.h"
+#include "tests/support/tempfolder.h"
 #include "tests/support/testlog.h"
-#include "tests/unit/manager/amdmachine.h"
-#include "tests/unit/manager/executablefolder.h"
 
 /** One GPU and an AMD processor; the host quits in the pause after `cycles` cycles. */
 class CManagerTest : public testing::Test {
   protected:
     CManagerTest() {
+        m_amd.executable.path = m_folder.PathOf(L"host.exe");
         m_nvml.deviceCount = 1;
         m_process->onWaitQuit = [this](DWORD timeoutMs) { return OnWait(timeoutMs); };
     }
@@ -44,13 +45,10 @@ class CManagerTest : public testing::Test {
         return codes;
     }
 
-    void SwitchAmdTaskOff() {
-        WriteFileBytes(m_folder.SettingsPath(), "[cpu_kernel]\r\nsdk_flag=0\r\n");
-    }
+    void SwitchAmdTaskOff() { WriteFileBytes(m_settingsPath, "[cpu_kernel]\r\nsdk_flag=0\r\n"); }
 
-    static auto PlatformCalls(const std::string& call) {
-        const auto& calls = FakePlatform::Instance().calls;
-        return std::count(calls.begin(), calls.end(), call);
+    auto AmdCalls(const std::string& call) const {
+        return std::count(m_amd.calls.begin(), m_amd.calls.end(), call);
     }
 
     auto LogLines(const std::string& end) const {
@@ -66,9 +64,9 @@ class CManagerTest : public testing::Test {
     std::function<void(int pause)> onPause;
 
     CTestLog m_log;
-    // Before the folder: the list of the program's CPUID instructions lies beside the real one.
-    CAmdMachine m_amd;
-    CExecutableFolder m_folder;
+    CTempFolder m_folder;
+    const std::wstring m_settingsPath = m_folder.PathOf(L"Qorvella.set");
+    CFakeAmdMachine m_amd;
     CFakeNvml m_nvml;
     std::shared_ptr<CFakeProcess> m_process = std::make_shared<CFakeProcess>();
     CZorvaneProcess m_manager;

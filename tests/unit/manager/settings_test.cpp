@@ -5,8 +5,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/fakeexecutable.h"
 #include "tests/support/importpatch.h"
-#include "tests/unit/manager/executablefolder.h"
+#include "tests/support/tempfolder.h"
 
 namespace {
 
@@ -31,24 +32,31 @@ constexpr FileContent kContents[] = {
     {"0 with other letter cases", "[CPU_Kernel]\r\nSDK_FLAG = 0\r\n", false},
 };
 
+class Settings : public testing::Test {
+  protected:
+    CTempFolder m_folder;
+    const std::wstring m_path = m_folder.PathOf(L"Qorvella.set");
+    CFakeExecutable m_executable{m_folder.PathOf(L"host.exe")};
+};
+
 }  // namespace
 
-TEST(Settings, SwitchTheAmdTaskOnWithoutAFile) {
-    const CExecutableFolder folder;
+TEST_F(Settings, SwitchTheAmdTaskOnWithoutAFile) {
     EXPECT_TRUE(IsAmdTaskSwitchedOn());
-    EXPECT_EQ(GetFileAttributesW(folder.SettingsPath().c_str()), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(GetFileAttributesW(m_path.c_str()), INVALID_FILE_ATTRIBUTES);
 }
 
-TEST(Settings, SwitchTheAmdTaskOffOnlyWithTheValueZeroOfTheKeyInItsSection) {
+TEST_F(Settings, SwitchTheAmdTaskOffOnlyWithTheValueZeroOfTheKeyInItsSection) {
     for (const FileContent& content : kContents) {
-        const CExecutableFolder folder;
-        WriteFileBytes(folder.SettingsPath(), content.bytes);
+        // Not one file that changes: what is read may be cached by its time.
+        const CTempFolder folder;
+        m_executable.path = folder.PathOf(L"host.exe");
+        WriteFileBytes(folder.PathOf(L"Qorvella.set"), content.bytes);
         EXPECT_EQ(IsAmdTaskSwitchedOn(), content.isOn) << content.description;
     }
 }
 
-TEST(Settings, AskForTheKeyWithADefaultOfOneInTheFileBesideTheExecutable) {
-    const CExecutableFolder folder;
+TEST_F(Settings, AskForTheKeyWithADefaultOfOneInTheFileBesideTheExecutable) {
     std::vector<std::wstring> calls;
     PATCH_IMPORT(patch, GetPrivateProfileIntW,
                  [&](const wchar_t* section, const wchar_t* key, INT value, const wchar_t* path) {
@@ -57,11 +65,10 @@ TEST(Settings, AskForTheKeyWithADefaultOfOneInTheFileBesideTheExecutable) {
                      return UINT{0};
                  });
     EXPECT_FALSE(IsAmdTaskSwitchedOn());
-    EXPECT_THAT(calls, testing::ElementsAre(L"cpu_kernel|sdk_flag|1|" + folder.SettingsPath()));
+    EXPECT_THAT(calls, testing::ElementsAre(L"cpu_kernel|sdk_flag|1|" + m_path));
 }
 
-TEST(Settings, WriteTheTextZeroUnderTheKeyIntoTheFileBesideTheExecutable) {
-    const CExecutableFolder folder;
+TEST_F(Settings, WriteTheTextZeroUnderTheKeyIntoTheFileBesideTheExecutable) {
     std::vector<std::wstring> calls;
     PATCH_IMPORT(
         patch, WritePrivateProfileStringW,
@@ -70,38 +77,33 @@ TEST(Settings, WriteTheTextZeroUnderTheKeyIntoTheFileBesideTheExecutable) {
             return FALSE;
         });
     SwitchAmdTaskOff();
-    EXPECT_THAT(calls, testing::ElementsAre(L"cpu_kernel|sdk_flag|0|" + folder.SettingsPath()));
+    EXPECT_THAT(calls, testing::ElementsAre(L"cpu_kernel|sdk_flag|0|" + m_path));
     EXPECT_TRUE(IsAmdTaskSwitchedOn()) << "a write that fails changes nothing";
 }
 
-TEST(Settings, MakeTheFileWhenThereIsNoneAndReadTheSwitchAsOffFromThenOn) {
-    const CExecutableFolder folder;
+TEST_F(Settings, MakeTheFileWhenThereIsNoneAndReadTheSwitchAsOffFromThenOn) {
     SwitchAmdTaskOff();
     EXPECT_FALSE(IsAmdTaskSwitchedOn());
-    EXPECT_EQ(ReadFileBytes(folder.SettingsPath()), "[cpu_kernel]\r\nsdk_flag=0\r\n");
+    EXPECT_EQ(ReadFileBytes(m_path), "[cpu_kernel]\r\nsdk_flag=0\r\n");
 }
 
-TEST(Settings, KeepWhatOtherProgramsHaveInTheFile) {
-    const CExecutableFolder folder;
-    WriteFileBytes(folder.SettingsPath(),
-                   "[ui]\r\nlanguage=de\r\n[cpu_kernel]\r\nsdk_flag=1\r\nother=7\r\n");
+TEST_F(Settings, KeepWhatOtherProgramsHaveInTheFile) {
+    WriteFileBytes(m_path, "[ui]\r\nlanguage=de\r\n[cpu_kernel]\r\nsdk_flag=1\r\nother=7\r\n");
     SwitchAmdTaskOff();
-    const std::wstring path = folder.SettingsPath();
     wchar_t language[8] = {};
-    GetPrivateProfileStringW(L"ui", L"language", L"", language, 8, path.c_str());
+    GetPrivateProfileStringW(L"ui", L"language", L"", language, 8, m_path.c_str());
     EXPECT_STREQ(language, L"de");
-    EXPECT_EQ(GetPrivateProfileIntW(L"cpu_kernel", L"other", 0, path.c_str()), 7u);
-    EXPECT_EQ(GetPrivateProfileIntW(L"cpu_kernel", L"sdk_flag", 1, path.c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileIntW(L"cpu_kernel", L"other", 0, m_path.c_str()), 7u);
+    EXPECT_EQ(GetPrivateProfileIntW(L"cpu_kernel", L"sdk_flag", 1, m_path.c_str()), 0u);
 }
 
-TEST(Settings, FindTheExecutableAnewEachTimeInAZeroedBufferOf260Characters) {
-    CExecutableFolder folder;
+TEST_F(Settings, FindTheExecutableAnewEachTimeInAZeroedBufferOf260Characters) {
     const CTempFolder other;
     SwitchAmdTaskOff();
-    folder.executable = other.PathOf(L"another host.exe");
+    m_executable.path = other.PathOf(L"another host.exe");
     EXPECT_TRUE(IsAmdTaskSwitchedOn());
     SwitchAmdTaskOff();
     EXPECT_NE(ReadFileBytes(other.PathOf(L"Qorvella.set")), "");
-    EXPECT_THAT(folder.questions, SizeIs(3));
-    EXPECT_THAT(folder.questions, Each(260));
+    EXPECT_THAT(m_executable.questions, SizeIs(3));
+    EXPECT_THAT(m_executable.questions, Each(260));
 }

@@ -65,7 +65,7 @@ TEST_F(ZorvaneProcessCycle, ReleasesATaskThatFailsBeforeItsLogLineAndOnlyOnce) {
     onPause = [this](int) { m_amd.temperature = 0.0; };
     EXPECT_EQ(m_manager.Execute(m_process), 1);
     EXPECT_THAT(Codes(), ElementsAre(kGpu, kGpu, kCpu, kGpu));
-    EXPECT_EQ(PlatformCalls("UnInit"), 1);
+    EXPECT_EQ(AmdCalls("UnInit"), 1);
     const std::vector<std::string> messages = m_log.Messages();
     const std::vector<std::string> end(messages.end() - 4, messages.end());
     EXPECT_THAT(end, ElementsAre("[amdsdktask] temp is 0",

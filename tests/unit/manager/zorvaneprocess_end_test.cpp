@@ -24,7 +24,7 @@ TEST_F(ZorvaneProcessEnd, IsAfterInitWithoutACycleOrAReleaseWhenTheProcessQuitsA
     EXPECT_THAT(m_process->waits, ElementsAre(0u));
     EXPECT_THAT(m_process->messages, IsEmpty());
     EXPECT_EQ(m_log.Messages().back(), "[zorvaneprocess] add AmdSdkTask");
-    EXPECT_EQ(PlatformCalls("UnInit"), 0);
+    EXPECT_EQ(AmdCalls("UnInit"), 0);
     EXPECT_EQ(m_nvml.calls.back(), "nvmlDeviceGetCount_v2()");
 }
 
@@ -43,7 +43,7 @@ TEST_F(ZorvaneProcessEnd, IsAfterOneEmptyCycleAndNoPauseWithoutAnyTask) {
 
 TEST_F(ZorvaneProcessEnd, ReleasesEveryTaskOnceAfterTheLogLineAndDestroysThem) {
     EXPECT_EQ(m_manager.Execute(m_process), 1);
-    EXPECT_EQ(PlatformCalls("UnInit"), 1);
+    EXPECT_EQ(AmdCalls("UnInit"), 1);
     EXPECT_EQ(m_nvml.calls.back(), "nvmlShutdown()");
     const std::vector<std::string> messages = m_log.Messages();
     const std::vector<std::string> end(messages.end() - 2, messages.end());
@@ -59,10 +59,10 @@ TEST_F(ZorvaneProcessEnd, LetsGoOfTheProcess) {
 TEST_F(ZorvaneProcessEnd, MayComeTwice) {
     m_manager.Init();
     m_manager.Uninit();
-    const auto releases = PlatformCalls("UnInit");
+    const auto releases = AmdCalls("UnInit");
     m_manager.Uninit();
     EXPECT_EQ(m_log.Messages().back(), "[zorvaneprocess] ZorvaneProcess Uninit. size:0");
-    EXPECT_EQ(PlatformCalls("UnInit"), releases);
+    EXPECT_EQ(AmdCalls("UnInit"), releases);
     EXPECT_EQ(releases, 1);
 }
 

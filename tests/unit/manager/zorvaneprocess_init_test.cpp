@@ -5,13 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "src/zorvaneprocess.h"
-#include "tests/support/fakenvml.h"
-#include "tests/support/fakeplatform.h"
 #include "tests/support/importpatch.h"
-#include "tests/support/testlog.h"
-#include "tests/unit/manager/amdmachine.h"
-#include "tests/unit/manager/executablefolder.h"
+#include "tests/unit/manager/managerfixture.h"
 
 namespace {
 
@@ -20,15 +15,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr char kSwitchedOff[] = "[cpu_kernel]\r\nsdk_flag=0\r\n";
-
-class ZorvaneProcessInit : public testing::Test {
+class ZorvaneProcessInit : public CManagerTest {
   protected:
-    std::string Settings() const { return ReadFileBytes(m_folder.SettingsPath()); }
-    void SwitchOff() { WriteFileBytes(m_folder.SettingsPath(), kSwitchedOff); }
-    static const std::vector<std::string>& PlatformCalls() {
-        return FakePlatform::Instance().calls;
-    }
+    std::string Settings() const { return ReadFileBytes(m_settingsPath); }
 
     // The manager's own lines.
     std::vector<std::string> Messages() const {
@@ -41,13 +30,6 @@ class ZorvaneProcessInit : public testing::Test {
         }
         return messages;
     }
-
-    CTestLog m_log;
-    // Before the folder: the list of the program's CPUID instructions lies beside the real one.
-    CAmdMachine m_amd;
-    CExecutableFolder m_folder;
-    CFakeNvml m_nvml;
-    CZorvaneProcess m_manager;
 };
 
 }  // namespace
@@ -57,7 +39,7 @@ TEST_F(ZorvaneProcessInit, AddsTheNvmlTaskThenTheAmdTaskWhereBothWork) {
     EXPECT_THAT(Messages(),
                 ElementsAre("CZorvaneProcess::Init", "add NvmlInfoTask", "add AmdSdkTask"));
     EXPECT_EQ(Settings(), "");
-    EXPECT_THAT(PlatformCalls(), Not(Contains("UnInit")));
+    EXPECT_EQ(AmdCalls("UnInit"), 0);
 }
 
 TEST_F(ZorvaneProcessInit, LogsEachTaskAfterWhatTheTaskItselfHasLogged) {
@@ -65,8 +47,8 @@ TEST_F(ZorvaneProcessInit, LogsEachTaskAfterWhatTheTaskItselfHasLogged) {
     EXPECT_THAT(
         m_log.Messages(),
         ElementsAre("[zorvaneprocess] CZorvaneProcess::Init",
-                    "[dynamicnvml] nvmlDeviceGetCount = 2", "[zorvaneprocess] add NvmlInfoTask",
-                    "[amdsdktask] pkgType:0, CPUID:8851216",
+                    "[dynamicnvml] nvmlDeviceGetCount = 1", "[zorvaneprocess] add NvmlInfoTask",
+                    "[amdsdktask] pkgType:2, CPUID:8851216", "[amdsdktask] product_name:Board",
                     "[amdsdktask] cpu name:AMD Ryzen 7 3700X 8-Core Processor",
                     "[zorvaneprocess] add AmdSdkTask"));
 }
@@ -96,13 +78,14 @@ TEST_F(ZorvaneProcessInit, ReleasesAnAmdTaskThatFailsLogsItThenSwitchesItOff) {
     EXPECT_THAT(
         messagesAtWrite,
         ElementsAre("[zorvaneprocess] CZorvaneProcess::Init",
-                    "[dynamicnvml] nvmlDeviceGetCount = 2", "[zorvaneprocess] add NvmlInfoTask",
+                    "[dynamicnvml] nvmlDeviceGetCount = 1", "[zorvaneprocess] add NvmlInfoTask",
                     "[amdsdktask] User is not admin...",
                     "[utility] DeleteService AMDRyzenMasterDriverV15 success.",
                     "[zorvaneprocess] add AmdSdkTask failed"));
     EXPECT_EQ(m_log.Messages().size(), messagesAtWrite.size());
-    EXPECT_THAT(PlatformCalls(), ElementsAre("GetPlatform", "UnInit"));
-    EXPECT_EQ(Settings(), kSwitchedOff);
+    EXPECT_EQ(AmdCalls("GetPlatform"), 1);
+    EXPECT_EQ(AmdCalls("UnInit"), 1);
+    EXPECT_EQ(Settings(), "[cpu_kernel]\r\nsdk_flag=0\r\n");
 }
 
 TEST_F(ZorvaneProcessInit, DoesNotTryTheAmdTaskAgainAfterItFailed) {
@@ -115,16 +98,16 @@ TEST_F(ZorvaneProcessInit, DoesNotTryTheAmdTaskAgainAfterItFailed) {
 }
 
 TEST_F(ZorvaneProcessInit, LeavesTheAmdTaskAndItsLibraryAloneWhenItIsSwitchedOff) {
-    SwitchOff();
+    SwitchAmdTaskOff();
     EXPECT_EQ(m_manager.Init(), 1);
     EXPECT_THAT(Messages(),
                 ElementsAre("CZorvaneProcess::Init", "add NvmlInfoTask", "sdk_flag is off..."));
-    EXPECT_THAT(PlatformCalls(), IsEmpty());
-    EXPECT_EQ(Settings(), kSwitchedOff);
+    EXPECT_THAT(m_amd.calls, IsEmpty());
+    EXPECT_EQ(Settings(), "[cpu_kernel]\r\nsdk_flag=0\r\n");
 }
 
 TEST_F(ZorvaneProcessInit, TriesTheAmdTaskWithAnyOtherNumber) {
-    WriteFileBytes(m_folder.SettingsPath(), "[cpu_kernel]\r\nsdk_flag=2\r\n");
+    WriteFileBytes(m_settingsPath, "[cpu_kernel]\r\nsdk_flag=2\r\n");
     m_manager.Init();
     EXPECT_EQ(Messages().back(), "add AmdSdkTask");
     EXPECT_EQ(Settings(), "[cpu_kernel]\r\nsdk_flag=2\r\n");
@@ -132,7 +115,7 @@ TEST_F(ZorvaneProcessInit, TriesTheAmdTaskWithAnyOtherNumber) {
 
 TEST_F(ZorvaneProcessInit, SucceedsWithoutAnyTask) {
     m_nvml.fileExists = false;
-    SwitchOff();
+    SwitchAmdTaskOff();
     EXPECT_EQ(m_manager.Init(), 1);
     EXPECT_THAT(Messages(), ElementsAre("CZorvaneProcess::Init", "add NvmlInfoTask failed",
                                         "sdk_flag is off..."));
@@ -155,7 +138,7 @@ TEST_F(ZorvaneProcessInit, MakesTasksOfWhichOneIsEnoughToBeSupported) {
 }
 
 TEST_F(ZorvaneProcessInit, MakesANvmlTaskThatAnswersAlone) {
-    SwitchOff();
+    SwitchAmdTaskOff();
     m_manager.Init();
     EXPECT_EQ(m_manager.IsSupported(), 1);
     m_nvml.fileExists = false;

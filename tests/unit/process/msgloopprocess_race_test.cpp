@@ -25,8 +25,9 @@ constexpr char kLogSource[] = "tests\\msgloopprocess_race_test.cpp";
 
 constexpr int kWorkers = 1000;
 constexpr int kMaxTurns = 60;
-// Turns that widen a moment in which the threads could get into each other's way.
-constexpr int kWideTurns = 3000;
+// Widens a moment in which the threads could get into each other's way: long enough for the other
+// thread to get there, and as long under load, where turns are worth little.
+constexpr DWORD kWideMs = 2;
 
 enum class Stop { kMessage, kQuit, kWorkReturns, kClose, kCount };
 
@@ -41,35 +42,49 @@ void PassTurns(int turns) {
     }
 }
 
+// An event of the test's own, signalled until it is reset.
+class CMoment {
+  public:
+    CMoment() : m_event(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+    ~CMoment() { CloseHandle(m_event); }
+    CMoment(const CMoment&) = delete;
+    CMoment& operator=(const CMoment&) = delete;
+
+    void Come() { SetEvent(m_event); }
+    void Reset() { ResetEvent(m_event); }
+    void WaitAWhile() const { WaitForSingleObject(m_event, kWideMs); }
+
+  private:
+    HANDLE m_event;
+};
+
 // Follows the work thread's handle and the quit event of the worker that runs.
 class CHandleWatch {
   public:
     // Forgets the last worker, whose work thread has ended.
     void Reset() {
-        if (m_threadCopy) {
-            CloseHandle(m_threadCopy);
-            m_threadCopy = nullptr;
+        if (const HANDLE thread = m_thread.exchange(nullptr)) {
+            CloseHandle(thread);
         }
-        m_thread = nullptr;
         m_quitEvent = nullptr;
         m_events = 0;
-        hasReturned = false;
+        m_quitEventClosed.Reset();
+        hasReturned.Reset();
         threadCloses = 0;
         lateThreadWaits = 0;
         lateSets = 0;
     }
 
     bool WaitForThread() const {
-        return m_threadCopy && WaitForSingleObject(m_threadCopy, kPatienceMs) == WAIT_OBJECT_0;
+        return m_thread && WaitForSingleObject(m_thread, kPatienceMs) == WAIT_OBJECT_0;
     }
 
     // The host whose work thread is followed, and whether its loop has ended.
     std::atomic<void*> worker{nullptr};
-    std::atomic<bool> hasReturned{false};
+    CMoment hasReturned;
 
     std::atomic<int> threadCloses{0};
-    // Waits on the thread's handle after it was closed. Its value may be used again, but only the
-    // host waits without a limit.
+    // The host's waits, which have no limit, on the thread's handle after it was closed.
     std::atomic<int> lateThreadWaits{0};
     // Settings of the quit event after it was closed.
     std::atomic<int> lateSets{0};
@@ -77,8 +92,8 @@ class CHandleWatch {
   private:
     // Gives a loop thread that does not care the chance to end before the work thread.
     void WaitForWrongEnd() const {
-        for (int turn = 0; turn < kWideTurns && threadCloses > 0 && !hasReturned; ++turn) {
-            SwitchToThread();
+        if (threadCloses > 0) {
+            hasReturned.WaitAWhile();
         }
     }
 
@@ -92,26 +107,28 @@ class CHandleWatch {
     uintptr_t Begun(uintptr_t made, void* parameter) {
         const auto thread = reinterpret_cast<HANDLE>(made);
         if (parameter == worker) {
-            DuplicateHandle(GetCurrentProcess(), thread, GetCurrentProcess(), &m_threadCopy, 0,
-                            FALSE, DUPLICATE_SAME_ACCESS);
             m_thread = thread;
         }
         return made;
     }
 
-    void Closing(HANDLE handle) {
+    // The thread's handle stays open until Reset: another object could take over its value.
+    bool IsClosedNow(HANDLE handle) {
         if (handle && handle == m_thread) {
             ++threadCloses;
+            return false;
         }
         if (handle && handle == m_quitEvent) {
             m_quitEvent = nullptr;
+            m_quitEventClosed.Come();
         }
+        return true;
     }
 
     std::atomic<int> m_events{0};
     std::atomic<HANDLE> m_thread{nullptr};
     std::atomic<HANDLE> m_quitEvent{nullptr};
-    HANDLE m_threadCopy = nullptr;
+    CMoment m_quitEventClosed;
 
     const DWORD m_loopThread = GetCurrentThreadId();
 
@@ -128,9 +145,7 @@ class CHandleWatch {
     PATCH_IMPORT(m_setPatch, SetEvent, [this](HANDLE handle) {
         const bool isQuitEvent = handle && handle == m_quitEvent;
         if (isQuitEvent) {
-            for (int turn = 0; turn < kWideTurns && m_quitEvent; ++turn) {
-                SwitchToThread();
-            }
+            m_quitEventClosed.WaitAWhile();
             lateSets += m_quitEvent == nullptr ? 1 : 0;
         }
         return m_setPatch.Original(handle);
@@ -151,8 +166,7 @@ class CHandleWatch {
             return m_formatPatch.Original(text, arguments);
         }};
     PATCH_IMPORT(m_closePatch, CloseHandle, [this](HANDLE handle) {
-        Closing(handle);
-        return m_closePatch.Original(handle);
+        return IsClosedNow(handle) ? m_closePatch.Original(handle) : TRUE;
     });
 };
 
@@ -177,7 +191,7 @@ class CWorker {
         std::thread stopper([this, host] { Stop(*host); });
         host->Run();
         ZorLog::ShutdownLogger();
-        watch.hasReturned = true;
+        watch.hasReturned.Come();
         EXPECT_TRUE(watch.WaitForThread());
         stopper.join();
         return m_linesLogged;

@@ -4,77 +4,19 @@
 
 #include <windows.h>
 
-#include <shlwapi.h>
-
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <regex>
-#include <stdexcept>
-#include <thread>
 
-#include "tests/support/buildfolder.h"
-#include "tests/support/importpatch.h"
 #include "tests/support/logfile.h"
 #include "tests/support/tempfolder.h"
+#include "tests/unit/process/loadedlibrary.h"
 #include "tests/unit/process/stubwords.h"
-#include "tests/unit/process/testevent.h"
 #include "zorvane/wire.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
-
-namespace {
-
-void Copy(const std::wstring& folder, const std::wstring& file, const CTempFolder& to) {
-    std::filesystem::copy_file(BuildFolder(folder) + L"\\" + file, to.PathOf(file));
-}
-
-HMODULE LoadOrThrow(const std::wstring& path) {
-    const HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-    if (!module) {
-        throw std::runtime_error("the library cannot be loaded");
-    }
-    return module;
-}
-
-// Loads the library and leaves it loaded, as its host does. The machine has no NVIDIA driver and
-// the temperature task is switched off, so that nothing of a real machine is touched.
-class CLoadedLibrary {
-  public:
-    explicit CLoadedLibrary(bool withLogFolder = true) {
-        Copy(L"bin", L"Zorvane.dll", m_folder);
-        Copy(L"platform-standin", L"Platform.dll", m_folder);
-        if (withLogFolder) {
-            std::filesystem::create_directory(m_folder.PathOf(L"Log"));
-        }
-        m_module = LoadOrThrow(m_folder.PathOf(L"Zorvane.dll"));
-        const FARPROC entry = GetProcAddress(m_module, "ZorvaneProcess");
-        m_entry = reinterpret_cast<void (*)(wchar_t*)>(reinterpret_cast<void*>(entry));
-    }
-
-    void Run(std::wstring commandLine) const {
-        PATCH_IMPORT(
-            look, PathFileExistsW, [](auto...) -> BOOL { return FALSE; }, m_module);
-        PATCH_IMPORT(
-            read, GetPrivateProfileIntW, [](auto...) -> UINT { return 0; }, m_module);
-        m_entry(commandLine.data());
-    }
-
-    void RunWithoutCommandLine() const { m_entry(nullptr); }
-
-    std::wstring LogPath() const { return m_folder.PathOf(L"Log\\Qorvella_HardwareDll.log"); }
-    std::vector<std::string> LogLines() const { return SplitLines(ReadFileBytes(LogPath())); }
-    HMODULE Module() const { return m_module; }
-
-  private:
-    CTempFolder m_folder;
-    HMODULE m_module = nullptr;
-    void (*m_entry)(wchar_t*) = nullptr;
-};
-
-}  // namespace
 
 TEST(ZorvaneDll, LogsBesideItselfFromTheFirstMessageOn) {
     const CLoadedLibrary library;

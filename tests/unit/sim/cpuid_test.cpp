@@ -2,41 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include "base/peimage.h"
 #include "sim/cpu/cpuidanswer.h"
 #include "sim/cpu/cpuidpatch.h"
+#include "tests/support/cpuidsite.h"
 
-// void AskProcessor(uint32_t leaf, uint32_t subleaf, CpuidRegisters* answer), with its one CPUID
-// instruction at a place that has a name.
-extern "C" {
-void AskProcessor(uint32_t leaf, uint32_t subleaf, CpuidRegisters* answer);
-extern const unsigned char kAskProcessorSite[];
-}
-asm(R"(
-    .text
-    .globl AskProcessor
-    .globl kAskProcessorSite
-AskProcessor:
-    pushq %rbx
-    movl %ecx, %eax
-    movl %edx, %ecx
-kAskProcessorSite:
-    cpuid
-    movl %eax, (%r8)
-    movl %ebx, 4(%r8)
-    movl %ecx, 8(%r8)
-    movl %edx, 12(%r8)
-    popq %rbx
-    ret
-)");
+using zorvane::CpuidRegisters;
 
 namespace {
 
 constexpr CpuidRegisters kReal{1, 0x52345678, 3, 4};
-
-bool operator==(const CpuidRegisters& left, const CpuidRegisters& right) {
-    return left.eax == right.eax && left.ebx == right.ebx && left.ecx == right.ecx &&
-           left.edx == right.edx;
-}
 
 Cpu Ryzen() {
     Cpu cpu;
@@ -62,9 +37,9 @@ TEST(CpuidAnswer, ExtendedLeafOneHoldsTheSignatureAndThePackageTypeAboveTheRealB
 }
 
 TEST(CpuidAnswer, OtherLeavesAreTheRealProcessors) {
-    EXPECT_TRUE(AnswerCpuid(Ryzen(), 1, kReal) == kReal);
-    EXPECT_TRUE(AnswerCpuid(Ryzen(), 0x80000000, kReal) == kReal);
-    EXPECT_TRUE(AnswerCpuid(Ryzen(), 0x80000002, kReal) == kReal);
+    EXPECT_EQ(AnswerCpuid(Ryzen(), 1, kReal), kReal);
+    EXPECT_EQ(AnswerCpuid(Ryzen(), 0x80000000, kReal), kReal);
+    EXPECT_EQ(AnswerCpuid(Ryzen(), 0x80000002, kReal), kReal);
 }
 
 class CCpuidPatchTest : public testing::Test {
@@ -73,9 +48,9 @@ class CCpuidPatchTest : public testing::Test {
         return reinterpret_cast<unsigned char*>(GetModuleHandleW(nullptr));
     }
     static CpuidImage Image(std::span<const uint32_t> addresses) {
-        const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(Base());
-        const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(Base() + dos->e_lfanew);
-        return {headers->OptionalHeader.SizeOfImage, headers->OptionalHeader.CheckSum, addresses};
+        const auto program = zorvane::CPeImage::OfModule(nullptr);
+        const IMAGE_OPTIONAL_HEADER64& header = program.Headers().OptionalHeader;
+        return {header.SizeOfImage, header.CheckSum, addresses};
     }
     static uint32_t AddressOf(const unsigned char* place) {
         return static_cast<uint32_t>(place - Base());
@@ -83,46 +58,46 @@ class CCpuidPatchTest : public testing::Test {
 };
 
 TEST_F(CCpuidPatchTest, AnotherImageIsRefusedAndLeftAlone) {
-    const uint32_t address = AddressOf(kAskProcessorSite);
+    const uint32_t address = AddressOf(kCpuidSite);
     CpuidImage image = Image({&address, 1});
     ++image.checkSum;
     EXPECT_NE(PatchCpuid(Base(), image, Ryzen()), L"");
     image = Image({&address, 1});
     image.sizeOfImage += 0x1000;
     EXPECT_NE(PatchCpuid(Base(), image, Ryzen()), L"");
-    EXPECT_NE(kAskProcessorSite[0], 0xCC);
+    EXPECT_NE(kCpuidSite[0], 0xCC);
 }
 
 TEST_F(CCpuidPatchTest, PlaceWithoutTheInstructionIsRefusedAndNoneIsPatched) {
-    const uint32_t addresses[] = {AddressOf(kAskProcessorSite), AddressOf(kAskProcessorSite) + 2};
+    const uint32_t addresses[] = {AddressOf(kCpuidSite), AddressOf(kCpuidSite) + 2};
     EXPECT_NE(PatchCpuid(Base(), Image(addresses), Ryzen()), L"");
-    const uint32_t outside[] = {AddressOf(kAskProcessorSite), 0xFFFFFFFF};
+    const uint32_t outside[] = {AddressOf(kCpuidSite), 0xFFFFFFFF};
     EXPECT_NE(PatchCpuid(Base(), Image(outside), Ryzen()), L"");
-    EXPECT_NE(kAskProcessorSite[0], 0xCC);
+    EXPECT_NE(kCpuidSite[0], 0xCC);
 }
 
 // Patches this program for good, so it is named to come last.
 TEST_F(CCpuidPatchTest, ZPatchedInstructionAnswersForTheSimulatedProcessor) {
     CpuidRegisters before{};
-    AskProcessor(1, 0, &before);
+    ExecuteCpuid(1, 0, &before);
     CpuidRegisters highest{};
-    AskProcessor(0x80000000, 0, &highest);
+    ExecuteCpuid(0x80000000, 0, &highest);
 
-    const uint32_t address = AddressOf(kAskProcessorSite);
+    const uint32_t address = AddressOf(kCpuidSite);
     Cpu cpu = Ryzen();
     cpu.vendor = "SimulatedCPU";
     ASSERT_EQ(PatchCpuid(Base(), Image({&address, 1}), cpu), L"");
-    EXPECT_EQ(kAskProcessorSite[0], 0xCC);
+    EXPECT_EQ(kCpuidSite[0], 0xCC);
 
     CpuidRegisters answer{};
-    AskProcessor(0, 0, &answer);
+    ExecuteCpuid(0, 0, &answer);
     EXPECT_EQ(answer.ebx, 0x756D6953u);  // "Simu"
-    AskProcessor(0x80000001, 0, &answer);
+    ExecuteCpuid(0x80000001, 0, &answer);
     EXPECT_EQ(answer.eax, 0x870F10u);
     EXPECT_EQ(answer.ebx >> 28, 7u);
-    AskProcessor(0x80000000, 0, &answer);
+    ExecuteCpuid(0x80000000, 0, &answer);
     EXPECT_EQ(answer.eax, highest.eax);
-    AskProcessor(1, 0, &answer);
+    ExecuteCpuid(1, 0, &answer);
     EXPECT_EQ(answer.eax, before.eax);
 }
 

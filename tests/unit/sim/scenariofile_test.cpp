@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "sim/scenario/environment.h"
+#include "base/modulepath.h"
 #include "sim/scenario/jsonplace.h"
 #include "tests/unit/sim/nvml.h"
 
@@ -43,7 +43,7 @@ TEST_F(CScenarioFileTest, EnvironmentNamesTheScenario) {
 
 TEST_F(CScenarioFileTest, WithoutTheEnvironmentItLiesBesideTheModule) {
     SetEnvironmentVariableW(L"ZORVANE_SIM_SCENARIO", nullptr);
-    EXPECT_EQ(ScenarioPath(), ModuleFolder() / L"scenario.json");
+    EXPECT_EQ(ScenarioPath(), zorvane::ModuleFolder(nullptr) + L"scenario.json");
     const CNvml nvml;
     EXPECT_EQ(nvml.nvmlInit_v2(), kNvmlSuccess);
     uint32_t count = 0;

@@ -2,19 +2,9 @@
 
 #include <sstream>
 
-namespace {
+#include "tests/support/buildfolder.h"
 
-std::filesystem::path ProgramFolder() {
-    std::vector<wchar_t> path(32768);
-    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    return std::filesystem::path(path.data()).parent_path();
-}
-
-}  // namespace
-
-std::filesystem::path SimFolder() {
-    return (ProgramFolder() / ZORVANE_SIM_FOLDER_FROM_TEST).lexically_normal();
-}
+std::filesystem::path SimFolder() { return BuildFolder(L"sim"); }
 
 std::filesystem::path NvmlPath(const std::string& variant) {
     const std::filesystem::path tree =

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "base/modulepath.h"
 #include "monitor/outcome.h"
 #include "tests/support/childprocess.h"
 #include "tests/unit/client/fakeworker.h"
@@ -30,13 +31,14 @@ class MonitorProcessTest : public testing::Test {
 
     // Starts zorvanemon with words only.
     void StartPlain(const std::wstring& words) {
-        m_monitor = std::make_unique<CChildProcess>(BesideTest(L"..\\bin\\zorvanemon.exe"), words);
+        m_monitor = std::make_unique<CChildProcess>(
+            ModuleFolder(nullptr) + L"..\\bin\\zorvanemon.exe", words);
     }
 
     // Starts a command with options, and the fake worker with a script.
     void Start(const std::wstring& options, const std::wstring& script) {
-        StartPlain(options + Patience(options) + L" --host \"" + BesideTest(L"fakeworker.exe") +
-                   L"\" -- " + script);
+        StartPlain(options + Patience(options) + L" --host \"" + ModuleFolder(nullptr) +
+                   L"fakeworker.exe\" -- " + script);
     }
 
     std::optional<DWORD> Run(const std::wstring& options, const std::wstring& script) {

@@ -4,7 +4,7 @@
 // After windows.h, which it needs.
 #include <tlhelp32.h>
 
-#include "client/handle.h"
+#include "base/handle.h"
 #include "tests/unit/monitor/commands/monitorprocess.h"
 
 namespace zorvane {
@@ -107,7 +107,7 @@ TEST_F(MonitorProcessTest, SaysThatAWorkerWithoutReadingsFoundNothingToRead) {
 TEST_F(MonitorProcessTest, TellsAnEarlyOrderlyEndFromACrash) {
     EXPECT_EQ(Run(L"--count 5", L"hello gpu:0 exit:0"), kExitWorkerEnded);
     EXPECT_THAT(m_monitor->Output(), HasSubstr("Fake GPU 0"));
-    EXPECT_THAT(m_monitor->Errors(), HasSubstr("ended in order (0) by itself"));
+    EXPECT_THAT(m_monitor->Errors(), HasSubstr("ended by itself (0)"));
 }
 
 TEST_F(MonitorProcessTest, DoesNotRepeatAHostsFailure) {
@@ -171,18 +171,22 @@ CUniqueHandle OpenChildOf(DWORD parent) {
         if (entry.th32ParentProcessID != parent) {
             continue;
         }
-        return CUniqueHandle(OpenProcess(SYNCHRONIZE, FALSE, entry.th32ProcessID));
+        return CUniqueHandle(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
+                                         entry.th32ProcessID));
     }
     return nullptr;
 }
 
-TEST_F(MonitorProcessTest, TakesItsWorkerAlongWhenItIsKilled) {
-    Start(L"--format json", L"deaf blind hello gpu:0 repeat:20");
+TEST_F(MonitorProcessTest, LeavesItsWorkerToEndInOrderWhenItIsKilled) {
+    Start(L"--format json", L"deaf hello gpu:0 repeat:20");
     ASSERT_TRUE(WaitForWorkers(1));
     const CUniqueHandle worker = OpenChildOf(m_monitor->Id());
     ASSERT_TRUE(worker);
     m_monitor->Kill();
-    EXPECT_EQ(WaitForSingleObject(worker.get(), kTimeoutMs), WAIT_OBJECT_0);
+    ASSERT_EQ(WaitForSingleObject(worker.get(), kTimeoutMs), WAIT_OBJECT_0);
+    DWORD code = 1;
+    EXPECT_TRUE(GetExitCodeProcess(worker.get(), &code));
+    EXPECT_EQ(code, 0u);
 }
 
 }  // namespace

@@ -85,7 +85,7 @@ TEST(Explain, PutsTheCodeIntoWords) {
     EXPECT_EQ(explanation->brief, "NVML does not start, NVML code 9");
     EXPECT_EQ(explanation->kind, ReasonKind::kCause);
     EXPECT_EQ(explanation->concern, Concern::kGpu);
-    EXPECT_TRUE(explanation->remedy.starts_with("See in Device Manager")) << explanation->remedy;
+    EXPECT_TRUE(explanation->remedy.starts_with("Check the card")) << explanation->remedy;
 }
 
 TEST(Explain, ShowsAnUnknownCodeAsANumber) {

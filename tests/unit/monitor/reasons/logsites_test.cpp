@@ -12,9 +12,6 @@
 #include "tests/unit/monitor/reasons/sourcetext.h"
 
 using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Not;
 using zorvane::Reason;
 using zorvane::Reasons;
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "client/text.h"
+#include "base/text.h"
 #include "monitor/views/forms.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/monitor/readings.h"

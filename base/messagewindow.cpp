@@ -1,0 +1,78 @@
+#include "base/messagewindow.h"
+
+#include <utility>
+
+#include "base/modulepath.h"
+
+namespace zorvane {
+namespace {
+
+constexpr wchar_t kClassName[] = L"ZorvaneMessageWindow";
+
+// The class belongs to the module that holds this code, and goes with it: several modules of one
+// process may hold a copy, and Windows leaves the classes of an unloaded library registered, with a
+// procedure that is no longer there.
+class CWindowClass {
+  public:
+    CWindowClass() = default;
+    ~CWindowClass() { UnregisterClassW(kClassName, ThisModule()); }
+    CWindowClass(const CWindowClass&) = delete;
+    CWindowClass& operator=(const CWindowClass&) = delete;
+
+    bool Register(WNDPROC windowProc) const {
+        WNDCLASSEXW description{};
+        description.cbSize = sizeof(description);
+        description.lpfnWndProc = windowProc;
+        description.hInstance = ThisModule();
+        description.lpszClassName = kClassName;
+        return RegisterClassExW(&description) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+    }
+};
+
+const CWindowClass s_class;
+
+}  // namespace
+
+std::optional<CallError> CMessageWindow::Create(Handler handler, WindowReach reach) {
+    Destroy();
+    if (!s_class.Register(&WindowProc)) {
+        return LastCallError("RegisterClassExW");
+    }
+    m_handler = std::move(handler);
+    const HWND parent = reach == WindowReach::kOwnMessages ? HWND_MESSAGE : nullptr;
+    if (CreateWindowExW(0, kClassName, L"", WS_POPUP, 0, 0, 0, 0, parent, nullptr, ThisModule(),
+                        this) == nullptr) {
+        return LastCallError("CreateWindowExW");
+    }
+    return std::nullopt;
+}
+
+void CMessageWindow::Destroy() {
+    if (m_window) {
+        DestroyWindow(m_window);
+    }
+}
+
+LRESULT CALLBACK CMessageWindow::WindowProc(HWND window, UINT message, WPARAM wParam,
+                                            LPARAM lParam) noexcept {
+    // The object and its window know each other from the first message on.
+    if (message == WM_NCCREATE) {
+        auto* self = static_cast<CMessageWindow*>(
+            reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
+        self->m_window = window;
+        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+    }
+    auto* self = reinterpret_cast<CMessageWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (!self) {
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+    if (message == WM_NCDESTROY) {
+        SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+        self->m_window = nullptr;
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+    const std::optional<LRESULT> answer = self->m_handler(message, wParam, lParam);
+    return answer ? *answer : DefWindowProcW(window, message, wParam, lParam);
+}
+
+}  // namespace zorvane

@@ -1,0 +1,36 @@
+#include "base/modulepath.h"
+
+// The linker puts this symbol at the start of each module; other modules have their own.
+extern "C" IMAGE_DOS_HEADER __ImageBase;
+
+namespace zorvane {
+namespace {
+
+// The longest path that Windows has, with its NUL.
+constexpr size_t kLongestPath = 32768;
+
+}  // namespace
+
+HMODULE ThisModule() { return reinterpret_cast<HMODULE>(&__ImageBase); }
+
+std::wstring ModulePath(HMODULE module) {
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;) {
+        // A path that does not fit is truncated, and its length answered as the buffer's.
+        const DWORD length =
+            GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
+        if (length < path.size() || path.size() >= kLongestPath) {
+            path.resize(length);
+            return path;
+        }
+        path.resize(kLongestPath);
+    }
+}
+
+std::wstring ModuleFolder(HMODULE module) { return FolderOf(ModulePath(module)); }
+
+std::wstring FolderOf(const std::wstring& path) {
+    return path.substr(0, path.find_last_of(L"\\/") + 1);
+}
+
+}  // namespace zorvane

@@ -1,0 +1,18 @@
+// {fmt}'s one source file. Debian packages it as a Linux library only, so the cross build compiles
+// it from the headers: once here instead of header-only in every file that formats something.
+#include <fmt/format-inl.h>
+
+FMT_BEGIN_NAMESPACE
+namespace detail {
+
+// What format.h declares as instantiated elsewhere.
+template FMT_API auto dragonbox::to_decimal(float x) noexcept -> dragonbox::decimal_fp<float>;
+template FMT_API auto dragonbox::to_decimal(double x) noexcept -> dragonbox::decimal_fp<double>;
+template FMT_API auto thousands_sep_impl(locale_ref) -> thousands_sep_result<char>;
+template FMT_API auto decimal_point_impl(locale_ref) -> char;
+template FMT_API void buffer<char>::append(const char*, const char*);
+template FMT_API void vformat_to(buffer<char>&, string_view,
+                                 basic_format_args<FMT_BUFFER_CONTEXT(char)>, locale_ref);
+
+}  // namespace detail
+FMT_END_NAMESPACE

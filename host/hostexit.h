@@ -1,0 +1,17 @@
+/** Exit codes of the hosts. */
+#pragma once
+
+/** docs/protocol.md lists them. 6 and 7 are taken by the host of the simulated machine. */
+enum class HostExit : int {
+    kOrderlyEnd = 0,
+    kLibraryMissing = 2,
+    /** A library that the worker library needs is missing or broken. */
+    kDependencyMissing = 3,
+    kExportMissing = 4,
+    /** The file is there but Windows refuses it. */
+    kLibraryUnusable = 5,
+    /** A word of the command line that is meant for the host makes no sense. */
+    kBadWord = 8,
+    /** The stub had gone, and the worker did not end within the grace. */
+    kEndedByForce = 9
+};

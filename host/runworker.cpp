@@ -1,0 +1,51 @@
+#include "host/runworker.h"
+
+#include <utility>
+
+#include "base/text.h"
+#include "host/leftoverservice.h"
+#include "host/nvmlfolder.h"
+#include "host/reporterror.h"
+#include "host/runningexport.h"
+#include "host/stubwatch.h"
+#include "host/systemend.h"
+
+namespace {
+
+// A worker that cannot be looked after in every way still reads.
+void Note(const std::optional<zorvane::CallError>& error) {
+    if (error) {
+        ReportError(zorvane::ToWide(zorvane::Describe(*error)));
+    }
+}
+
+// An event that is set stands for a process that has gone.
+zorvane::CUniqueHandle OpenStub(const HostWords& words) {
+    if (!words.parent) {
+        return nullptr;
+    }
+    zorvane::FoundProcess stub = zorvane::FindProcess(*words.parent);
+    if (stub.error) {
+        ReportError(L"the stub's process cannot be watched: " +
+                    zorvane::ToWide(zorvane::Describe(*stub.error)));
+        return nullptr;
+    }
+    return stub.handle ? std::move(stub.handle)
+                       : zorvane::CUniqueHandle(CreateEventW(nullptr, TRUE, TRUE, nullptr));
+}
+
+}  // namespace
+
+void RunWorker(const CWorkerLibrary& library, const HostWords& words) {
+    // Deliberately leaked: other threads use them until the process ends.
+    const auto* service = new CLeftoverService();
+    const auto* worker = new CRunningExport(OpenStub(words));
+    Note(HoldSystemEnd(*worker));
+    if (worker->Stub()) {
+        Note(WatchStub(*worker, *service));
+    }
+    AddNvmlFolder();
+    library.Run(GetCommandLineW());
+    service->Remove();
+    worker->SetEnded();
+}

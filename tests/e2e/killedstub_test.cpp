@@ -1,0 +1,85 @@
+// zorvanemon killed at random moments. ZORVANE_KILLS=N kills it N times in place of 20. Wine only.
+#include <gtest/gtest.h>
+#include <windows.h>
+// After windows.h, which it needs.
+#include <tlhelp32.h>
+
+#include <cstdlib>
+#include <random>
+
+#include "base/environment.h"
+#include "base/handle.h"
+#include "tests/e2e/driverservice.h"
+#include "tests/e2e/simulatedmachine.h"
+
+namespace {
+
+constexpr char kMachine[] = R"({"cpu": {"signature": "0x00870F10", "packageType": 2,
+    "name": "AMD Ryzen 9 3900X 12-Core Processor", "pmTable": {"temperature": 45}},
+    "gpus": [{"name": "one", "bus": 1}]})";
+
+// The host asks at once and ends a worker after 15 seconds; 5 more are left for clearing away.
+constexpr DWORD kBoundMs = 20000;
+
+int Kills() {
+    const std::wstring wanted = zorvane::EnvironmentVariable(L"ZORVANE_KILLS");
+    return wanted.empty() ? 20 : std::stoi(wanted);
+}
+
+// The first process that `parent` has started; null when there is none.
+zorvane::CUniqueHandle OpenChildOf(DWORD parent) {
+    const zorvane::CUniqueHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof(entry);
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more;
+         more = Process32NextW(snapshot.get(), &entry)) {
+        if (entry.th32ParentProcessID == parent) {
+            return zorvane::CUniqueHandle(OpenProcess(
+                SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
+        }
+    }
+    return nullptr;
+}
+
+// False when the worker has not installed its driver service within a minute.
+bool WaitForService() {
+    const ULONGLONG end = GetTickCount64() + 60000;
+    while (!ServiceState() && GetTickCount64() < end) {
+        Sleep(10);
+    }
+    return ServiceState().has_value();
+}
+
+}  // namespace
+
+TEST(KilledStub, LeavesNoWorkerAndNoServiceBehind) {
+    if (!IsWine()) {
+        GTEST_SKIP() << "would install a driver on a real Windows";
+    }
+    RemoveDriverService();
+    const CSimulatedMachine machine({.scenario = kMachine});
+    const auto seed = static_cast<unsigned>(GetTickCount64());
+    std::mt19937 random(seed);
+    for (int kill = 1; kill <= Kills(); ++kill) {
+        CChildProcess monitor(BuildFolder(L"bin") + L"\\zorvanemon.exe",
+                              L"--host \"" + machine.Host() + L"\"", machine.Environment());
+        const DWORD moment = random() % 1500;
+        // One of the moments is known to lie behind the installation.
+        if (kill == 1) {
+            ASSERT_TRUE(WaitForService()) << monitor.Errors();
+        } else {
+            Sleep(moment);
+        }
+        monitor.Kill();
+        const zorvane::CUniqueHandle worker = OpenChildOf(monitor.Id());
+        SCOPED_TRACE("kill " + std::to_string(kill) + " after " + std::to_string(moment) +
+                     " ms, seed " + std::to_string(seed));
+        if (worker) {
+            ASSERT_EQ(WaitForSingleObject(worker.get(), kBoundMs), WAIT_OBJECT_0);
+            DWORD code = 1;
+            EXPECT_TRUE(GetExitCodeProcess(worker.get(), &code));
+            EXPECT_EQ(code, 0u);
+        }
+        ASSERT_EQ(ServiceState(), std::nullopt);
+    }
+}

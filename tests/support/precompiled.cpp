@@ -1,0 +1,3 @@
+#include "tests/support/precompiled.h"
+
+ZORVANE_TEST_INSTANCES()

@@ -1,0 +1,65 @@
+#include "host/leftoverservice.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/fakeexecutable.h"
+#include "tests/support/fakeservices.h"
+
+using testing::Contains;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+class LeftoverService : public testing::Test {
+  protected:
+    std::vector<std::string> m_calls;
+    CFakeServices m_services{m_calls};
+    CFakeExecutable m_executable;
+};
+
+}  // namespace
+
+TEST_F(LeftoverService, IsRemovedWhenItWasNotThereBefore) {
+    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
+    const CLeftoverService service;
+    m_calls.clear();
+    service.Remove();
+    EXPECT_THAT(m_calls, Contains(StartsWith("ControlService(")));
+    EXPECT_THAT(m_calls, Contains(StartsWith("DeleteService(")));
+}
+
+TEST_F(LeftoverService, IsLeftAloneWhenItWasThereBefore) {
+    const CLeftoverService service;
+    m_calls.clear();
+    service.Remove();
+    EXPECT_THAT(m_calls, IsEmpty());
+}
+
+TEST_F(LeftoverService, IsLeftAloneWhenNobodyKnowsWhetherItWasThere) {
+    m_services.errors["OpenSCManagerW"] = {ERROR_ACCESS_DENIED};
+    const CLeftoverService closedManager;
+    m_services.errors["OpenServiceW"] = {ERROR_ACCESS_DENIED};
+    const CLeftoverService closedService;
+    m_calls.clear();
+    closedManager.Remove();
+    closedService.Remove();
+    EXPECT_THAT(m_calls, IsEmpty());
+}
+
+TEST_F(LeftoverService, IsNotLookedForTwiceWhenTheLibraryHasRemovedIt) {
+    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST,
+                                         ERROR_SERVICE_DOES_NOT_EXIST};
+    CLeftoverService().Remove();
+    EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));
+    EXPECT_THAT(m_calls, Not(Contains(testing::HasSubstr("0xF003F"))));
+}
+
+TEST_F(LeftoverService, StaysWithSkipDeleteOnTheCommandLine) {
+    m_executable.commandLine = L"worker.exe --wnd=1 x=SKIP_Delete";
+    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
+    CLeftoverService().Remove();
+    EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));
+}

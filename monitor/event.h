@@ -112,8 +112,6 @@ struct NoticeEvent {
 
 struct ExitEvent {
     WorkerExit exit;
-    /** Whether the monitor had asked the worker to end. */
-    bool asked = false;
     /** When the next worker will be started; empty: none will. */
     std::optional<std::chrono::milliseconds> restartIn;
 };

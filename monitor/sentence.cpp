@@ -57,9 +57,7 @@ struct CSentenceMaker {
             return fmt::format("{}; starting it again in {} s", what,
                                event.restartIn->count() / 1000);
         }
-        const bool isExpected = event.exit.kind == ExitKind::kOrderly ||
-                                (event.exit.kind == ExitKind::kByItself && event.asked);
-        return isExpected ? std::nullopt : Sentence(what);
+        return event.exit.kind == ExitKind::kOrderly ? std::nullopt : Sentence(what);
     }
 
     template <typename T>

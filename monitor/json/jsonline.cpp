@@ -157,7 +157,7 @@ class CLineMaker {
         line["crashed"] = event.exit.kind == ExitKind::kCrash && !event.exit.forced;
         line["forced"] = event.exit.forced;
         line["greeted"] = event.exit.greeted;
-        line["asked"] = event.asked;
+        line["asked"] = event.exit.asked;
         line["lived_ms"] = event.exit.lived.count();
         line["restart_in_ms"] = event.restartIn ? Json(event.restartIn->count()) : Json(nullptr);
         return line;

@@ -183,9 +183,8 @@ EventBody ReadExit(const Json& line) {
     event.exit.greeted = Get<bool>(line, "greeted");
     event.exit.forced = Get<bool>(line, "forced");
     event.exit.lived = std::chrono::milliseconds(Get<int64_t>(line, "lived_ms"));
-    event.asked = Get<bool>(line, "asked");
-    event.exit.asked = event.asked;
-    event.exit.kind = ClassifyExit(event.exit.code, event.exit.greeted, event.asked);
+    event.exit.asked = Get<bool>(line, "asked");
+    event.exit.kind = ClassifyExit(event.exit.code, event.exit.greeted, event.exit.asked);
     if (const auto pause = GetOrNull<int64_t>(line, "restart_in_ms")) {
         event.restartIn = std::chrono::milliseconds(*pause);
     }

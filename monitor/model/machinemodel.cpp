@@ -40,6 +40,7 @@ GpuRow& CMachineModel::RowOf(const GpuReading& reading) {
     }
     GpuRow& row = m_gpus[source];
     row.index = reading.index;
+    row.isLost = m_lost.contains(reading.index);
     if (hasBusId) {
         m_sourceByIndex[reading.index] = source;
         row.busId = source;
@@ -133,7 +134,13 @@ void CMachineModel::ApplyBody(const ExitEvent&, UtcTime) {
     KeepOnly({});
 }
 
+// The event comes before the reading that shows it, which may be the GPU's first.
 void CMachineModel::SetLost(const GpuId& gpu, bool isLost) {
+    if (isLost) {
+        m_lost.insert(gpu.index);
+    } else {
+        m_lost.erase(gpu.index);
+    }
     for (auto& [source, row] : m_gpus) {
         if (row.index == gpu.index) {
             row.isLost = isLost;

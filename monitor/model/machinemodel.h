@@ -98,6 +98,8 @@ class CMachineModel {
     std::optional<Hello> m_hello;
     std::map<std::string, GpuRow> m_gpus;
     std::map<uint32_t, std::string> m_sourceByIndex;
+    /** Indices of the GPUs that are lost. */
+    std::set<uint32_t> m_lost;
     std::optional<CpuRow> m_cpu;
     std::map<std::string, MissingEvent> m_missing;
     std::optional<UtcTime> m_staleSince;

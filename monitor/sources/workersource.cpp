@@ -101,10 +101,10 @@ void CWorkerSource::OnGpuStatic(const GpuStatic& fixed) {
     const Moment now = m_clock();
     const auto change = m_health.Check(healthy.first);
     m_anyReading = true;
-    Tell(now, healthy);
     if (change) {
         Tell(now, *change);
     }
+    Tell(now, healthy);
 }
 
 void CWorkerSource::OnGpuReading(const GpuReading& reading) {
@@ -112,10 +112,10 @@ void CWorkerSource::OnGpuReading(const GpuReading& reading) {
     const Moment now = m_clock();
     const auto change = m_health.Check(healthy);
     NoteReading(SourceOf(healthy), now);
-    Tell(now, healthy);
     if (change) {
         Tell(now, *change);
     }
+    Tell(now, healthy);
 }
 
 void CWorkerSource::OnCpuTemperature(const CpuTemperature& temperature) {
@@ -158,7 +158,7 @@ void CWorkerSource::OnExit(const WorkerExit& exit) {
     const Moment now = m_clock();
     m_staleness.End();
     const auto restartIn = RestartAfter(exit);
-    Tell(now, ExitEvent{exit, m_stopping || m_givenUp, restartIn});
+    Tell(now, ExitEvent{exit, restartIn});
     // Whoever was told may have had enough.
     if (restartIn && !m_stopping) {
         m_restartTick = now.tick + *restartIn;

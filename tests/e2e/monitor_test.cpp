@@ -121,3 +121,28 @@ TEST_F(Monitor, SaysThatTheWorkerCrashed) {
     EXPECT_EQ(Lines().back()["exit_code"], 0xC0000005u);
     EXPECT_EQ(Lines().back()["crashed"], true);
 }
+
+TEST_F(Monitor, TellsThatAGpuIsLostAndThatItIsBack) {
+    MachineParts parts = TwoGpusOnly();
+    parts.scenario = R"({"gpus": [
+        {"name": "GPU", "bus": 1, "temperature": 50, "clocks": [1, 2, 3, 4]},
+        {"name": "GPU", "bus": 2, "temperature": 50, "clocks": [1, 2, 3, 4],
+         "fault": {"result": 15, "afterCalls": 60, "forCalls": 30}}]})";
+    ASSERT_EQ(RunMonitor(parts, L"--format json --count 12"), 0u) << m_monitor->Errors();
+    bool isLost = false;
+    bool wasBack = false;
+    for (const nlohmann::json& line : Lines()) {
+        if (line["type"] == "gpu_lost" || line["type"] == "gpu_back") {
+            EXPECT_EQ(line["bus_id"], "00000000:02:00.0");
+            isLost = line["type"] == "gpu_lost";
+            wasBack = wasBack || line["type"] == "gpu_back";
+        }
+        if (isLost && line["type"] == "gpu" && line["index"] == 1) {
+            EXPECT_TRUE(line["gpu_utilization_percent"].is_null());
+            EXPECT_TRUE(line["temperature_celsius"].is_null());
+        }
+    }
+    EXPECT_TRUE(wasBack);
+    EXPECT_FALSE(isLost);
+    EXPECT_THAT(m_monitor->Errors(), HasSubstr("GPU 1 (00000000:02:00.0) gives no reading"));
+}

@@ -141,7 +141,7 @@ TEST(JsonLineTest, WritesHowAWorkerEnded) {
     exit.kind = ExitKind::kCrash;
     exit.greeted = true;
     exit.lived = std::chrono::milliseconds(1500);
-    EXPECT_EQ(LineOf(ExitEvent{exit, false, std::chrono::seconds(2)}),
+    EXPECT_EQ(LineOf(ExitEvent{exit, std::chrono::seconds(2)}),
               Begin("worker_exit") +
                   R"~("worker_pid":312,"exit_code":3221225477,"text":"crashed: access )~"
                   R"~(violation (0xC0000005)","crashed":true,"forced":false,"greeted":true,)~"
@@ -153,7 +153,8 @@ TEST(JsonLineTest, DoesNotCallAForcedEndACrash) {
     exit.code = CWorkerProcess::kTerminatedCode;
     exit.kind = ExitKind::kCrash;
     exit.forced = true;
-    const nlohmann::json line = Parse(ExitEvent{exit, true, std::nullopt});
+    exit.asked = true;
+    const nlohmann::json line = Parse(ExitEvent{exit, std::nullopt});
     EXPECT_EQ(line.at("crashed"), false);
     EXPECT_EQ(line.at("forced"), true);
     EXPECT_EQ(line.at("asked"), true);

@@ -28,7 +28,7 @@ ExitEvent Exit(DWORD code, bool greeted) {
     event.exit.processId = 312;
     event.exit.code = code;
     event.exit.greeted = greeted;
-    event.exit.kind = ClassifyExit(code, greeted, event.asked);
+    event.exit.kind = ClassifyExit(code, greeted, false);
     event.exit.lived = std::chrono::milliseconds(1500);
     return event;
 }
@@ -51,7 +51,7 @@ TEST(ReadJsonLineTest, ReadsWhatIsWritten) {
     restarted.restartIn = std::chrono::seconds(4);
     ExitEvent forced = Exit(CWorkerProcess::kTerminatedCode, true);
     forced.exit.forced = true;
-    forced.asked = true;
+    forced.exit.asked = true;
     const EventBody bodies[] = {
         Origin(),
         WorkerStartEvent{312},

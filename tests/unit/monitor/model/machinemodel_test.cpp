@@ -159,6 +159,9 @@ TEST(MachineModelTest, MarksALostGpuUntilItIsBack) {
     EXPECT_TRUE(model.Gpus().begin()->second.isLost);
     model.Apply(EventAt(2, GpuBackEvent{{1, "00000000:01:00.0"}}));
     EXPECT_FALSE(model.Gpus().begin()->second.isLost);
+    model.Apply(EventAt(3, GpuLostEvent{{0, std::nullopt}}));
+    model.Apply(EventAt(3, Reading(0, "")));
+    EXPECT_TRUE(model.Gpus().rbegin()->second.isLost);
 }
 
 }  // namespace

@@ -122,14 +122,14 @@ TEST_F(WorkerSourceTest, KnowsWhetherAnEndWasAskedFor) {
     ASSERT_TRUE(WaitFor<HelloEvent>());
     m_source->Stop();
     ASSERT_TRUE(WaitFor<ExitEvent>());
-    EXPECT_TRUE(All<ExitEvent>()[0].asked);
+    EXPECT_TRUE(All<ExitEvent>()[0].exit.asked);
     EXPECT_FALSE(m_source->DueTick());
     EXPECT_EQ(m_source->End(), EndReason::kWorkerEnded);
 
     m_events.clear();
     Start({L"hello", L"exit:0"});
     ASSERT_TRUE(WaitFor<ExitEvent>());
-    EXPECT_FALSE(All<ExitEvent>()[0].asked);
+    EXPECT_FALSE(All<ExitEvent>()[0].exit.asked);
     EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.nothing_read");
 }
 

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
+#include "tests/support/buildfolder.h"
 #include "tests/support/tempfolder.h"
-#include "tests/unit/client/fakeworker.h"
 
 namespace zorvane {
 namespace {
@@ -14,7 +14,8 @@ class ClientModulesTest : public testing::Test {
   protected:
     void SetUp() override {
         for (const wchar_t* name : {L"first.dll", L"second.dll"}) {
-            std::filesystem::copy_file(BesideTest(L"clientmodule.dll"), m_folder.PathOf(name));
+            std::filesystem::copy_file(BuildFolder(L"tests") + L"\\clientmodule.dll",
+                                       m_folder.PathOf(name));
         }
     }
 

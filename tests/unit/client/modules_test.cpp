@@ -6,7 +6,6 @@
 
 #include "base/modulepath.h"
 #include "tests/support/tempfolder.h"
-#include "tests/unit/client/fakeworker.h"
 
 namespace zorvane {
 namespace {

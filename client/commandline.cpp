@@ -8,7 +8,7 @@ std::wstring QuoteWord(std::wstring_view word) {
     if (!word.empty() && word.find_first_of(L" \t\n\v\"") == std::wstring_view::npos) {
         return std::wstring(word);
     }
-    // Backslashes are doubled only where a quotation mark follows, ours at the end included.
+    // Backslashes are doubled only before a quotation mark, including the closing one.
     std::wstring quoted = L"\"";
     size_t backslashes = 0;
     for (const wchar_t c : word) {
@@ -29,7 +29,7 @@ std::wstring WindowText(HWND window) {
 
 std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow,
                               const ProcessIdentity& stub) {
-    // The first word has rules of its own: no escapes, and a path holds no quotation mark.
+    // The first word follows other rules: it has no escapes, and a path has no quotation marks.
     std::wstring line = L"\"" + command.host + L"\" --wnd=" + WindowText(stubWindow) + L" " +
                         QuoteWord(L"--entry=" + command.entry) + L" --parent=" + IdentityText(stub);
     if (!command.libraryPath.empty()) {

@@ -8,7 +8,7 @@
 namespace zorvane {
 namespace {
 
-// Edits that make one text of the other (Levenshtein's distance).
+// Number of edits that turn one text into the other (Levenshtein distance).
 size_t Distance(std::string_view left, std::string_view right) {
     std::vector<size_t> row(right.size() + 1);
     std::iota(row.begin(), row.end(), size_t{0});
@@ -65,7 +65,7 @@ std::optional<std::chrono::milliseconds> ParseSeconds(std::string_view text) {
 }
 
 std::optional<std::string> Nearest(std::string_view text, const std::vector<std::string>& known) {
-    // Long texts are nobody's slip of the finger, and cost time.
+    // A long text is not a typing error, and the comparison takes quadratic time.
     constexpr size_t kLongest = 64;
     if (text.size() > kLongest) {
         return std::nullopt;

@@ -4,13 +4,13 @@
 
 #include <utility>
 
-#include "client/restart.h"
 #include "base/text.h"
+#include "client/restart.h"
 
 namespace zorvane {
 namespace {
 
-// Rounds are told apart by what reports, and an index stays with its GPU while the worker runs.
+// For the round tracker: an index stays with its GPU while the worker runs.
 std::string SourceOf(const GpuReading& reading) { return fmt::format("gpu {}", reading.index); }
 
 // Where the worker's log is to be found, for people.
@@ -67,7 +67,7 @@ void CWorkerSource::OnTime(Moment now) {
     }
 }
 
-// A hung vendor call holds the worker's orderly end up too, so this may take all the steps.
+// A worker that hangs in a vendor call cannot end in order, so this may take all steps.
 void CWorkerSource::GiveUpWorker(Moment now) {
     m_givenUp = true;
     Tell(now, NoticeEvent{"worker.given_up",
@@ -159,7 +159,7 @@ void CWorkerSource::OnExit(const WorkerExit& exit) {
     m_staleness.End();
     const auto restartIn = RestartAfter(exit);
     Tell(now, ExitEvent{exit, m_stopping || m_givenUp, restartIn});
-    // Whoever was told may have had enough.
+    // The sink may have called Stop.
     if (restartIn && !m_stopping) {
         m_restartTick = now.tick + *restartIn;
         return;

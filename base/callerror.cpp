@@ -13,7 +13,7 @@ CallError LastCallError(const char* call) {
 
 std::wstring DescribeCode(DWORD code) {
     std::array<wchar_t, 512> buffer{};
-    // With the width mask the text has no line breaks; some of Windows' have two lines.
+    // FORMAT_MESSAGE_MAX_WIDTH_MASK removes the line breaks that some of Windows' texts have.
     const DWORD flags =
         FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
     const DWORD length = FormatMessageW(flags, nullptr, code, 0, buffer.data(),

@@ -1,4 +1,4 @@
-/** Windows errors: codes, and calls that failed, as text. */
+/** Windows errors as values and as text. */
 #pragma once
 
 #include <windows.h>
@@ -7,11 +7,11 @@
 
 namespace zorvane {
 
-/** A Windows call that failed, kept as a value until somebody shows it. */
+/** A Windows call that failed. */
 struct CallError {
-    /** The call's name, and what it was called on where that helps. UTF-8. */
+    /** The name of the call, and of the object where that helps. UTF-8. */
     std::string call;
-    /** What GetLastError gave right after the call. */
+    /** GetLastError right after the call. */
     DWORD code = ERROR_SUCCESS;
 };
 

@@ -1,4 +1,4 @@
-/** Asking the processor about itself. */
+/** The CPUID instruction. */
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ struct CpuidRegisters {
     bool operator==(const CpuidRegisters&) const = default;
 };
 
-/** What this processor answers. */
+/** Executes CPUID for a leaf. */
 CpuidRegisters AskProcessor(uint32_t leaf, uint32_t subleaf);
 
 }  // namespace zorvane

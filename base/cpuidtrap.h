@@ -1,4 +1,4 @@
-/** Making CPUID instructions of loaded code give other answers than the processor's. */
+/** Replacing the answers of CPUID instructions in loaded code. */
 #pragma once
 
 #include <windows.h>
@@ -18,8 +18,8 @@ namespace zorvane {
 bool HoldsCpuidAt(const CPeImage& image, std::span<const uint32_t> addresses);
 
 /**
- * Replaces the first byte of CPUID instructions by a breakpoint, and answers in an exception
- * handler; puts them back when it goes. One at a time in a process.
+ * Replaces the first byte of CPUID instructions with a breakpoint and answers in an exception
+ * handler. The destructor restores them. One at a time per process.
  */
 class CCpuidTrap {
   public:
@@ -33,7 +33,8 @@ class CCpuidTrap {
 
     /**
      * Once, while no other thread executes code of `module` (null: the program). HoldsCpuidAt must
-     * be true of its image and `addresses`. The error if there is one; then some may be replaced.
+     * be true of its image and `addresses`. Returns the error if it fails; some may be replaced
+     * then.
      */
     [[nodiscard]] std::optional<CallError> Set(HMODULE module, std::span<const uint32_t> addresses,
                                                Answer answer);

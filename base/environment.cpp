@@ -26,7 +26,7 @@ std::wstring EnvironmentVariable(const wchar_t* name) {
     std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
     const DWORD length =
         GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size()));
-    // Another thread may have set a longer one in between.
+    // Another thread may have set a longer value in between.
     value.resize(length < value.size() ? length : 0);
     return value;
 }
@@ -35,7 +35,7 @@ std::vector<wchar_t> ChangeEnvironment(const wchar_t* block,
                                        const std::vector<EnvironmentChange>& changes) {
     std::map<std::wstring, std::wstring, CLessIgnoringCase> variables;
     for (std::wstring_view text(block); !text.empty(); text = text.data() + text.size() + 1) {
-        // The current folders of the drives are variables too, of names like "=C:".
+        // Windows keeps each drive's current folder in a variable with a name like "=C:".
         const size_t equals = text.find(L'=', 1);
         if (equals == std::wstring_view::npos) {
             continue;

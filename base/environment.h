@@ -16,14 +16,14 @@ struct EnvironmentChange {
 };
 
 /**
- * The block with the changes made, sorted as Windows wants it. `block` is of the form that
- * GetEnvironmentStringsW gives: texts "name=value", each with its NUL, and one more NUL. Of two
- * changes of one name the later holds.
+ * The block with the changes applied, sorted as Windows requires. `block` has the form that
+ * GetEnvironmentStringsW returns: "name=value" texts, each with its NUL, and one more NUL. If two
+ * changes have the same name, the last one counts.
  */
 std::vector<wchar_t> ChangeEnvironment(const wchar_t* block,
                                        const std::vector<EnvironmentChange>& changes);
 
-/** The calling process's environment with the changes made. */
+/** The calling process's environment with the changes applied. */
 std::vector<wchar_t> ChangedOwnEnvironment(const std::vector<EnvironmentChange>& changes);
 
 }  // namespace zorvane

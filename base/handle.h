@@ -15,7 +15,7 @@ struct CHandleCloser {
 /** Owns a handle that CloseHandle closes; null when there is none. */
 using CUniqueHandle = std::unique_ptr<void, CHandleCloser>;
 
-/** Owns what CreateFileW answers, whose failure is INVALID_HANDLE_VALUE and not null. */
+/** Owns a handle from CreateFileW, which returns INVALID_HANDLE_VALUE on failure, not null. */
 inline CUniqueHandle OwnFile(HANDLE file) {
     return CUniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }

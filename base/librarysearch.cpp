@@ -5,7 +5,8 @@
 namespace zorvane {
 
 void NarrowLibrarySearch() {
-    // For calls that ask for the old search order by name: that one leaves the current folder out.
+    // For calls that request the old search order explicitly: leave the current folder out of it
+    // too.
     SetDllDirectoryW(L"");
     SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
 }

@@ -4,9 +4,9 @@
 namespace zorvane {
 
 /**
- * Keeps the current folder and PATH out of every later search for a library, so that nobody can
- * plant one for a process that runs elevated. What is left is the program's folder, the system's,
- * and the folders given to AddDllDirectory. Called first thing in main.
+ * Takes the current folder and PATH out of the search for libraries, so that nobody can plant one
+ * for a process that runs elevated. The program's folder, the system folder and folders added with
+ * AddDllDirectory remain. Call it first in main.
  */
 void NarrowLibrarySearch();
 

@@ -9,9 +9,9 @@ namespace {
 
 constexpr wchar_t kClassName[] = L"ZorvaneMessageWindow";
 
-// The class belongs to the module that holds this code, and goes with it: several modules of one
-// process may hold a copy, and Windows leaves the classes of an unloaded library registered, with a
-// procedure that is no longer there.
+// The class belongs to the module that contains this code and is unregistered with it. Several
+// modules of one process may contain a copy, and Windows keeps the classes of an unloaded library
+// registered, with a window procedure that no longer exists.
 class CWindowClass {
   public:
     CWindowClass() = default;
@@ -55,7 +55,7 @@ void CMessageWindow::Destroy() {
 
 LRESULT CALLBACK CMessageWindow::WindowProc(HWND window, UINT message, WPARAM wParam,
                                             LPARAM lParam) noexcept {
-    // The object and its window know each other from the first message on.
+    // On the first message, so that the object knows its window before CreateWindowExW returns.
     if (message == WM_NCCREATE) {
         auto* self = static_cast<CMessageWindow*>(
             reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);

@@ -12,19 +12,19 @@ namespace zorvane {
 
 /** What reaches a window besides messages to itself. */
 enum class WindowReach {
-    /** Nothing: it is not found by enumeration either. */
+    /** Nothing. Enumeration does not find it either. */
     kOwnMessages,
-    /** What Windows tells all windows, such as the end of the session. */
+    /** Messages that Windows broadcasts, such as the end of the session. */
     kBroadcasts,
 };
 
 /**
- * Made, used and destroyed on one thread, which pumps its messages. The object stays where it is as
- * long as the window exists.
+ * Made, used and destroyed on one thread, which pumps its messages. The object must not move while
+ * the window exists.
  */
 class CMessageWindow {
   public:
-    /** Answers a message, or gives std::nullopt for Windows' own answer. Must not throw. */
+    /** Answers a message, or returns std::nullopt for the default answer. Must not throw. */
     using Handler = std::function<std::optional<LRESULT>(UINT message, WPARAM, LPARAM)>;
 
     CMessageWindow() = default;
@@ -32,11 +32,11 @@ class CMessageWindow {
     CMessageWindow(const CMessageWindow&) = delete;
     CMessageWindow& operator=(const CMessageWindow&) = delete;
 
-    /** Makes the window; a window made before is destroyed. The error if there is one. */
+    /** Makes the window, in place of one made before. Returns the error if it fails. */
     [[nodiscard]] std::optional<CallError> Create(Handler handler,
                                                   WindowReach reach = WindowReach::kOwnMessages);
 
-    /** Destroys the window if there is one; messages still queued for it are lost. */
+    /** Destroys the window if there is one; messages still in its queue are lost. */
     void Destroy();
 
     /** Null when there is no window. */

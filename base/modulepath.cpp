@@ -1,12 +1,12 @@
 #include "base/modulepath.h"
 
-// The linker puts this symbol at the start of each module; other modules have their own.
+// The linker defines this symbol at the start of each module, so each has its own.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace zorvane {
 namespace {
 
-// The longest path that Windows has, with its NUL.
+// The longest path in Windows, with its NUL.
 constexpr size_t kLongestPath = 32768;
 
 }  // namespace
@@ -16,7 +16,7 @@ HMODULE ThisModule() { return reinterpret_cast<HMODULE>(&__ImageBase); }
 std::wstring ModulePath(HMODULE module) {
     std::wstring path(MAX_PATH, L'\0');
     for (;;) {
-        // A path that does not fit is truncated, and its length answered as the buffer's.
+        // Windows truncates a path that does not fit and returns the size of the buffer.
         const DWORD length =
             GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
         if (length < path.size() || path.size() >= kLongestPath) {

@@ -13,12 +13,12 @@ HMODULE ThisModule();
 /** Full path of `module`, of any length; null: the program's. Empty when Windows gives none. */
 std::wstring ModulePath(HMODULE module);
 
-/** The folder of `module` (null: the program) with its last separator, for a name to follow. */
+/** The folder of `module` (null: the program) with a separator at its end. */
 std::wstring ModuleFolder(HMODULE module);
 
 /**
- * What stands before the file's name, with its last separator: a drive's root is no folder without
- * it. Empty when there is only a name.
+ * What comes before the file name, with the separator: without it "C:" would not mean the root.
+ * Empty if there is only a file name.
  */
 std::wstring FolderOf(const std::wstring& path);
 

@@ -20,7 +20,7 @@ CPeImage::CPeImage(CUniqueModule mapped, const char* base)
     if (!base) {
         return;
     }
-    // Windows has checked the headers before it mapped them.
+    // The headers are sound: Windows checks them before it maps the file.
     const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
     const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
     if (headers->OptionalHeader.Magic == IMAGE_NT_OPTIONAL_HDR64_MAGIC) {
@@ -77,7 +77,7 @@ std::vector<PeImport> CPeImage::Imports() const {
     std::vector<PeImport> imports;
     for (const IMAGE_IMPORT_DESCRIPTOR& descriptor : ImportDescriptors()) {
         const std::string library = TextAt(descriptor.Name);
-        // The names stand in a table of their own: the loader overwrites the other one.
+        // Read the names from the lookup table: the loader overwrites the address table.
         DWORD name = descriptor.OriginalFirstThunk;
         DWORD entry = descriptor.FirstThunk;
         for (; const auto thunk = Read<ULONGLONG>(name); name += kThunkSize, entry += kThunkSize) {

@@ -23,20 +23,20 @@ struct PeImport {
 };
 
 /**
- * An image as it lies in memory. Addresses are relative to its base. Nothing that the image says of
- * itself is trusted: what does not lie within it reads as missing.
+ * An image mapped into memory. Addresses are relative to its base. Nothing in the image is trusted:
+ * what lies outside of it is treated as missing.
  */
 class CPeImage {
   public:
     /** A module of this process, which must stay loaded; null: the program. */
     static CPeImage OfModule(HMODULE module);
 
-    /** Maps a file without running anything of it. Invalid when it is no 64-bit image. */
+    /** Maps a file without running any of its code. Invalid if it is not a 64-bit image. */
     static CPeImage OfFile(const std::wstring& path);
 
     bool IsValid() const { return m_headers != nullptr; }
 
-    /** Only of a valid image, as all that follows. */
+    /** Like everything below, only for a valid image. */
     const IMAGE_NT_HEADERS64& Headers() const { return *m_headers; }
 
     /** `entry` is one of IMAGE_DIRECTORY_ENTRY_*. */
@@ -66,8 +66,8 @@ class CPeImage {
     std::string TextAt(DWORD address) const;
 
     /**
-     * Names of the imported libraries in the order of the import table; those before its damage
-     * when it is damaged.
+     * Names of the imported libraries in the order of the import table. If the table is damaged,
+     * those before the damage.
      */
     std::vector<std::string> ImportedLibraries() const;
 

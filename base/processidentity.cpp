@@ -14,7 +14,7 @@ std::optional<uint64_t> CreationTime(HANDLE process) {
     return uint64_t{created.dwHighDateTime} << 32 | created.dwLowDateTime;
 }
 
-// Digits only: neither a sign nor white space belongs to an identity.
+// Digits only: no sign, no white space.
 std::optional<uint64_t> ParseNumber(std::wstring_view digits, uint64_t largest) {
     if (digits.empty()) {
         return std::nullopt;
@@ -63,7 +63,7 @@ FoundProcess FindProcess(const ProcessIdentity& identity) {
     found.handle.reset(
         OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, identity.id));
     if (!found.handle) {
-        // Windows' answer for an id that no process has.
+        // What Windows returns for an id that no process has.
         if (GetLastError() != ERROR_INVALID_PARAMETER) {
             found.error = LastCallError("OpenProcess");
         }

@@ -1,4 +1,4 @@
-/** Naming a process so that its name never fits another one. */
+/** Identifying a process by more than its id, which Windows uses again. */
 #pragma once
 
 #include <windows.h>
@@ -13,7 +13,7 @@
 
 namespace zorvane {
 
-/** Windows gives the ids of ended processes to new ones; the time of creation tells them apart. */
+/** Windows reuses the ids of ended processes; the creation time tells the processes apart. */
 struct ProcessIdentity {
     DWORD id = 0;
     /** As GetProcessTimes gives it: units of 100 ns since 1601. */
@@ -21,8 +21,8 @@ struct ProcessIdentity {
 };
 
 /**
- * The process of a handle that may query it. Of a handle that may not, an identity that no process
- * has.
+ * The identity of the process behind a handle with query rights. Without them, an identity that no
+ * process has.
  */
 ProcessIdentity IdentityOf(HANDLE process);
 
@@ -32,18 +32,18 @@ ProcessIdentity OwnIdentity();
 /** "<id>:<creation time>", both in decimal. */
 std::wstring IdentityText(const ProcessIdentity& identity);
 
-/** Reads what IdentityText writes; empty for everything else. */
+/** Parses what IdentityText returns; empty for anything else. */
 std::optional<ProcessIdentity> ParseIdentity(std::wstring_view text);
 
-/** An attempt to reach a process. */
+/** What FindProcess has found. */
 struct FoundProcess {
-    /** Signalled once the process has ended. Null when it has gone, or cannot be opened. */
+    /** Signalled once the process has ended. Null if it has ended already or cannot be opened. */
     CUniqueHandle handle;
-    /** Why it cannot be opened, if that is so. */
+    /** Why it cannot be opened; empty otherwise. */
     std::optional<CallError> error;
 };
 
-/** Opens exactly this process, for waiting. */
+/** Opens this very process with the right to wait for its end. */
 FoundProcess FindProcess(const ProcessIdentity& identity);
 
 }  // namespace zorvane

@@ -1,6 +1,6 @@
 /**
- * Objects of C++ interfaces, made without a declaration of the interface. Their virtual tables are
- * written slot by slot, so that a declaration elsewhere that has a slot wrong shows.
+ * Objects of C++ interfaces, made without the interface's declaration. Their virtual tables are
+ * filled slot by slot, so that a declaration with a wrong slot is found out.
  */
 #pragma once
 
@@ -12,7 +12,7 @@
 
 namespace zorvane {
 
-/** What a caller takes for an object: its first word points at its virtual table. */
+/** What a caller takes for an object: its first word points to a virtual table. */
 struct SlotObject {
     void* const* slots;
 };
@@ -64,8 +64,8 @@ class CSlotTable {
 };
 
 /**
- * RAX after a function that returns bool or a 32-bit number: only the lowest byte, or half, is
- * defined. Here all bits above are set, for callers that read more than they may.
+ * RAX after a function that returns bool or a 32-bit number. Only the lowest byte or half is
+ * defined; here all bits above are set, to find callers that read more than that.
  */
 constexpr uint64_t BoolInRegister(bool value) { return ~uint64_t{0xFF} | (value ? 1u : 0u); }
 constexpr uint64_t NumberInRegister(int32_t value) {

@@ -13,8 +13,8 @@ namespace zorvane {
 bool IsConsole(HANDLE handle);
 
 /**
- * Writes all of `text`, which is UTF-8: in UTF-16 to a console, whose code page then does not
- * matter, and byte for byte to everything else. The error if there is one.
+ * Writes all of `text`, which is UTF-8: as UTF-16 to a console, so that its code page does not
+ * matter, and unchanged to anything else. Returns the error if it fails.
  */
 std::optional<CallError> WriteText(HANDLE handle, std::string_view text);
 

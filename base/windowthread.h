@@ -9,7 +9,7 @@
 
 namespace zorvane {
 
-/** Answers messages at any time, whatever the thread that made it does meanwhile. */
+/** Answers messages at any time, even while the thread that made it is busy. */
 class CWindowThread {
   public:
     /** Makes the window; `handler` is called on its thread. */

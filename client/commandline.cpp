@@ -12,7 +12,7 @@ std::wstring WindowText(HWND window) {
 
 std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow,
                               const ProcessIdentity& stub) {
-    // The first word has rules of its own: no escapes, and a path holds no quotation mark.
+    // The first word follows other rules: it has no escapes, and a path has no quotation marks.
     std::wstring line = L"\"" + command.host + L"\" --wnd=" + WindowText(stubWindow) + L" " +
                         QuoteWord(L"--entry=" + command.entry) + L" --parent=" + IdentityText(stub);
     if (!command.libraryPath.empty()) {

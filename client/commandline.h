@@ -21,7 +21,8 @@ struct WorkerCommand {
     std::wstring entry;
     /** Further words of the command line. "skip_delete" keeps the AMD driver service at the end. */
     std::vector<std::wstring> words;
-    /** What the worker's environment holds besides, or instead of, the stub's own. */
+    /** Variables that the worker's environment has in addition to the stub's, or in place of them.
+     */
     std::vector<EnvironmentChange> environment;
 };
 

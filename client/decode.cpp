@@ -204,7 +204,7 @@ std::optional<int> ParseCpuText(std::string_view text) {
     return value;
 }
 
-// The text with everything but printable ASCII replaced, so that it can be shown anywhere.
+// The text with all but printable ASCII replaced, so that it is safe to show anywhere.
 std::string Shown(std::string_view text) {
     std::string shown(text);
     std::replace_if(

@@ -49,7 +49,7 @@ struct Hello {
     uint64_t workerWindow = 0;
 };
 
-/** More GPUs than any machine has; a record that tells of more is not taken. */
+/** More GPUs than any machine has; a record that claims more is refused. */
 inline constexpr uint32_t kMostGpus = 1024;
 
 struct PciLocation {
@@ -85,7 +85,7 @@ struct GpuReading {
     std::optional<PciLocation> pci;
 };
 
-/** What of one GPU does not change; sent once per worker. */
+/** What does not change about a GPU; sent once per worker. */
 struct GpuStatic {
     /** Readings taken with it. */
     GpuReading first;
@@ -100,15 +100,14 @@ struct CpuTemperature {
     int celsius = 0;
 };
 
-/** Why a payload was not taken, or is doubted. */
+/** Why a payload was refused, or is suspicious. */
 enum class PayloadFault {
     kUnknownCode,
     kWrongSize,
     kNotTerminated,
     kBadRecord,
     kBadText,
-    /** Sent from a window of a process that is not the worker's. Its payload is taken all the same.
-     */
+    /** Sent from a window of a process that is not the worker's. The payload is accepted anyway. */
     kForeignSender,
     /** A hello that names a window that is not the worker's. */
     kForeignWindow,

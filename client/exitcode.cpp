@@ -50,10 +50,10 @@ const char* Find(const CodeText (&table)[N], DWORD code) {
     return row == std::end(table) ? nullptr : row->text;
 }
 
-// Codes of exceptions have their two top bits set, vendor-defined ones included.
+// The two top bits of an exception code are set, in vendor-defined ones too.
 bool IsException(DWORD code) { return (code & 0xC0000000) == 0xC0000000 || Find(kCrashes, code); }
 
-// Small codes are shown as programs write them, status codes as their headers do.
+// Small codes in decimal, as programs document them; status codes in hexadecimal, as Windows does.
 std::string Number(DWORD code) {
     std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), code < 0x10000 ? "%lu" : "0x%08lX", code);

@@ -11,20 +11,20 @@ enum class ExitKind {
     /** The worker ended with 0 after it had been asked to. */
     kOrderly,
     /**
-     * It ended with 0 without having been asked: no task was left, or somebody ended it from
-     * outside with this code. The exit code does not tell the two apart, the worker's log does.
+     * The worker ended with 0 without being asked to: it had no task left, or something else ended
+     * the process with this code. Only the worker's log tells which.
      */
     kByItself,
-    /** The host could not bring the library up; it has said why on standard error. */
+    /** The host could not load the library; it has said why on standard error. */
     kHostFailure,
-    /** The worker died. Vendor libraries crash: for a stub this is normal life, start again. */
+    /** The worker crashed. Vendor libraries do that: start the worker again. */
     kCrash,
 };
 
 /**
- * Sorts an exit code. `greeted` says whether the worker's hello had come: from then on the host has
- * done its part, and every code but 0 is a crash, also a small one, which the C runtime gives after
- * abort(). `asked` says whether the worker had been asked to end.
+ * Classifies an exit code. `greeted`: the worker's hello had come. From then on the host's own
+ * codes are ruled out and every code but 0 is a crash, even a small one: the C runtime exits with 3
+ * after abort(). `asked`: the worker had been asked to end.
  */
 ExitKind ClassifyExit(DWORD code, bool greeted, bool asked);
 

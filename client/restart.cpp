@@ -9,7 +9,7 @@ unsigned NextAttempt(unsigned last, std::chrono::milliseconds lived) {
 }
 
 std::chrono::milliseconds RestartPause(unsigned attempt) {
-    // Beyond six doublings the longest pause holds anyway; the limit keeps the shift defined.
+    // After six doublings the longest pause applies anyway; the limit keeps the shift defined.
     const unsigned doublings = std::min(attempt > 0 ? attempt - 1 : 0, 6u);
     return std::min<std::chrono::milliseconds>(std::chrono::seconds(1u << doublings),
                                                kLongestRestartPause);

@@ -14,7 +14,7 @@ std::optional<CallError> CStartupInfo::Prepare() {
     m_info.StartupInfo.cb = sizeof(m_info);
     m_info.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
 
-    // A stub with a window of its own has no standard error; so has one that has closed it.
+    // A GUI program has no standard error, nor has a program that has closed it.
     const HANDLE self = GetCurrentProcess();
     if (!DuplicateHandle(self, GetStdHandle(STD_ERROR_HANDLE), self, &m_inherited, 0, TRUE,
                          DUPLICATE_SAME_ACCESS)) {

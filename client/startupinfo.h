@@ -12,9 +12,8 @@
 namespace zorvane {
 
 /**
- * For a child that inherits standard error, if there is one, and no other handle: the host's line
- * on a failure goes where the stub's own go, and nothing else of the stub's stays open in the
- * worker.
+ * For a child that inherits standard error, if there is one, and no other handle: the host's error
+ * line appears where the stub's own do, and no other handle of the stub stays open in the worker.
  */
 class CStartupInfo {
   public:
@@ -23,7 +22,7 @@ class CStartupInfo {
     CStartupInfo(const CStartupInfo&) = delete;
     CStartupInfo& operator=(const CStartupInfo&) = delete;
 
-    /** Once, before Get. The error if there is one. */
+    /** Call once, before Get. Returns the error if it fails. */
     [[nodiscard]] std::optional<CallError> Prepare();
 
     /** For CreateProcessW with EXTENDED_STARTUPINFO_PRESENT; valid as long as this object. */

@@ -14,31 +14,30 @@
 namespace zorvane {
 
 /**
- * Takes WM_COPYDATA: copies the payload, answers, and only then lets somebody look at it. The
- * worker waits for the answer, one second at most, so nothing that could take time may come before
- * it; and a stub that sends to the worker's window from inside the handler would have each wait for
- * the other.
+ * Receives WM_COPYDATA: copies the payload, answers, and hands the copy out afterwards. The worker
+ * waits for the answer, for one second at most, so nothing slow may come before it; and a stub that
+ * sent to the worker's window from inside the handler would deadlock with it for that second.
  *
- * Made, used and destroyed on one thread. That thread runs a message loop: while it does not,
- * nothing arrives.
+ * Made, used and destroyed on one thread, which runs a message loop: nothing arrives while it does
+ * not.
  */
 class CStubWindow {
   public:
     /**
-     * Called from the message loop, once for each payload, in the order of arrival. `sender` is
-     * what the sender says it is and may be anything. May destroy the window; must not throw.
+     * Called from the message loop, once for each payload, in order of arrival. `sender` is what
+     * the message claims, so it may be any value. May destroy the window; must not throw.
      */
     using Sink = std::function<void(HWND sender, const Payload& payload)>;
 
     /** Bytes of a payload that are kept. No payload that can be decoded is longer. */
     static constexpr size_t kKeptBytes = 1024;
 
-    /** Payloads that may wait; further ones are answered with FALSE, which tells the sender. */
+    /** The most payloads that are queued; further ones are refused by answering FALSE. */
     static constexpr size_t kLongestQueue = 1024;
 
     /**
-     * Makes the window. An elevated stub lets WM_COPYDATA in from workers that are not elevated.
-     * The error if there is one.
+     * Makes the window. If the stub is elevated, workers that are not may still send WM_COPYDATA to
+     * it. Returns the error if it fails.
      */
     [[nodiscard]] std::optional<CallError> Create(Sink sink);
 
@@ -48,7 +47,7 @@ class CStubWindow {
      */
     void Destroy();
 
-    /** Hands out what waits without a message having to come. */
+    /** Hands out everything that is queued, without waiting for a message. */
     void Deliver();
 
     /** Null when there is no window. */

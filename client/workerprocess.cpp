@@ -12,7 +12,7 @@ namespace {
 DWORD CreationFlags() {
     const DWORD flags =
         CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT | CREATE_NEW_PROCESS_GROUP;
-    // The host is a console program: without a console of the stub's it would open one.
+    // The host is a console program: if the stub has no console to share, Windows would open one.
     const bool hasConsole = GetConsoleCP() != 0;
     return hasConsole ? flags : flags | CREATE_NO_WINDOW;
 }
@@ -58,7 +58,7 @@ std::optional<CallError> CWorkerProcess::Terminate() {
         return std::nullopt;
     }
     CallError error = LastCallError("TerminateProcess");
-    // A process that is just ending cannot be ended any more.
+    // TerminateProcess fails for a process that is already ending.
     if (ExitCode()) {
         return std::nullopt;
     }

@@ -13,8 +13,8 @@ namespace zorvane {
 
 /**
  * One worker process. It does not end with this object, nor with the stub: it has to end in order,
- * or AMD's driver service stays installed. A worker that is let go ends by itself when it misses
- * its stub window; when it hangs, the host ends it 15 seconds after the stub's process has gone.
+ * or AMD's driver service stays installed. A worker that is let go ends by itself when it finds
+ * its stub window gone; if it hangs, the host ends it 15 seconds after the stub's process.
  * One thread.
  */
 class CWorkerProcess {
@@ -29,17 +29,17 @@ class CWorkerProcess {
 
     /**
      * Starts the host for `stubWindow` and has `endMessage` posted to `endWindow` once, when the
-     * process has ended. A worker is no part of the stub's console group: Ctrl+C reaches the stub
-     * alone, which can then ask for an orderly end. The error if there is one; then no process is
-     * left.
+     * process has ended. The worker is in a process group of its own, so that Ctrl+C reaches only
+     * the stub, which can then end the worker in order. Returns the error if it fails; then no
+     * process is left behind.
      */
     [[nodiscard]] std::optional<CallError> Start(const WorkerCommand& command, HWND stubWindow,
                                                  HWND endWindow, UINT endMessage);
 
-    /** Ends the process by force if it still runs. The error if there is one. */
+    /** Ends the process by force if it still runs. Returns the error if it fails. */
     std::optional<CallError> Terminate();
 
-    /** Forgets the process, which goes on if it still runs. Its end is told to nobody any more. */
+    /** Lets go of the process, which keeps running; no message is posted when it ends. */
     void Close();
 
     /** 0 when no process was started. */

@@ -48,7 +48,8 @@ std::optional<CallError> CWorkerSession::Start(const WorkerCommand& command) {
     return m_process.Start(command, m_stub.Handle(), m_control.Handle(), kProcessEndMessage);
 }
 
-// Once: a session that is started again is in this window's handler when that happens.
+// Once per session: OnExit may start it again from inside this window's handler, which must not be
+// destroyed under it.
 std::optional<CallError> CWorkerSession::MakeControlWindow() {
     if (m_control.Handle()) {
         return std::nullopt;
@@ -67,7 +68,7 @@ void CWorkerSession::Press(const std::string& reason) {
     switch (m_step) {
         case StopStep::kNone:
             EnterStep(StopStep::kAsked, m_times.afterAsking, reason);
-            // The listener may have pressed on meanwhile.
+            // The listener may have called Stop again meanwhile.
             if (m_step == StopStep::kAsked && m_workerWindow) {
                 SendStop();
             }
@@ -95,7 +96,7 @@ void CWorkerSession::SendStop() {
     }
 }
 
-// The listener comes last: one that calls Stop is already in the step after this.
+// Tell the listener last: if it calls Stop from there, that takes the step after this one.
 void CWorkerSession::EnterStep(StopStep step, std::chrono::milliseconds grace,
                                const std::string& reason) {
     m_step = step;
@@ -186,8 +187,7 @@ void CWorkerSession::OnProcessEnd() {
     if (!code) {
         return;
     }
-    // A listener that asks for the end while it is told the last payloads asks a worker that is
-    // gone.
+    // A listener that calls Stop while it receives the last payloads finds the worker gone already.
     m_hasEnded = true;
     m_stub.Deliver();
     WorkerExit exit;
@@ -204,7 +204,7 @@ void CWorkerSession::OnProcessEnd() {
     m_listener.OnExit(exit);
 }
 
-// A window that is gone, or no window at all, could have been the worker's.
+// A window that no longer exists, or null, may have been the worker's: not foreign.
 bool CWorkerSession::IsForeign(HWND window) const {
     DWORD owner = 0;
     return GetWindowThreadProcessId(window, &owner) != 0 && owner != m_process.Id();

@@ -25,15 +25,15 @@
 
 namespace zorvane {
 
-/** How far the end of a worker has been pressed for; each step follows when the one before failed.
- */
+/** Steps of ending a worker; each is taken when the one before has not helped. */
 enum class StopStep {
     kNone,
-    /** The stop message was sent, or will be as soon as the hello has named the window for it. */
+    /** The stop message was sent, or will be as soon as the hello has told the worker's window. */
     kAsked,
     /**
-     * The stub window was destroyed. The worker looks for it every five seconds. This reaches also
-     * a worker that runs elevated when the stub does not: Windows keeps the stop message from it.
+     * The stub window was destroyed. The worker checks every five seconds that it exists. This
+     * works for an elevated worker of a stub that is not elevated too, which Windows does not let
+     * the stop message reach.
      */
     kWindowTaken,
     /** The process was ended by force. The AMD driver service may be left behind. */
@@ -43,7 +43,7 @@ enum class StopStep {
 /** How long a worker may take to end after each step before the next is taken. */
 struct StopTimes {
     std::chrono::milliseconds afterAsking = std::chrono::seconds(5);
-    /** The worker's own check takes up to five seconds, its orderly end comes on top. */
+    /** Up to five seconds until the worker notices, and then the time that it takes to end. */
     std::chrono::milliseconds afterTakingWindow = std::chrono::seconds(10);
 };
 

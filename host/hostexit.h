@@ -10,8 +10,8 @@ enum class HostExit : int {
     kExportMissing = 4,
     /** The file is there but Windows refuses it. */
     kLibraryUnusable = 5,
-    /** A word of the command line that is meant for the host makes no sense. */
+    /** A word of the command line that is meant for the host is malformed. */
     kBadWord = 8,
-    /** The stub had gone, and the worker did not end within the grace. */
+    /** The stub had gone, and the worker did not end within the grace period. */
     kEndedByForce = 9
 };

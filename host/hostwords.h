@@ -16,7 +16,7 @@ struct HostWords {
     std::optional<zorvane::ProcessIdentity> parent;
 };
 
-/** Reads them. `error` becomes one line that names the word that makes no sense. */
+/** Parses them. On failure `error` is one line that names the malformed word. */
 HostWords ReadHostWords(const wchar_t* commandLine, std::wstring& error);
 
 /** What --help prints: every word and every exit code. */

@@ -7,7 +7,8 @@
 
 namespace {
 
-// A service that cannot be asked for counts as registered: it is not this run's to remove.
+// A service that cannot be queried counts as registered: better to leave it than to delete one that
+// this run did not install.
 bool IsRegistered() {
     const CServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
     if (!manager) {

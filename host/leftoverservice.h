@@ -1,10 +1,10 @@
-/** AMD's driver service, where the library leaves it behind. */
+/** Removal of AMD's driver service where the library leaves it behind. */
 #pragma once
 
 /**
- * The library removes the service together with its AMD task. It releases no task when it is
- * stopped before the first cycle, and a worker that hangs gets to nothing at all; the service,
- * which Windows would then start at every boot, is the host's to remove.
+ * The library deletes the service when it releases its AMD task. A worker that is stopped before
+ * its first cycle releases no task, and one that hangs does nothing at all. The service would then
+ * start with Windows at every boot, so the host deletes it.
  */
 class CLeftoverService {
   public:
@@ -12,8 +12,8 @@ class CLeftoverService {
     CLeftoverService();
 
     /**
-     * Removes the service if it was not there before, unless "skip_delete" stands on the command
-     * line. Does nothing when the library has removed it already.
+     * Deletes the service if it was not registered before this run, unless the command line has
+     * "skip_delete". Does nothing if the library has deleted it already.
      */
     void Remove() const;
 

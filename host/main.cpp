@@ -21,7 +21,7 @@ int Fail(HostExit exit, const std::wstring& error) {
 
 int main() {
     zorvane::NarrowLibrarySearch();
-    // A worker has nobody to answer a message box.
+    // Nobody would see or close a message box of the worker.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
 
     std::wstring error;

@@ -2,7 +2,7 @@
 #pragma once
 
 /**
- * Lets libraries that NVML needs be found beside it. The worker library loads it by its full path,
- * which by itself says nothing of where its own imports lie.
+ * Adds NVML's folder to the search for libraries. The worker library loads NVML by its full path,
+ * but that does not make Windows look for NVML's own imports in its folder.
  */
 void AddNvmlFolder();

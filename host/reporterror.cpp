@@ -19,6 +19,6 @@ std::wstring ProgramName() {
 
 void ReportError(const std::wstring& message) {
     const std::string line = zorvane::ToUtf8(ProgramName() + L": " + message + L"\r\n");
-    // Nobody is left to be told that standard error cannot be written.
+    // If standard error cannot be written there is nowhere to report that.
     zorvane::WriteText(GetStdHandle(STD_ERROR_HANDLE), line);
 }

@@ -7,7 +7,8 @@
 namespace {
 
 BOOL CALLBACK SendStop(HWND window, LPARAM context) {
-    // Static: a message that timed out is still delivered, and inside one process without a copy.
+    // Static, because a message that timed out may still be delivered, and within one process it is
+    // not copied.
     static COPYDATASTRUCT s_stop{kCopyDataStop, 0, nullptr};
     constexpr UINT kTimeoutMs = 1000;
     DWORD_PTR answer = FALSE;

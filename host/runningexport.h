@@ -18,12 +18,12 @@ class CRunningExport {
     /** The stub's process, null when it is not known. */
     HANDLE Stub() const { return m_stub.get(); }
 
-    /** Whether a stub is known and still there to end the worker by itself. */
+    /** Whether the stub is known and still running, so that it can end the worker itself. */
     bool HasStub() const;
 
     /**
-     * Asks the worker to end in order, as the stub's stop message does. False when it did not take
-     * the request: it has no window yet, or none any more, or its loop is busy.
+     * Asks the worker to end in order, with the same message as the stub. False when the worker did
+     * not take it: its window does not exist yet or no longer, or its loop is busy.
      */
     bool AskToEnd() const;
 

@@ -12,14 +12,14 @@
 
 namespace {
 
-// A worker that cannot be looked after in every way still reads.
+// A failure to watch the stub or the session is no reason not to run: the worker still reads.
 void Note(const std::optional<zorvane::CallError>& error) {
     if (error) {
         ReportError(zorvane::ToWide(zorvane::Describe(*error)));
     }
 }
 
-// An event that is set stands for a process that has gone.
+// For a process that has already ended: an event that is signalled, as its handle would be.
 zorvane::CUniqueHandle OpenStub(const HostWords& words) {
     if (!words.parent) {
         return nullptr;

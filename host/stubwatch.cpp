@@ -24,8 +24,8 @@ DWORD WINAPI ClearAway(void* service) {
     return 0;
 }
 
-// On a thread of its own: a driver that hangs may keep the service manager waiting for ever, and a
-// pipe that nobody reads may keep the line.
+// On a thread of its own: a hung driver can block the service manager for ever, and a pipe that
+// nobody reads can block the write to standard error.
 void ClearAwayInTime(const CLeftoverService& service) {
     constexpr DWORD kClearingMs = 5000;
     const zorvane::CUniqueHandle thread(
@@ -35,7 +35,8 @@ void ClearAwayInTime(const CLeftoverService& service) {
     }
 }
 
-// False when the grace is over first. A worker that is just starting has no window to be asked at.
+// False when the grace period is over first. A worker that is just starting has no window yet to
+// send the request to, so ask again.
 bool AskUntilEnd(const CRunningExport& worker) {
     constexpr DWORD kAskAgainMs = 250;
     const ULONGLONG end = GetTickCount64() + kStubGraceMs;

@@ -1,4 +1,4 @@
-/** An end for workers whose stub has gone. */
+/** Ending a worker whose stub has gone. */
 #pragma once
 
 #include <windows.h>
@@ -10,15 +10,15 @@
 #include "host/runningexport.h"
 
 /**
- * How long a worker may go on without its stub. Its own check of the stub window takes up to five
- * seconds, and reads and sends that are under way may take some more.
+ * How long a worker may run without its stub. Its own check of the stub window takes up to five
+ * seconds, and readings and messages under way may take some more.
  */
 inline constexpr DWORD kStubGraceMs = 15000;
 
 /**
- * Waits, on a thread of its own, for the end of the stub's process. The worker is then asked to
- * end. If it has not done so within the grace, what `service` knows of is removed and this process
- * ends with HostExit::kEndedByForce. Both objects live until the process ends. The error if the
+ * Waits on a thread of its own for the stub's process to end, and then asks the worker to end. If
+ * it does not end within the grace period, `service` is removed and this process ends with
+ * HostExit::kEndedByForce. Both objects must live until the process ends. Returns the error if the
  * watch cannot be set up.
  */
 [[nodiscard]] std::optional<zorvane::CallError> WatchStub(const CRunningExport& worker,

@@ -4,10 +4,11 @@
 
 namespace {
 
-// Windows' threads call in at any time until the process ends.
+// Used by threads of Windows, which may call at any time until the process ends.
 const CRunningExport* s_worker = nullptr;
 
-// Windows ends the process as soon as its call has been answered; main's return comes first.
+// Never returns: Windows ends the process as soon as the handler does, and main's return must come
+// first.
 [[noreturn]] void EndInOrder() {
     constexpr DWORD kStubPatienceMs = 1000;
     if (!s_worker->HasStub() || !s_worker->WaitForEnd(kStubPatienceMs)) {
@@ -39,14 +40,14 @@ std::optional<LRESULT> OnMessage(UINT message, WPARAM wParam, LPARAM) {
 
 std::optional<zorvane::CallError> HoldSystemEnd(const CRunningExport& worker) {
     s_worker = &worker;
-    // One level below that of other programs: the stub is told first.
+    // One level below the default, so that the stub is told first.
     constexpr DWORD kShutdownLevel = 0x27F;
     SetProcessShutdownParameters(kShutdownLevel, 0);
     if (!SetConsoleCtrlHandler(&OnConsoleEvent, TRUE)) {
         return zorvane::LastCallError("SetConsoleCtrlHandler");
     }
-    // A console program that has windows is told of logoff and shutdown through them alone.
-    // Deliberately leaked, like everything that the system's threads may meet.
+    // Windows tells a console program that has windows of logoff and shutdown only through them.
+    // Deliberately leaked, like everything that Windows' threads may use.
     const auto* session = new zorvane::CWindowThread(&OnMessage, zorvane::WindowReach::kBroadcasts);
     return session->Error();
 }

@@ -1,4 +1,4 @@
-/** The end of the console and of the session, which reach a worker at the same time as its stub. */
+/** Closing of the console and end of the session, which reach a worker and its stub at once. */
 #pragma once
 
 #include <windows.h>
@@ -9,10 +9,10 @@
 #include "host/runningexport.h"
 
 /**
- * Takes Ctrl+C, Ctrl+Break, the closing of the console, logoff and shutdown, all of which would end
- * this process out of order. Ctrl+C and Ctrl+Break are left to the stub, or without a known stub
- * ask the worker to end. The others leave the stub a second to end the worker before the host asks
- * it itself, and hold Windows up until the process has ended by itself or Windows' time is over.
- * `worker` lives until the process ends. The error of what could not be set up, if any.
+ * Handles Ctrl+C, Ctrl+Break, closing of the console, logoff and shutdown, whose default handlers
+ * would end this process out of order. Ctrl+C and Ctrl+Break are left to the stub; if none is
+ * known, the worker is asked to end. At the others the stub gets one second to end the worker, then
+ * the host asks it, and delays Windows until the process has ended or Windows stops waiting.
+ * `worker` must live until the process ends. Returns the error if a handler cannot be installed.
  */
 [[nodiscard]] std::optional<zorvane::CallError> HoldSystemEnd(const CRunningExport& worker);

@@ -33,7 +33,7 @@ struct StartEvent {
     std::string entry;
 };
 
-/** A worker's process runs; nothing that was known from an earlier one holds any more. */
+/** A worker's process was started; what an earlier one reported no longer counts. */
 struct WorkerStartEvent {
     DWORD workerId = 0;
 };
@@ -45,7 +45,7 @@ struct HelloEvent {
 
 struct ErrorEvent {
     PayloadError error;
-    /** Errors of the same fault that were left out since the one that was told last. */
+    /** Errors with the same fault that were not reported since the last one that was. */
     unsigned leftOut = 0;
 };
 
@@ -63,7 +63,7 @@ struct MissingEvent {
     std::string remedy;
 };
 
-/** No complete round has come for too long: no reading holds any more. */
+/** No complete round has come for too long: readings count as gone. */
 struct StaleEvent {
     /** When the last reading came, or the worker started. */
     UtcTime since{};

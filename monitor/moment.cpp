@@ -79,7 +79,7 @@ std::optional<UtcTime> ParseRfc3339(std::string_view text) {
     const UtcTime time = std::chrono::sys_days(date) + std::chrono::hours(*hour) +
                          std::chrono::minutes(*minute) + std::chrono::seconds(*second) +
                          Milliseconds(*fraction);
-    // Also holds the separators and the ranges to the form.
+    // Compared with its own text, which checks the separators and ranges too.
     if (Rfc3339(time) != text) {
         return std::nullopt;
     }
@@ -90,7 +90,7 @@ std::string LocalClock(UtcTime time) {
     const FILETIME utc = ToFileTime(time);
     SYSTEMTIME utcParts{};
     SYSTEMTIME local{};
-    // The offset that held at that time, not today's.
+    // The offset at that time, which summer time makes differ from today's.
     if (!FileTimeToSystemTime(&utc, &utcParts) ||
         !SystemTimeToTzSpecificLocalTime(nullptr, &utcParts, &local)) {
         return Rfc3339(time).substr(11, 8);

@@ -16,7 +16,7 @@ using UtcTime = std::chrono::sys_time<std::chrono::milliseconds>;
 struct Moment {
     /** For people and files; jumps when the clock is set. */
     UtcTime utc{};
-    /** Never runs backwards; for pauses and limits. Its zero means nothing. */
+    /** Never runs backwards; for pauses and limits. Its zero point is arbitrary. */
     std::chrono::milliseconds tick{};
 };
 
@@ -25,7 +25,7 @@ Moment ReadMoment();
 /** RFC 3339 with milliseconds: "2024-11-21T04:42:11.123Z". */
 std::string Rfc3339(UtcTime time);
 
-/** What Rfc3339 writes, and nothing else. */
+/** Parses exactly what Rfc3339 writes. */
 std::optional<UtcTime> ParseRfc3339(std::string_view text);
 
 /** The time of day on the machine's own clock: "04:42:11". */

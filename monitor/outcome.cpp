@@ -12,7 +12,7 @@ ExitCode OutcomeOf(const RunFacts& facts) {
     if (facts.reason == EndReason::kRecordingBad) {
         return kExitRecording;
     }
-    // What a recorded worker needed was another run's concern.
+    // A worker in a recording that was ended by force says nothing about the replay.
     if (facts.forced && facts.reason != EndReason::kRecordingEnded) {
         return kExitForced;
     }

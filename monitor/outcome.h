@@ -20,10 +20,10 @@ enum class EndReason {
     kCount,
     kDuration,
     kInterrupt,
-    /** Whoever read standard output has gone. */
+    /** The reader of standard output has gone. */
     kReaderGone,
     kOutputFailed,
-    /** No worker could be started, or the host said that it could not bring the library up. */
+    /** No worker could be started, or the host could not load the library. */
     kNotStarted,
     /** The worker ended by itself, or crashed and is not to be started again. */
     kWorkerEnded,
@@ -43,7 +43,7 @@ struct RunFacts {
     bool tooShort = false;
 };
 
-/** The exit code of a run; where several would fit, the gravest. */
+/** The exit code of a run; if several apply, the gravest. */
 ExitCode OutcomeOf(const RunFacts& facts);
 
 }  // namespace zorvane

@@ -22,15 +22,15 @@ TerminalSize COutput::Size() const {
     const SMALL_RECT& window = info.srWindow;
     const int columns = window.Right - window.Left + 1;
     const int rows = window.Bottom - window.Top + 1;
-    // A console whose window was closed, or that a pseudo terminal has not sized yet, has no cells.
+    // A console whose window was closed, or whose pseudo terminal has no size yet, has 0 cells.
     if (columns < 1 || rows < 1) {
         return {};
     }
     return {static_cast<size_t>(columns), static_cast<size_t>(rows)};
 }
 
-// The console's own functions rather than escape sequences: they work in every console of Windows,
-// and in Wine's, which takes the mode for sequences and then loses count of its lines.
+// Console functions rather than escape sequences: they work in every console of Windows and in
+// Wine's, which accepts the mode for sequences and then miscounts its lines.
 void COutput::MoveUp(size_t lines) const {
     CONSOLE_SCREEN_BUFFER_INFO info{};
     if (!GetConsoleScreenBufferInfo(m_handle, &info)) {
@@ -49,7 +49,7 @@ bool COutput::IsReaderGone() const {
 }
 
 void WriteNote(std::string_view text) {
-    // There is nobody to tell that standard error cannot be written.
+    // If standard error cannot be written there is nowhere to report that.
     WriteText(GetStdHandle(STD_ERROR_HANDLE), "zorvanemon: " + std::string(text) + "\n");
 }
 

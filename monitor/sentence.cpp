@@ -50,7 +50,7 @@ struct CSentenceMaker {
 
     Sentence operator()(const NoticeEvent& event) const { return event.text; }
 
-    // Says what nobody expects; an orderly end that was asked for needs no words.
+    // An orderly end that was asked for needs no words.
     Sentence operator()(const ExitEvent& event) const {
         const std::string what = "the worker " + DescribeExit(event.exit);
         if (event.restartIn) {

@@ -1,4 +1,4 @@
-/** Events as JSON. docs/zorvanemon.md has the schema; readjsonline.h reads it again. */
+/** Writing events as JSON lines. docs/zorvanemon.md has the schema; readjsonline.h reads them. */
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-/** Events out of JSON lines, as a recording holds them. */
+/** Reading events from JSON lines, the format of recordings. */
 #pragma once
 
 #include <string>
@@ -15,8 +15,8 @@ struct LineError {
 };
 
 /**
- * Reads what JsonLine writes; keys that it does not write are skipped. A GpuStatic has no readings
- * of its own then: the lines lack them, too.
+ * Reads what JsonLine writes; unknown keys are skipped. A GpuStatic read this way has no readings,
+ * because its line has none.
  */
 std::variant<Event, LineError> ReadJsonLine(std::string_view line);
 

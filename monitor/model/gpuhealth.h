@@ -9,8 +9,8 @@
 namespace zorvane {
 
 /**
- * A GPU is lost when it has given readings and gives none any more, or when a record has nothing
- * at all, not even a name. A GPU that never has sensors is not: there are such.
+ * A GPU is lost when it stops giving readings, or when its record is empty, without even a name. A
+ * GPU without sensors never gives readings and is not lost.
  */
 class CGpuHealth {
   public:

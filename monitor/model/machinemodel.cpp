@@ -8,7 +8,7 @@
 namespace zorvane {
 namespace {
 
-// Letters beyond F sort behind every bus id.
+// Letters after F, so that it sorts after every bus id.
 std::string SourceOfIndex(uint32_t index) { return fmt::format("gpu {:010}", index); }
 
 }  // namespace
@@ -19,7 +19,7 @@ void CMachineModel::Apply(const Event& event) {
 }
 
 std::string CMachineModel::SourceOf(const GpuReading& reading) const {
-    // A driver that gives two GPUs one bus id has not told them apart.
+    // Some drivers give two GPUs the same bus id: then only the index tells them apart.
     if (reading.pci && !IsOtherGpus(reading.pci->busId, reading.index)) {
         return reading.pci->busId;
     }
@@ -31,7 +31,7 @@ GpuRow& CMachineModel::RowOf(const GpuReading& reading) {
     const std::string source = SourceOf(reading);
     const bool hasBusId = reading.pci && reading.pci->busId == source;
     if (hasBusId && !m_sourceByIndex.contains(reading.index)) {
-        // What came before the first bus id moves along.
+        // Keep the row that this GPU had before its bus id was known.
         auto row = m_gpus.extract(SourceOfIndex(reading.index));
         if (!row.empty()) {
             row.key() = source;

@@ -1,4 +1,4 @@
-/** What is known of the machine at a moment. */
+/** What is known about the machine. */
 #pragma once
 
 #include <windows.h>
@@ -12,7 +12,7 @@
 
 namespace zorvane {
 
-/** The source that the CPU temperature is. */
+/** The name of the CPU temperature as a source. */
 inline const std::string kCpuSource = "cpu";
 
 struct GpuRow {
@@ -35,8 +35,8 @@ struct CpuRow {
 /**
  * GPUs are kept by their PCI bus id, because their index may differ from boot to boot. While a
  * worker runs an index stays with its GPU, so a record without a PCI location still finds its row.
- * A reading is here only while it holds: not when its worker has gone, its source has fallen silent
- * or the worker has.
+ * A reading is here only while it is current: not when its worker has ended, or its source or the
+ * worker has fallen silent.
  */
 class CMachineModel {
   public:
@@ -63,12 +63,12 @@ class CMachineModel {
     /** Why something is missing, by what is missing. */
     const std::map<std::string, MissingEvent>& Missing() const { return m_missing; }
 
-    /** Since when nothing has come, while that is so. */
+    /** Since when no reading has come, while the worker is silent. */
     const std::optional<UtcTime>& StaleSince() const { return m_staleSince; }
 
     /**
-     * The time to show beside the readings: that of the oldest of them, so that none stands under a
-     * time at which it was no longer taken; without any, that of the last event.
+     * The time to show beside the readings: that of the oldest one, so that no reading is shown
+     * under a later time than its own. Without readings, the time of the last event.
      */
     UtcTime Time() const;
 

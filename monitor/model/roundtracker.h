@@ -8,8 +8,8 @@
 namespace zorvane {
 
 /**
- * A round holds at most one reading of each source. It is complete when a source that is already in
- * it gives its next reading: there is no other sign, because any source may fall silent.
+ * A round has at most one reading of each source. It is complete when a source that is already in
+ * it reports again: there is no other sign, because any source may fall silent.
  */
 class CRoundTracker {
   public:

@@ -10,16 +10,16 @@
 namespace zorvane {
 
 struct StaleTimes {
-    /** Silence after which no reading holds any more. */
+    /** Silence after which readings count as gone. */
     std::chrono::milliseconds staleAfter = std::chrono::seconds(5);
     /** Silence after which the worker is given up; not before it is stale. */
     std::chrono::milliseconds restartAfter = std::chrono::seconds(30);
 };
 
 /**
- * Silence is the time without a complete round. It is counted in the steps in which Check is
- * called: while the computer sleeps, or this process is held, nothing could be heard, so a step
- * counts for kLongestStep at most.
+ * Silence is the time without a complete round, added up from one call of Check to the next. Each
+ * step counts for kLongestStep at most, so that time does not count in which the computer sleeps or
+ * this process is suspended: no reading could arrive then.
  */
 class CStaleness {
   public:

@@ -107,7 +107,8 @@ std::string CheckWorkerWord(const Commands& commands, const std::string& word) {
 std::string CheckPassedWord(const std::string& word) {
     const std::string key = LowerAscii(word.substr(0, word.find('=')));
     const bool isReserved = key == "--wnd" || key == "--entry" || key == "--library";
-    return isReserved ? fmt::format("the word {} is zorvanemon's own to pass on", word) : "";
+    return isReserved ? fmt::format("{} is set by zorvanemon itself and cannot be passed on", word)
+                      : "";
 }
 
 std::string ListOfCommands(const Commands& commands) {
@@ -167,7 +168,7 @@ std::string UnknownSentence(const CLI::App& part) {
 
 std::string Sentence(const CLI::ParseError& error, const CLI::App& part) {
     const std::string text = error.what();
-    // Of an option that does not exist, the value has been taken for a word.
+    // CLI11 takes the value of an option that does not exist for a word.
     const Words unknown = part.remaining();
     const bool hasUnknownOption = !unknown.empty() && unknown.front().starts_with('-');
     if (hasUnknownOption || dynamic_cast<const CLI::ExtrasError*>(&error)) {

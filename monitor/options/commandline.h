@@ -16,7 +16,7 @@ struct Chosen {
     std::vector<std::string> passedOn;
 };
 
-/** The command line leads to no run: the help was asked for, or it is wrong. */
+/** There is nothing to run: the help was asked for, or the command line is wrong. */
 struct ParseEnd {
     /** 0, or kExitUsage. */
     int exitCode = 0;

@@ -68,7 +68,7 @@ std::optional<std::chrono::milliseconds> ParseSeconds(std::string_view text) {
 }
 
 std::optional<std::string> Nearest(std::string_view text, const std::vector<std::string>& known) {
-    // Long texts are nobody's slip of the finger, and cost time.
+    // A long text is not a typing error, and the comparison takes quadratic time.
     constexpr size_t kLongest = 64;
     if (text.size() > kLongest) {
         return std::nullopt;

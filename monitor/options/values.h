@@ -1,4 +1,4 @@
-/** Values of options out of their text, whatever the system's language. */
+/** Parsing the values of options, independent of the system's language. */
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@ std::string LowerAscii(std::string text);
 /** A whole number from 1, of at most 18 digits. */
 std::optional<uint64_t> ParseCount(std::string_view text);
 
-/** A number above 0 and at most `highest`, with a decimal point or an exponent if it likes. */
+/** A number above 0 and at most `highest`; may have a decimal point and an exponent. */
 std::optional<double> ParsePositive(std::string_view text, double highest);
 
 /** Above 0 and about 30 years at most, rounded up to a millisecond. */

@@ -25,12 +25,12 @@ struct RunLimits {
 };
 
 /**
- * Keeps the model, tells rounds apart and knows when it is enough. Works on the thread that calls
- * it, and pumps its messages.
+ * Keeps the model, counts rounds and ends the run at its limits. Works on the calling thread and
+ * pumps its messages.
  */
 class CRun : private IEventSink {
   public:
-    /** All that is handed in outlives the run. */
+    /** All arguments outlive the run. */
     CRun(ISource& source, std::vector<IView*> views, INotes& notes, const RunLimits& limits,
          CInterrupts& interrupts);
 
@@ -60,7 +60,7 @@ class CRun : private IEventSink {
     CMachineModel m_model;
     CRoundTracker m_rounds;
     RunFacts m_facts;
-    /** Whether the worker of this moment gives readings. */
+    /** Whether the current worker has given readings. */
     bool m_hasReadings = false;
     std::optional<std::chrono::milliseconds> m_endTick;
     bool m_changed = false;

@@ -5,7 +5,7 @@
 namespace zorvane {
 
 std::optional<CallError> CLineReader::Open(const std::wstring& path) {
-    // A recording may be shown while it is still written, and renamed meanwhile.
+    // Shared, because a recording may be replayed while it is still being written, or be renamed.
     HANDLE file = CreateFileW(path.c_str(), GENERIC_READ,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                               OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);

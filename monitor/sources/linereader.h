@@ -13,7 +13,7 @@
 namespace zorvane {
 
 struct TextLine {
-    /** Without its line end, of which CR LF is one too. */
+    /** Without its line end, LF or CR LF. */
     std::string text;
     /** Whether the line end was there; missing only in the last line. */
     bool isWhole = false;
@@ -24,7 +24,7 @@ struct TextLine {
 /** Reads in pieces: a file may be larger than the memory. */
 class CLineReader {
   public:
-    /** Bytes of a line that are kept; a longer one is cut and is not whole. */
+    /** The longest line in bytes; a longer one is cut and not whole. */
     static constexpr size_t kLongestLine = size_t{1} << 20;
 
     /** The error if there is one. */

@@ -12,7 +12,7 @@
 namespace zorvane {
 namespace {
 
-// Events without a pause between them, before the run has its turn again.
+// The most events in one go, before the run gets its turn again.
 constexpr int kEventsInARow = 256;
 
 }  // namespace
@@ -103,11 +103,11 @@ void CRecordingSource::ReadNext() {
         return;
     }
     if (std::holds_alternative<StartEvent>(m_next->body)) {
-        // Of recordings one behind the other, the time between them is not waited for.
+        // Where recordings were joined, do not wait for the time between them.
         m_startTick = std::max(m_startTick, m_nextTick);
         m_startTime = m_next->time;
     }
-    // A clock that was set back while it was recorded costs no pause.
+    // If the clock was set back during the recording, go on without a pause.
     m_nextTick = std::max(m_nextTick, TickOf(m_next->time));
 }
 

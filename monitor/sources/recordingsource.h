@@ -10,7 +10,7 @@ namespace zorvane {
 
 struct RecordingSourceOptions {
     std::wstring path;
-    /** Times as fast as it was recorded; empty: without any pause. */
+    /** How many times as fast as recorded; empty: without pauses. */
     std::optional<double> speed = 1.0;
 };
 

@@ -13,8 +13,9 @@ class CReportLimiter {
     static constexpr std::chrono::milliseconds kPause = std::chrono::minutes(1);
 
     /**
-     * Whether a failure of this cause is to be told now: the first, and then one a minute at most.
-     * If so, gives how many were left out since the last one told. `now` never runs backwards.
+     * Whether to report a failure with this cause now: the first one, and then one a minute at
+     * most. If so, gives how many were left out since the last report. `now` must not run
+     * backwards.
      */
     std::optional<unsigned> Admit(const std::string& cause, std::chrono::milliseconds now);
 

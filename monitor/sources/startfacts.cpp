@@ -21,7 +21,7 @@ std::string ComputerName() {
     return ToUtf8(name);
 }
 
-// The library that the host takes when none is named.
+// The library that the host loads by default.
 std::wstring LibraryPath(const WorkerCommand& worker) {
     if (!worker.libraryPath.empty()) {
         return worker.libraryPath;
@@ -44,7 +44,8 @@ std::optional<std::string> FileVersion(const std::wstring& path) {
                        HIWORD(info->dwFileVersionLS));
 }
 
-// The simulation's own host patches the CPU; a scenario's name is what its GPU library asks for.
+// The simulation has a host program of its own, and its libraries read the scenario from a
+// variable.
 bool IsSimulated(const WorkerCommand& worker) {
     const std::wstring host = worker.host.substr(worker.host.find_last_of(L"\\/") + 1);
     const auto names = [](const EnvironmentChange& change) {

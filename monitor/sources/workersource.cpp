@@ -10,7 +10,7 @@
 namespace zorvane {
 namespace {
 
-// Rounds are told apart by what reports, and an index stays with its GPU while the worker runs.
+// For the round tracker: an index stays with its GPU while the worker runs.
 std::string SourceOf(const GpuReading& reading) { return fmt::format("gpu {}", reading.index); }
 
 // Where the worker's log is to be found, for people.
@@ -67,7 +67,7 @@ void CWorkerSource::OnTime(Moment now) {
     }
 }
 
-// A hung vendor call holds the worker's orderly end up too, so this may take all the steps.
+// A worker that hangs in a vendor call cannot end in order, so this may take all steps.
 void CWorkerSource::GiveUpWorker(Moment now) {
     m_givenUp = true;
     Tell(now, NoticeEvent{"worker.given_up",

@@ -21,7 +21,7 @@ struct WorkerSourceOptions {
     StopTimes stop;
 };
 
-/** A stub: keeps a worker running until it is stopped, and gives what the worker reports. */
+/** A stub: keeps a worker running until it is stopped, and turns its reports into events. */
 class CWorkerSource : public ISource, private IWorkerListener {
   public:
     /** `start` is the first event. `clock` tells the time of what comes from the worker. */
@@ -60,7 +60,7 @@ class CWorkerSource : public ISource, private IWorkerListener {
     CGpuHealth m_health;
     unsigned m_restartAttempt = 0;
     std::optional<std::chrono::milliseconds> m_restartTick;
-    /** Whether somebody wants no more of it. */
+    /** Whether Stop has been called. */
     bool m_stopping = false;
     /** Whether the worker that runs is being replaced. */
     bool m_givenUp = false;

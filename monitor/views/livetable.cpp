@@ -8,13 +8,13 @@ namespace zorvane {
 
 void CLiveTableView::OnChange(const CMachineModel& model) {
     const TerminalSize size = m_output.Size();
-    // A line as wide as the terminal would wrap, and a table as high would scroll its top away.
+    // One less than the terminal: a full line would wrap, and a full screen would scroll.
     const size_t width = size.columns - 1;
     std::vector<std::string> lines = RenderTable(model, width);
     if (lines.size() >= size.rows) {
         lines.resize(size.rows - 1);
     }
-    // What is left of a higher table is blanked.
+    // Blank what is left of a higher table.
     lines.resize(std::max(lines.size(), m_drawn));
     m_table.clear();
     for (const std::string& line : lines) {

@@ -34,7 +34,7 @@ std::string Clock(const GpuRow& row, int type) {
     return row.latest ? OrNotRead(row.latest->clocksMHz[static_cast<size_t>(type)]) : kNotRead;
 }
 
-// A name from outside, as one line of text that cannot steer a terminal.
+// A name from outside as one line of text, without control characters that a terminal would obey.
 std::string Harmless(std::wstring text) {
     std::replace_if(
         text.begin(), text.end(),
@@ -52,7 +52,7 @@ std::string Name(const GpuRow& row) {
     return kNotRead;
 }
 
-// Without one the index tells the GPUs of a table apart, though not those of two boots.
+// Without a bus id the index identifies the GPU, though not across boots.
 std::string BusId(const GpuRow& row) {
     return row.busId ? Harmless(ToWide(*row.busId)) : fmt::format("index {}", row.index);
 }

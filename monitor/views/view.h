@@ -1,4 +1,4 @@
-/** What shows a run, or hands it on. */
+/** What shows or stores a run. */
 #pragma once
 
 #include <optional>
@@ -13,13 +13,13 @@ namespace zorvane {
 /** Why a view can show nothing more. */
 struct ViewFailure {
     CallError error;
-    /** Whether nobody reads any more, which is a way to end like any other. */
+    /** Whether the reader of the output has gone, which is an ordinary way to end. */
     bool readerGone = false;
 };
 
 /**
- * A view overrides what it needs. One thread; the model is to be read during the call only. For
- * each thing that happens there is OnEvent; a round is told before the event that follows on it.
+ * A view overrides what it needs. One thread; read the model during the call only. OnEvent is
+ * called for every event; OnRound comes before the event that follows the round.
  */
 class IView {
   public:

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <type_traits>
 
 namespace zorvane {
 
@@ -20,11 +21,10 @@ inline CUniqueHandle OwnFile(HANDLE file) {
 }
 
 struct CModuleFreer {
-    using pointer = HMODULE;
     void operator()(HMODULE module) const { FreeLibrary(module); }
 };
 
 /** Owns a loaded library; null when there is none. */
-using CUniqueModule = std::unique_ptr<HMODULE, CModuleFreer>;
+using CUniqueModule = std::unique_ptr<std::remove_pointer_t<HMODULE>, CModuleFreer>;
 
 }  // namespace zorvane

@@ -135,7 +135,7 @@ void SendZeros(const std::wstring& step) {
 }
 
 void Crash() {
-    // An address that the compiler does not see through.
+    // Volatile, so that the compiler cannot prove the access invalid and drop it.
     volatile uintptr_t nowhere = 8;
     *reinterpret_cast<volatile int*>(nowhere) = 1;
 }
@@ -270,6 +270,6 @@ int main() {
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         DispatchMessageW(&message);
     }
-    // The script's thread may be at any point: nothing of the runtime is taken down around it.
+    // The script's thread may still be running: skip the runtime's clean-up.
     ExitNow(0);
 }

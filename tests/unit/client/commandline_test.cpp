@@ -20,6 +20,7 @@ TEST(CommandLineTest, GivesBackExactlyTheWordsOfAnyCommand) {
         return word;
     };
     for (int i = 0; i < 3000; ++i) {
+        SCOPED_TRACE(i);
         WorkerCommand command;
         command.host = L"C:\\Program Files\\z\\zorvanehost.exe";
         command.entry = anyWord();

@@ -1,4 +1,4 @@
-/** A neighbour that keeps the log's mutex. */
+/** A thread that owns the log's mutex. */
 #pragma once
 
 #include <windows.h>
@@ -36,5 +36,5 @@ class CMutexHolder {
     std::thread m_thread;
 };
 
-/** True when a thread of no further part could take the named mutex now; gives it back. */
+/** Whether an uninvolved thread can take the named mutex now; it is released again. */
 bool IsMutexFree(const std::wstring& name);

@@ -46,6 +46,7 @@ TEST_F(CDriverTest, DeviceOpensWhileTheServiceRuns) {
 
 TEST_F(CDriverTest, DriverStartsAgainAfterItWasStopped) {
     for (int round = 0; round < 2; ++round) {
+        SCOPED_TRACE(round);
         const CServiceHandle service = Install();
         ASSERT_NE(service, nullptr) << GetLastError();
         ASSERT_TRUE(StartServiceW(service.get(), 0, nullptr)) << GetLastError();

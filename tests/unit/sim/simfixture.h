@@ -25,6 +25,9 @@ class CLoadedLibrary {
         : m_module(LoadLibraryW(path.c_str())) {
         EXPECT_TRUE(m_module) << path << ": error " << GetLastError();
     }
+    /** For replacing what the library imports. */
+    HMODULE Module() const { return m_module.get(); }
+
     bool Has(const char* name) const { return GetProcAddress(m_module.get(), name) != nullptr; }
 
     /** The export of that name as a `Function`; null when there is none. */

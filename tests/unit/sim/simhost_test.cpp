@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "host/hostexit.h"
 #include "tests/support/childprocess.h"
 #include "tests/support/driverservice.h"
 #include "tests/support/records.h"
@@ -57,6 +58,13 @@ TEST_F(CSimHostTest, WholeMachineReportsGpusAndCpuTemperatureFromTheUnmodifiedLi
     EXPECT_EQ(records[1].fanSpeedPercent, 38u);
     EXPECT_FALSE(std::filesystem::exists(MachineFolder() / "Qorvella.set"));
     EXPECT_EQ(ServiceState(), std::nullopt);
+}
+
+TEST_F(CSimHostTest, HelpAndBadWordsAreThoseOfTheHostAndNeedNoScenario) {
+    EXPECT_EQ(Start(L"--help").Wait(), 0u);
+    const CChildProcess host = Start(L"--parent=x");
+    EXPECT_EQ(host.Wait(), static_cast<DWORD>(HostExit::kBadWord));
+    EXPECT_THAT(host.Errors(), testing::StartsWith("zorvanesimhost: "));
 }
 
 TEST_F(CSimHostTest, BadScenarioIsOneLineAndExitCodeSix) {

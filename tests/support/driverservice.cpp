@@ -39,16 +39,17 @@ bool WaitForServiceState(DWORD state) {
     return ServiceState() == state;
 }
 
-void RemoveDriverService() {
-    const CServiceHandle service = OpenDriverService();
-    if (!service) {
-        return;
-    }
+bool StopDriverService() {
     SERVICE_STATUS status{};
-    if (ControlService(service.get(), SERVICE_CONTROL_STOP, &status)) {
-        WaitForServiceState(SERVICE_STOPPED);
+    ControlService(OpenDriverService().get(), SERVICE_CONTROL_STOP, &status);
+    return WaitForServiceState(SERVICE_STOPPED);
+}
+
+void RemoveDriverService() {
+    if (const CServiceHandle service = OpenDriverService()) {
+        StopDriverService();
+        DeleteService(service.get());
     }
-    DeleteService(service.get());
 }
 
 bool DriverDeviceOpens() {

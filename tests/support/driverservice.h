@@ -23,6 +23,12 @@ std::optional<DWORD> ServiceState();
 /** Waits, 10 seconds at most, for the service to be in `state`; false when it never was. */
 bool WaitForServiceState(DWORD state);
 
+/**
+ * Stops the service; false when it does not come to rest. What counts is the state: now and then
+ * the process in which Wine runs the driver is gone before it has answered the stop.
+ */
+bool StopDriverService();
+
 /** Stops and deletes the service if it is there. */
 void RemoveDriverService();
 

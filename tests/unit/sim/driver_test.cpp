@@ -39,9 +39,7 @@ TEST_F(CDriverTest, DeviceOpensWhileTheServiceRuns) {
     EXPECT_TRUE(DriverDeviceOpens());
     EXPECT_TRUE(DriverDeviceOpens());
 
-    SERVICE_STATUS status{};
-    ASSERT_TRUE(ControlService(service.get(), SERVICE_CONTROL_STOP, &status)) << GetLastError();
-    EXPECT_TRUE(WaitForServiceState(SERVICE_STOPPED));
+    EXPECT_TRUE(StopDriverService());
     EXPECT_FALSE(DriverDeviceOpens());
     EXPECT_TRUE(DeleteService(service.get())) << GetLastError();
 }

@@ -19,7 +19,7 @@ std::wstring QuoteWord(std::wstring_view word) {
     if (!word.empty() && word.find_first_of(L" \t\n\v\"") == std::wstring_view::npos) {
         return std::wstring(word);
     }
-    // Backslashes are doubled only where a quotation mark follows, ours at the end included.
+    // Backslashes are doubled only before a quotation mark, including the closing one.
     std::wstring quoted = L"\"";
     size_t backslashes = 0;
     for (const wchar_t c : word) {

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
+#include "src/amdsdk/driverservice.h"
 #include "src/amdsdk/servicehandle.h"
-#include "src/amdsdk/utility.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "tests/support/driverservice.h"
 
 #include "base/handle.h"
-#include "src/amdsdk/utility.h"
+#include "src/amdsdk/driverservice.h"
 
 namespace {
 

@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <vector>
+
+#include "base/modulepath.h"
 #include "src/amdsdk/driverservice.h"
 #include "src/amdsdk/servicehandle.h"
 
@@ -19,12 +22,41 @@ bool IsRegistered() {
     return service || GetLastError() != ERROR_SERVICE_DOES_NOT_EXIST;
 }
 
+// A service that another copy of the product has registered names that copy's driver file.
+bool NamesDriverBesideThisProgram(const CServiceHandle& service) {
+    DWORD size = 0;
+    QueryServiceConfigW(service.get(), nullptr, 0, &size);
+    std::vector<BYTE> buffer(size);
+    auto* config = reinterpret_cast<QUERY_SERVICE_CONFIGW*>(buffer.data());
+    if (buffer.size() < sizeof(*config) ||
+        !QueryServiceConfigW(service.get(), config, size, &size)) {
+        return false;
+    }
+    const std::wstring registered = config->lpBinaryPathName ? config->lpBinaryPathName : L"";
+    const std::wstring own = zorvane::ModuleFolder(nullptr) + kDriverFileName;
+    // The service manager may keep the path in a form of its own, such as "\\??\\C:\\...".
+    return registered.size() >= own.size() &&
+           CompareStringOrdinal(registered.c_str() + (registered.size() - own.size()),
+                                static_cast<int>(own.size()), own.c_str(),
+                                static_cast<int>(own.size()), TRUE) == CSTR_EQUAL;
+}
+
+bool IsRegisteredByThisCopy() {
+    const CServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    if (!manager) {
+        return false;
+    }
+    const CServiceHandle service(
+        OpenServiceW(manager.get(), kDriverServiceName, SERVICE_QUERY_CONFIG));
+    return service && NamesDriverBesideThisProgram(service);
+}
+
 }  // namespace
 
 CLeftoverService::CLeftoverService() : m_wasRegistered(IsRegistered()) {}
 
 void CLeftoverService::Remove() const {
-    if (!m_wasRegistered && IsRegistered()) {
+    if (!m_wasRegistered && IsRegisteredByThisCopy()) {
         DeleteDriver();
     }
 }

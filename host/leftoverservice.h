@@ -12,8 +12,9 @@ class CLeftoverService {
     CLeftoverService();
 
     /**
-     * Deletes the service if it was not registered before this run, unless the command line has
-     * "skip_delete". Does nothing if the library has deleted it already.
+     * Deletes the service if it was not registered before this run and names the driver file beside
+     * this program, unless the command line has "skip_delete". Does nothing if the library has
+     * deleted it already.
      */
     void Remove() const;
 

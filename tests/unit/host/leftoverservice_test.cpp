@@ -18,6 +18,24 @@ class LeftoverService : public testing::Test {
     std::vector<std::string> m_calls;
     CFakeServices m_services{m_calls};
     CFakeExecutable m_executable;
+    std::wstring m_registered = L"\\??\\C:\\Apps\\Qorvella\\AMDRyzenMasterDriver.sys";
+
+  private:
+    WINBOOL WriteConfig(LPQUERY_SERVICE_CONFIGW config, DWORD size, LPDWORD needed) {
+        *needed = sizeof(*config);
+        if (size < *needed) {
+            SetLastError(ERROR_INSUFFICIENT_BUFFER);
+            return FALSE;
+        }
+        *config = {};
+        config->lpBinaryPathName = m_registered.data();
+        return TRUE;
+    }
+
+    PATCH_IMPORT(m_config, QueryServiceConfigW,
+                 [this](SC_HANDLE, LPQUERY_SERVICE_CONFIGW config, DWORD size, LPDWORD needed) {
+                     return WriteConfig(config, size, needed);
+                 });
 };
 
 }  // namespace
@@ -29,6 +47,15 @@ TEST_F(LeftoverService, IsRemovedWhenItWasNotThereBefore) {
     service.Remove();
     EXPECT_THAT(m_calls, Contains(StartsWith("ControlService(")));
     EXPECT_THAT(m_calls, Contains(StartsWith("DeleteService(")));
+}
+
+TEST_F(LeftoverService, IsLeftAloneWhenAnotherCopyOfTheProductHasRegisteredIt) {
+    m_registered = L"\\??\\C:\\Other\\Qorvella\\AMDRyzenMasterDriver.sys";
+    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
+    const CLeftoverService service;
+    m_calls.clear();
+    service.Remove();
+    EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));
 }
 
 TEST_F(LeftoverService, IsLeftAloneWhenItWasThereBefore) {

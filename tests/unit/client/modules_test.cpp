@@ -4,8 +4,9 @@
 
 #include <filesystem>
 
-#include "tests/support/buildfolder.h"
+#include "base/modulepath.h"
 #include "tests/support/tempfolder.h"
+#include "tests/unit/client/fakeworker.h"
 
 namespace zorvane {
 namespace {
@@ -14,7 +15,7 @@ class ClientModulesTest : public testing::Test {
   protected:
     void SetUp() override {
         for (const wchar_t* name : {L"first.dll", L"second.dll"}) {
-            std::filesystem::copy_file(BuildFolder(L"tests") + L"\\clientmodule.dll",
+            std::filesystem::copy_file(ModuleFolder(nullptr) + L"clientmodule.dll",
                                        m_folder.PathOf(name));
         }
     }

@@ -68,7 +68,7 @@ constexpr Reason kReasons[] = {
      "a stop.",
      ""},
     {"msgloopprocess", "OnCopyData StopLoop", "worker.stop", kWorker, kHealthy, kNoCode, "",
-     "The stub has asked the worker to end.", ""},
+     "The stub, or the host in its place, has asked the worker to end.", ""},
     {"msgloopprocess", "Stub do NOT exists, process quit.", "worker.stub_gone", kWorker,
      kInformational, kNoCode, "", "The stub's window no longer exists, so the worker ends.", ""},
     {"zorvaneprocess", "ZorvaneProcess Uninit. size:%d", "worker.tasks_end", kWorker, kHealthy,

@@ -79,6 +79,21 @@ TEST_F(Orphan, EndsInOrderWhenTheProcessOfItsStubHasGone) {
     EXPECT_EQ(ServiceState(), std::nullopt);
 }
 
+TEST_F(Orphan, IsEndedByForceAndItsServiceRemovedWhenTheVendorsLibraryHangs) {
+    std::string scenario = kRyzen;
+    scenario.insert(scenario.find(R"("pmTable")"), R"("results": {"IPlatform::Init": "hang"}, )");
+    const CSimulatedMachine machine({.scenario = scenario});
+    const CChildProcess parent(BuildFolder(L"tests") + L"\\fakeworker.exe", L"blind");
+    const auto worker = machine.StartWorker(m_stub.WindowWord() + L" " + parent.ParentWord());
+    ASSERT_TRUE(m_stub.WaitForMessages(kCopyDataHello, 1)) << worker->Errors();
+    ASSERT_TRUE(WaitForServiceState(SERVICE_RUNNING)) << worker->Errors();
+    parent.Kill();
+    EXPECT_EQ(worker->Wait(), 9u);
+    EXPECT_THAT(worker->Errors(), HasSubstr("ended by force"));
+    EXPECT_EQ(ServiceState(), std::nullopt);
+    EXPECT_THAT(machine.Calls(), Contains(HasSubstr("= hang")));
+}
+
 TEST_F(Orphan, EndsInOrderWithTheSession) {
     const auto worker = StartWorker(L"");
     const HWND window = FindBroadcastWindow(worker->Id());

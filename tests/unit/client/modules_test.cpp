@@ -6,6 +6,7 @@
 
 #include "base/modulepath.h"
 #include "tests/support/tempfolder.h"
+#include "tests/unit/client/fakeworker.h"
 
 namespace zorvane {
 namespace {

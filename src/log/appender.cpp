@@ -80,11 +80,11 @@ LogAppender::LogAppender(const wchar_t* path, const wchar_t* tag)
     if (!m_mutex) {
         _wremove(m_path.c_str());
         m_mutex = CreateMutexW(nullptr, FALSE, m_mutexName.c_str());
-        createError = m_mutex ? ERROR_SUCCESS : GetLastError();
+        createError = GetLastError();
     }
     if (WaitForSingleObject(m_mutex, 0) != WAIT_OBJECT_0) {
         TellDebugger({L"Lock failed\n"});
-    } else if (createError != ERROR_SUCCESS) {
+    } else if (!m_mutex) {
         TellDebugger({L"CreateMutex failed with ", ErrorText(createError).digits, L"\n"});
     }
     // Unconditional: without ownership the call fails, and nothing depends on it.

@@ -142,7 +142,9 @@ struct CFakeWmi::Patches {
     PATCH_IMPORT(uninitialize, CoUninitialize, [this] { fake.Record("CoUninitialize()"); });
     PATCH_IMPORT(clear, VariantClear, [this](VARIANTARG* value) {
         fake.Record("VariantClear()");
-        return clear.Original(value);
+        const HRESULT result = clear.Original(value);
+        value->lVal = -1;  // to be seen by whoever still reads it
+        return result;
     });
     PATCH_IMPORT(allocate, SysAllocString, [this](const OLECHAR* text) {
         ++fake.openTexts;

@@ -97,7 +97,7 @@ struct StatusText {
     const char* text;
 };
 
-/** Every status but success. */
+/** Every status but success, and some that are none. */
 inline constexpr StatusText kStatusTexts[] = {
     {-1, "Failure"},
     {1, "Invalid value"},
@@ -105,4 +105,8 @@ inline constexpr StatusText kStatusTexts[] = {
     {3, "Cores are already parked. First Enable all the cores."},
     {4, "Unsupported Function"},
     {5, "Deprecated API. Use GetPMTableData"},
+    // What the library should never answer.
+    {-2, "(unknown status)"},
+    {6, "(unknown status)"},
+    {2147483647, "(unknown status)"},
 };

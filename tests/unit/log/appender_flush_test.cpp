@@ -179,6 +179,14 @@ TEST_F(AppenderFlush, TellsTheDebuggerTheErrorNumberOfTheRuntimeLibrary) {
     EXPECT_EQ(messages, WideTexts({L"open " + m_path + L" error. [13]\r\n"}));
 }
 
+TEST_F(AppenderFlush, AsksForNoSizeOfAFileThatItCouldNotOpen) {
+    CreateDirectoryW(m_path.c_str(), nullptr);
+    int seeks = 0;
+    PATCH_IMPORT(seek, _lseek, [&](auto...) -> long { return ++seeks; });
+    EXPECT_EQ(m_appender.Flush(L"lost", false), -2);
+    EXPECT_EQ(seeks, 0);
+}
+
 TEST_F(AppenderFlush, TellsTheDebuggerNothingWhenAllGoesWell) {
     WideTexts messages;
     PATCH_IMPORT(debugger, OutputDebugStringW, [&](LPCWSTR text) { messages.push_back(text); });

@@ -99,3 +99,15 @@ TEST_F(AppenderReset, LetsAFailedOpenBeTriedAgain) {
     EXPECT_GT(m_appender->Flush(L"after", false), 0);
     EXPECT_EQ(LogTexts(m_path), Texts({"-------log reset", "after"}));
 }
+
+TEST_F(AppenderReset, LeavesNothingForTheEndToClose) {
+    m_appender->Flush(L"before", false);
+    int closed = 0;
+    PATCH_IMPORT(close, _close, [&](int descriptor) {
+        ++closed;
+        return close.Original(descriptor);
+    });
+    m_appender->Reset();
+    m_appender.reset();
+    EXPECT_EQ(closed, 1);
+}

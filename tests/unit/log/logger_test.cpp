@@ -1,6 +1,8 @@
 #include "src/log/logger.h"
 
+#include <errno.h>
 #include <gtest/gtest.h>
+#include <io.h>
 #include <shlwapi.h>
 #include <sys/timeb.h>
 
@@ -222,8 +224,22 @@ TEST_F(LoggerTest, WithoutMemoryForTheAppenderGoesOnWithoutOne) {
 }
 
 TEST_F(LoggerTest, CountsANullPathAsEmpty) {
-    PATCH_IMPORT(remove, _wremove, [](const wchar_t*) { return -1; });
+    std::vector<std::wstring> paths;
+    PATCH_IMPORT(remove, _wremove, [&](const wchar_t* path) {
+        paths.push_back(path);
+        return -1;
+    });
+    PATCH_IMPORT(look, PathFileExistsW, [&](const wchar_t* path) {
+        paths.push_back(path);
+        return FALSE;
+    });
+    PATCH_IMPORT(open, _wsopen_s, [&](int* file, const wchar_t* path, auto...) {
+        paths.push_back(path);
+        *file = -1;
+        return ENOENT;
+    });
     m_logger.Init(nullptr, nullptr);
     EXPECT_EQ(Threshold(), 1);
     m_logger.Write(L"lost");
+    EXPECT_EQ(paths, std::vector<std::wstring>({L"", L".on", L""}));
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/importpatch.h"
 #include "tests/support/testlog.h"
 #include "tests/unit/log/loglines.h"
 
@@ -95,6 +96,12 @@ TEST(LogSite, WritesALongMessageWhole) {
 
 TEST(LogSite, WritesNullForAMessageWithoutText) {
     EXPECT_EQ(Logged([] { ZorLog::WriteSite("s\\a.c", 1, L"%s", L""); }), "[I][   1][a] (null)");
+}
+
+TEST(LogSite, WritesNullForAMessageThatCannotBeFormatted) {
+    // A va_list is a char*.
+    const CImportPatch<int(const wchar_t*, char*)> count{"_vscwprintf", [](auto...) { return -1; }};
+    EXPECT_EQ(Logged([] { ZorLog::WriteSite("s\\a.c", 1, L"text"); }), "[I][   1][a] (null)");
 }
 
 TEST(LogSite, WritesNullForANullFormat) {

@@ -182,13 +182,22 @@ TEST(MsgLoopProcessStop, EndsTheProcessOnTheStopCode) {
 TEST(MsgLoopProcessStop, LogsBeforeItQuits) {
     CTestLog log;
     CTestedProcess process;
-    PATCH_IMPORT(post, PostMessageW, [&](auto...) -> BOOL {
-        EXPECT_TRUE(process.WaitQuit(0));
+    int sets = 0;
+    int posts = 0;
+    PATCH_IMPORT(set, SetEvent, [&](HANDLE event) {
+        ++sets;
         EXPECT_THAT(log.Messages(), ElementsAre(kStopLine));
+        return set.Original(event);
+    });
+    PATCH_IMPORT(post, PostMessageW, [&](auto...) -> BOOL {
+        ++posts;
+        EXPECT_TRUE(process.WaitQuit(0));
         return TRUE;
     });
     const COPYDATASTRUCT data{kCopyDataStop, 0, nullptr};
     EXPECT_EQ(Ask(process, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data)), TRUE);
+    EXPECT_EQ(sets, 1);
+    EXPECT_EQ(posts, 1);
 }
 
 TEST(MsgLoopProcessStop, AnswersEveryOtherCodeAndGoesOn) {

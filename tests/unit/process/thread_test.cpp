@@ -299,6 +299,37 @@ TEST(Thread, IsWaitedForWithoutLimitAndItsHandleForgottenButNotClosed) {
     CloseHandle(handle);
 }
 
+TEST(Thread, KeepsTheHandleOfOneThatIsStartedWhileAnEarlierOneIsAwaited) {
+    CTestedThread thread;
+    CBodyThatWaits body(thread);
+    thread.Start();
+    ASSERT_TRUE(body.began.Wait());
+    const HANDLE first = thread.ThreadHandle();
+    HANDLE second = nullptr;
+    CTestEvent end;
+    {
+        PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE object, DWORD timeout) {
+            const bool isStopping = object == first && !second;
+            if (!isStopping) {
+                return wait.Original(object, timeout);
+            }
+            body.end.Set();
+            const DWORD result = wait.Original(object, timeout);
+            thread.body = [&] { EXPECT_TRUE(end.Wait()); };
+            thread.Start();
+            second = thread.ThreadHandle();
+            return result;
+        });
+        thread.Stop(true);
+    }
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(thread.ThreadHandle(), second);
+    end.Set();
+    ASSERT_TRUE(WaitFor(second));
+    CloseHandle(first);
+    CloseHandle(second);
+}
+
 TEST(Thread, StopsWithoutAThreadAtOnce) {
     CTestedThread thread;
     thread.ResetStop();

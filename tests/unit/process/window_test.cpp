@@ -4,14 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <functional>
 #include <new>
 #include <optional>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "src/module.h"
 #include "tests/support/importpatch.h"
+#include "tests/unit/process/testevent.h"
 
 using testing::Contains;
 
@@ -216,15 +220,45 @@ TEST(Window, LeavesNoTraceOfAFailedCreationAndKeepsItsError) {
 
 TEST(Window, GoesOnWithoutItsObject) {
     CWindowClass windowClass;
-    HWND handle = nullptr;
-    {
-        CTestedWindow window;
-        handle = window.CreateHidden(windowClass.Register());
-    }
+    std::optional<CTestedWindow> window(std::in_place);
+    const HWND handle = window->CreateHidden(windowClass.Register());
+    window.reset();
+    // Whoever still believed in the first object would meet this one, which has taken its place.
+    window.emplace();
     EXPECT_TRUE(IsWindow(handle));
     EXPECT_EQ(SendMessageW(handle, WM_APP, 0, 0), 0);
     DestroyWindow(handle);
     EXPECT_FALSE(IsWindow(handle));
+    EXPECT_TRUE(window->messages.empty());
+    EXPECT_EQ(window->finalMessages, 0);
+}
+
+TEST(Window, BelongsToItsOwnObjectWhenTwoThreadsCreateAtOnce) {
+    CWindowClass windowClass;
+    const ATOM atom = windowClass.Register();
+    std::atomic<int> creating{0};
+    CTestEvent bothCreate;
+    // Both have named their objects before either window gets its first message.
+    PATCH_IMPORT(creation, CreateWindowExW, [&](auto... arguments) {
+        if (++creating == 2) {
+            bothCreate.Set();
+        }
+        EXPECT_TRUE(bothCreate.Wait());
+        return creation.Original(arguments...);
+    });
+    const auto create = [atom] {
+        CTestedWindow window;
+        const HWND handle = window.CreateHidden(atom);
+        ASSERT_NE(handle, nullptr);
+        EXPECT_EQ(window.Window(), handle);
+        EXPECT_EQ(GetWindowThreadProcessId(handle, nullptr), GetCurrentThreadId());
+        window.Destroy();
+        EXPECT_EQ(window.finalMessages, 1);
+    };
+    std::thread other(create);
+    create();
+    other.join();
+    EXPECT_EQ(creating, 2);
 }
 
 TEST(Window, DoesNotBelieveStrangersThatItIsCreatedOrDestroyed) {

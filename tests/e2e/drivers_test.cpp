@@ -67,6 +67,7 @@ TEST_F(Drivers, WithoutAFanFunctionReportNoFan) {
     const std::vector<NvmlGpuRecord> records = RunWorker(L"no-fan", 4);
     ASSERT_GE(records.size(), 4u);
     for (const NvmlGpuRecord& record : records) {
+        SCOPED_TRACE(record.gpuIndex);
         EXPECT_EQ(record.fanSpeedPercent, ZORVANE_FAN_SPEED_UNKNOWN);
     }
 }
@@ -113,6 +114,7 @@ TEST_F(Drivers, WithGarbageInTextsAndCodesCannotHarmTheWorker) {
     const std::vector<NvmlGpuRecord> records = RunWorker(L"", 8, scenario.c_str());
     ASSERT_GE(records.size(), 8u);
     for (const NvmlGpuRecord& record : records) {
+        SCOPED_TRACE(record.gpuIndex);
         EXPECT_EQ(record.name[kWireTextLength - 1], L'\0');
         EXPECT_EQ(record.serial[kWireTextLength - 1], L'\0');
         EXPECT_EQ(record.pciBusId[kWireTextLength - 1], '\0');

@@ -1,4 +1,4 @@
-// What arrives at a stub from the shipped library.
+// The messages that the shipped library sends to a stub.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -95,6 +95,7 @@ TEST_F(Readings, CarryNewValuesInEachDynamicRecord) {
     const std::vector<NvmlGpuRecord> records = RunWorker(machine, 5);
     ASSERT_EQ(records.size(), 5u);
     for (const size_t position : {size_t{2}, size_t{4}}) {
+        SCOPED_TRACE(position);
         const auto step = static_cast<uint32_t>(position / 2);
         const NvmlGpuRecord& record = records[position];
         EXPECT_EQ(record.gpuUtilizationPercent, 11 + step);
@@ -148,23 +149,22 @@ TEST_F(Readings, AskTheLibraryInTheOrderOfTheRecords) {
 }
 
 TEST_F(Readings, GoOnAfterAStubThatTakesTooLong) {
-    const HANDLE released = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    CRecordingStub slow([released](const StubMessage& message) {
+    const zorvane::CUniqueHandle released(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    CRecordingStub slow([&released](const StubMessage& message) {
         if (message.code == kCopyDataTaskData) {
-            WaitForSingleObject(released, INFINITE);
+            WaitForSingleObject(released.get(), INFINITE);
         }
     });
     const CSimulatedMachine machine({.scenario = kTwoGpus, .settings = kSwitchedOff});
     const auto worker = machine.StartWorker(slow.WindowWord());
     ASSERT_TRUE(slow.WaitForMessages(kCopyDataTaskData, 1)) << worker->Errors();
-    // The worker gives the first record up and asks the library for the next ones meanwhile.
+    // The worker gives up on the first record and meanwhile reads the next ones.
     while (machine.Calls().size() < 60 && worker->Wait(50) == std::nullopt) {
     }
     EXPECT_EQ(worker->Wait(0), std::nullopt);
-    SetEvent(released);
+    SetEvent(released.get());
     EXPECT_TRUE(slow.WaitForMessages(kCopyDataTaskData, 2));
     slow.SendToWorker(kCopyDataStop);
     EXPECT_EQ(worker->Wait(), 0u);
     slow.Destroy();
-    CloseHandle(released);
 }

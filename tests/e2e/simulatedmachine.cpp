@@ -1,5 +1,8 @@
 #include "tests/e2e/simulatedmachine.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 
@@ -53,6 +56,15 @@ std::vector<zorvane::EnvironmentChange> CSimulatedMachine::Environment() const {
 
 std::vector<std::string> CSimulatedMachine::LogMessages() const {
     return SiteMessages(SplitLines(ReadFileBytes(LogPath())));
+}
+
+std::vector<std::string> CSimulatedMachine::MessagesFromStop() const {
+    std::vector<std::string> messages = LogMessages();
+    const auto stop =
+        std::find(messages.begin(), messages.end(), "[msgloopprocess] OnCopyData StopLoop");
+    messages.erase(messages.begin(), stop);
+    EXPECT_EQ(std::erase(messages, "[msgloopprocess] CMsgLoopProcess OnClose."), 1u);
+    return messages;
 }
 
 std::vector<std::string> CSimulatedMachine::LogLines() const {

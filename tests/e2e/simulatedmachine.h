@@ -9,13 +9,13 @@
 #include "tests/support/childprocess.h"
 #include "tests/support/tempfolder.h"
 
-/** What is put together for a test. */
+/** The parts that a test chooses. */
 struct MachineParts {
     /** JSON text of the scenario. */
     std::string scenario = "{}";
     /** A variant of the simulated NVML; empty: the current one; "none": no NVML at all. */
     std::wstring nvml{};
-    /** Whether the processor is simulated; else the machine's own answers. */
+    /** Whether the processor is simulated; otherwise it is the machine's own. */
     bool simulatedProcessor = true;
     /** The stand-in instead of the simulated vendor library. */
     bool standIn = false;
@@ -23,7 +23,7 @@ struct MachineParts {
     std::string settings{};
 };
 
-/** Workers started here find nothing of the real machine. The path has a blank in it. */
+/** Workers started here see nothing of the real machine. The folder's path contains a blank. */
 class CSimulatedMachine {
   public:
     explicit CSimulatedMachine(const MachineParts& parts);
@@ -31,7 +31,7 @@ class CSimulatedMachine {
     /** Starts a worker with these words on its command line. */
     std::unique_ptr<CChildProcess> StartWorker(const std::wstring& words) const;
 
-    /** What a worker is started with. */
+    /** The program and the environment that workers are started with. */
     std::wstring Host() const { return m_host; }
     std::vector<zorvane::EnvironmentChange> Environment() const;
 
@@ -41,6 +41,11 @@ class CSimulatedMachine {
 
     /** The log sites' messages, "[source] text", of all workers so far. */
     std::vector<std::string> LogMessages() const;
+    /**
+     * The messages from the stop message on. "OnClose" is checked and left out: the window's thread
+     * logs it at any time between the stop and the end.
+     */
+    std::vector<std::string> MessagesFromStop() const;
     /** All lines of the log without stamps: "[E]..." onwards. */
     std::vector<std::string> LogLines() const;
     /** Lines of the vendor libraries' call log. */

@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "tests/e2e/driverservice.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/driverservice.h"
 #include "tests/support/records.h"
 
 using testing::Contains;
@@ -93,6 +93,17 @@ TEST_F(Temperature, InstallsTheDriverServiceAndDeletesItAtTheEnd) {
     EXPECT_THAT(messages, Contains("[utility] OpenService error. 1060"));
     EXPECT_THAT(messages, Contains(StartsWith("[utility] InstallDriver success. ")));
     EXPECT_THAT(messages, Contains("[utility] DeleteService AMDRyzenMasterDriverV15 success."));
+}
+
+// The task does not look for a stop, so that the stop is always found in the pause between cycles.
+TEST_F(Temperature, EndsInOrderOnAStopMessageBetweenCycles) {
+    RunWorker({.scenario = Scenario(kTwoReadings)}, 1);
+    EXPECT_THAT(m_machine->MessagesFromStop(),
+                ElementsAre("[msgloopprocess] OnCopyData StopLoop",
+                            "[zorvaneprocess] ZorvaneProcess Uninit. size:1",
+                            "[utility] DeleteService AMDRyzenMasterDriverV15 success.",
+                            "[msgloopprocess] WorkThreadFun process quit.",
+                            "[msgloopthread] CMsgLoopThread quit msg loop."));
 }
 
 TEST_F(Temperature, KeepsTheDriverServiceForTheWordSkipDeleteInAnyLetterCase) {

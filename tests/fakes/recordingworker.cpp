@@ -1,5 +1,5 @@
-// A worker library that only says how it was called: the command line as UTF-16 on standard output
-// and in an environment variable of its process.
+// A worker library that only reports how it was called: the command line as UTF-16 on standard
+// output and in an environment variable of its process.
 #include <windows.h>
 
 #include <wchar.h>

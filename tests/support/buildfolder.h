@@ -1,7 +1,7 @@
-/** Where the build puts its outputs. */
+/** The output folders of the build. */
 #pragma once
 
 #include <string>
 
-/** The folder `name` of the build that this test program is of: "bin", "sim", "tests". */
+/** The folder `name` of this test program's build: "bin", "sim", "tests". */
 std::wstring BuildFolder(const std::wstring& name);

@@ -11,7 +11,7 @@
 #include "base/processidentity.h"
 #include "tests/support/tempfolder.h"
 
-/** Runs one program, in a job that ends with this object, and keeps what it prints. */
+/** Runs a program in a job that ends with this object, and captures its output. */
 class CChildProcess {
   public:
     /** Starts at once; throws std::runtime_error when Windows cannot. */
@@ -31,7 +31,7 @@ class CChildProcess {
     /** The exit code; empty when it has not ended within `timeoutMs`. */
     std::optional<DWORD> Wait(DWORD timeoutMs = 60000) const;
 
-    /** What it has written so far. */
+    /** The output so far. */
     std::string Output() const { return ReadFileBytes(m_folder.PathOf(L"output")); }
     std::string Errors() const { return ReadFileBytes(m_folder.PathOf(L"errors")); }
 

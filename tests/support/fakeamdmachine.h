@@ -14,11 +14,11 @@
 #include "tests/support/fakewmi.h"
 
 /**
- * Answers all that the AMD task asks the system, for its own life; one at a time. As made, it is a
- * machine on which every step succeeds, with a processor for which VBS is not queried, a driver
- * that runs, and a CPU of 47.5 degrees; a test changes what is to be different. All calls stand in
- * one list, in order. Only the version of Windows is the real one: a process asks for it once
- * (tests/support/fakewindows.h).
+ * While it exists, the AMD task runs on this machine instead of the real one; one at a time. By
+ * default every step of the task succeeds: a supported processor for which VBS is not queried, a
+ * running driver, a CPU at 47.5 degrees. A test changes the members that matter to it. All calls
+ * are recorded in one list, in order. Only the Windows version is the real one, because a process
+ * asks for it once; tests/support/fakewindows.h replaces that in processes of their own.
  */
 class CFakeAmdMachine {
   public:
@@ -34,13 +34,13 @@ class CFakeAmdMachine {
     /** EAX and EBX of leaf 0x80000001. */
     uint32_t signature = 0x870F10;
     uint32_t packageBits = 0x20000000;
-    /** How the key and the value of the product's name answer. */
+    /** Results of opening the BIOS key and of reading the product name. */
     LSTATUS openKeyResult = ERROR_SUCCESS;
     LSTATUS queryValueResult = ERROR_SUCCESS;
     DWORD productType = REG_SZ;
-    /** The value, which its NUL follows. */
+    /** The product name; a NUL is appended. */
     std::wstring product = L"Board";
-    /** What every reading gives, in degrees Celsius. */
+    /** The result of every reading, in degrees Celsius. */
     double temperature = 47.5;
 
     FakePlatform& platform = FakePlatform::Instance();

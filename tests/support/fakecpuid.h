@@ -1,4 +1,4 @@
-/** The processor, as a test wants it. */
+/** A scriptable fake of the CPUID instruction. */
 #pragma once
 
 #include <cstdint>

@@ -9,8 +9,8 @@
 #include "tests/support/importpatch.h"
 
 /**
- * Answers this program's questions for its command line and the path of its executable, for its own
- * life. The tests may change both at any time.
+ * While it exists, this program gets `commandLine` and `path` as its own command line and the path
+ * of its executable. Both may change at any time.
  */
 class CFakeExecutable {
   public:
@@ -19,7 +19,8 @@ class CFakeExecutable {
 
     std::wstring path;
     std::wstring commandLine = L"worker.exe --wnd=1";
-    /** For each question for the path: the size of the buffer, or -1 when that was not zero. */
+    /** The buffer sizes of the calls that asked for the path; -1 for a buffer that was not zeroed.
+     */
     std::vector<int> questions;
 
   private:

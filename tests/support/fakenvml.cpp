@@ -15,7 +15,7 @@ namespace {
 CFakeNvml* s_fake = nullptr;
 uint32_t s_handlesGiven = 0;
 
-// A name of an exported function as an argument of a template.
+// The name of an exported function as a template argument.
 template <size_t kSize>
 struct Name {
     consteval Name(const char (&name)[kSize]) { std::copy(name, name + kSize, text); }
@@ -37,7 +37,7 @@ std::string Call(const char* function, const std::string& first, Numbers... othe
     return std::string(function) + "(" + first + ((", " + std::to_string(others)) + ... + ")");
 }
 
-// The upper half numbers the look-ups.
+// The upper half counts the look-ups, so that a stale handle is recognised.
 nvmlDevice_t NewHandle(uint32_t index) {
     const uint64_t handle = uint64_t{++s_handlesGiven} << 32 | index;
     return reinterpret_cast<nvmlDevice_t>(handle);
@@ -201,7 +201,7 @@ FARPROC FindEntryPoint(const std::string& name) {
     return nullptr;
 }
 
-// Like Windows: what does not fit is reported with the length that it needs.
+// As Windows does: a buffer that is too small yields the required length.
 DWORD Expand(std::wstring text, wchar_t* target, DWORD size) {
     constexpr std::wstring_view kVariable = L"%ProgramW6432%";
     s_fake->windowsCalls.push_back(L"ExpandEnvironmentStringsW(" + text + L", " +

@@ -1,4 +1,4 @@
-/** NVIDIA's library, as a test wants it. */
+/** A scriptable fake of NVIDIA's NVML. */
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 #include "src/nvmlinfo/nvml.h"
 
-/** What the library answers about one GPU. Texts are written as they are, whatever their length. */
+/** What the library returns for one GPU. Texts are copied unchanged, whatever their length. */
 struct FakeGpu {
     std::string name;
     std::string serial;
@@ -25,12 +25,12 @@ struct FakeGpu {
 };
 
 /**
- * For its own life the program finds, loads and binds this library instead of the machine's: a
+ * While it exists, the program finds, loads and binds this library instead of the machine's: a
  * healthy one with two GPUs unless the test changes it. One at a time.
  *
- * A function writes its value also when it answers with a failure. Each look-up of a handle gives
- * a new one; a reading with an older one is recorded with "stale" for the GPU. The text of an error
- * is at an address that cannot be read.
+ * Functions write their value even when they fail. Every handle look-up returns a new handle; a
+ * reading through an older one is recorded with "stale" as the GPU. nvmlErrorString returns an
+ * unreadable address.
  */
 class CFakeNvml {
   public:
@@ -39,12 +39,12 @@ class CFakeNvml {
     CFakeNvml(const CFakeNvml&) = delete;
     CFakeNvml& operator=(const CFakeNvml&) = delete;
 
-    /** "Nvml.dll" is in its folder; it can be loaded. */
+    /** Whether Nvml.dll exists in its folder, and whether it loads. */
     bool fileExists = true;
     bool loadable = true;
-    /** What "%ProgramW6432%" stands for. */
+    /** The value of %ProgramW6432%. */
     std::wstring programFiles = L"P:\\Programs";
-    /** Exported names that this library lacks. */
+    /** Exports that this library lacks. */
     std::set<std::string> missing;
     /** Result codes by function ("nvmlInit_v2") or whole call ("nvmlDeviceGetName(1, 64)"). */
     std::map<std::string, nvmlReturn_t> results;
@@ -59,11 +59,11 @@ class CFakeNvml {
 
     /** The calls of the library, arguments included: "nvmlDeviceGetClock(0, 2, 0)". */
     std::vector<std::string> calls;
-    /** The names that were asked for with GetProcAddress. */
+    /** The names passed to GetProcAddress. */
     std::vector<std::string> askedNames;
-    /** The calls of Windows that concern the library: "LoadLibraryW(P:\Programs\...)". */
+    /** The Windows calls made for the library: "LoadLibraryW(P:\Programs\...)". */
     std::vector<std::wstring> windowsCalls;
-    /** Functions that got a text or structure that was not zero. */
+    /** Functions that were passed a buffer that was not zeroed. */
     std::vector<std::string> dirtyBuffers;
 
   private:

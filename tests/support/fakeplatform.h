@@ -1,4 +1,4 @@
-/** AMD's library, as a test wants it. */
+/** A scriptable fake of AMD's monitoring library. */
 #pragma once
 
 #include <functional>
@@ -8,8 +8,8 @@
 #include "src/amdsdk/platform.h"
 
 /**
- * The platform that this program's GetPlatform answers with. Behaviour is set through the
- * functions; each call is kept by name in `calls`. Reset puts everything back.
+ * The platform that this program's GetPlatform returns. The members script its behaviour; every
+ * call is recorded by name in `calls`. Reset restores the defaults.
  */
 struct FakePlatform {
     /** The one instance. */

@@ -1,4 +1,4 @@
-/** A host for tasks under test. */
+/** A fake of the host process that tasks report to. */
 #pragma once
 
 #include <functional>
@@ -7,7 +7,7 @@
 
 #include "src/process/iprocess.h"
 
-/** Keeps what tasks hand over and answers WaitQuit as told. Used on one thread. */
+/** Records what tasks send; WaitQuit is scripted. Not thread-safe. */
 class CFakeProcess : public IProcess {
   public:
     struct Message {

@@ -88,7 +88,7 @@ struct CFakeServices::Patches {
         fake.Record("DeleteService", fake.NameOf(service));
         return fake.Succeeds("DeleteService");
     });
-    // As the real one may, it leaves an error of its own behind.
+    // The real function may change the last error too; code that reads it afterwards is noticed.
     PATCH_IMPORT(closeHandle, CloseServiceHandle, [this](SC_HANDLE handle) {
         fake.Record("CloseServiceHandle", fake.NameOf(handle));
         SetLastError(ERROR_INVALID_HANDLE);

@@ -16,14 +16,13 @@
  */
 class CFakeServices {
   public:
-    /** `calls` takes the calls; handles are named "manager1", "service1", "service2" as they come.
-     */
+    /** Appends to `calls`; handles are named "manager1", "service1", "service2" in order. */
     explicit CFakeServices(std::vector<std::string>& calls);
     ~CFakeServices();
     CFakeServices(const CFakeServices&) = delete;
     CFakeServices& operator=(const CFakeServices&) = delete;
 
-    /** Per function the errors of its next calls, 0 for success; success when none is left. */
+    /** Per function, the errors of its next calls (0: success); then it succeeds. */
     std::map<std::string, std::deque<DWORD>> errors;
     /** What QueryServiceStatus writes, also when it fails. */
     DWORD state = SERVICE_RUNNING;

@@ -8,8 +8,8 @@
 #include <vector>
 
 /**
- * Answers what this program asks Windows about itself, for its own life; one at a time. As made, it
- * is Windows 10 for workstations on an AMD64 processor.
+ * While it exists, this program's questions about the Windows version and the architecture are
+ * answered by the members; one at a time. The default is a Windows 10 workstation on AMD64.
  */
 class CFakeWindows {
   public:
@@ -29,7 +29,7 @@ class CFakeWindows {
     DWORD major = 10;
     DWORD minor = 0;
 
-    /** What was asked, in order. */
+    /** The calls, in order. */
     std::vector<std::string> calls;
 
   private:

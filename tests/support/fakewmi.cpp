@@ -33,7 +33,7 @@ std::string NameOf(const void* object) {
     return "unknown";
 }
 
-// A text that has its length in front of it.
+// A BSTR carries its length in front of its characters.
 std::string Bstr(const OLECHAR* text) {
     const bool isBstr = text && SysStringLen(const_cast<OLECHAR*>(text)) == wcslen(text);
     return isBstr ? Quoted(text) : "no BSTR";

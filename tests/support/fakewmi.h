@@ -11,35 +11,35 @@
 #include <vector>
 
 /**
- * Answers this program's COM calls with objects of its own, for its own life; one at a time. Each
- * call is kept with its arguments, each release with the object's name.
+ * While it exists, this program's COM calls reach fake objects; one at a time. Every call is
+ * recorded with its arguments, every release with the object's name.
  */
 class CFakeWmi {
   public:
-    /** What one call of the enumerator's Next answers. */
+    /** The result of one call of the enumerator's Next. */
     struct NextAnswer {
         HRESULT result;
         ULONG returned;
-        /** False: no object is handed out. */
+        /** False: no object is returned. */
         bool hasObject;
     };
 
-    /** `calls` takes the calls. */
+    /** Appends to `calls`. */
     explicit CFakeWmi(std::vector<std::string>& calls);
     ~CFakeWmi();
     CFakeWmi(const CFakeWmi&) = delete;
     CFakeWmi& operator=(const CFakeWmi&) = delete;
 
-    /** Adds an instance whose status is `value`; the first one is given first. */
+    /** Adds an instance whose status is `value` to the end of the enumeration. */
     void AddInstance(const VARIANT& value, HRESULT nextResult = S_OK);
 
-    /** Results of the functions by name; S_OK where there is none. */
+    /** Results by function name; S_OK by default. */
     std::map<std::string, HRESULT> results;
-    /** The enumerator's answers; when there are no more, WBEM_S_FALSE without an object. */
+    /** The results of Next, in order; afterwards WBEM_S_FALSE without an object. */
     std::vector<NextAnswer> nextAnswers;
-    /** The values of the objects, in the order in which Get is called. */
+    /** The values that Get returns, in order. */
     std::vector<VARIANT> values;
-    /** Texts that were allocated for COM and not freed. */
+    /** BSTRs allocated and not yet freed. */
     int openTexts = 0;
 
   private:

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-/** The lines of a text whose lines end with CR LF; what follows the last line end is left out. */
+/** The CR LF terminated lines of a text; an unterminated last line is left out. */
 std::vector<std::string> SplitLines(const std::string& text);
 
-/** Of log lines those of log sites, as "[source] message" without stamp and line number. */
+/** The lines of log sites, reduced to "[source] message"; marker lines are left out. */
 std::vector<std::string> SiteMessages(const std::vector<std::string>& lines);

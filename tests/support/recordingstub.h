@@ -1,4 +1,4 @@
-/** A stub window that keeps what it is told. */
+/** A stub window that records what it receives. */
 #pragma once
 
 #include <windows.h>
@@ -11,17 +11,17 @@
 
 #include "base/windowthread.h"
 
-/** One WM_COPYDATA as it came. */
+/** One WM_COPYDATA as received. */
 struct StubMessage {
     ULONG_PTR code;
     std::string payload;
     HWND sender;
 };
 
-/** A real window on a thread of its own. Its operations may be called from the test's thread. */
+/** A real window on its own thread. The operations are called from the test's thread. */
 class CRecordingStub {
   public:
-    /** Runs inside the handler, before the sender gets its answer; may be empty. */
+    /** Called on the window's thread before the sender is answered; may be empty. */
     using Handler = std::function<void(const StubMessage& message)>;
 
     explicit CRecordingStub(Handler handler = {});
@@ -33,17 +33,16 @@ class CRecordingStub {
 
     std::vector<StubMessage> Messages() const;
 
-    /** Waits until `done` is true of what has come; false when that takes longer than half a
-     * minute. */
+    /** Waits until `done` accepts the messages received so far; false after half a minute. */
     bool WaitUntil(const std::function<bool(const std::vector<StubMessage>&)>& done);
 
     /** Waits for `count` messages of a code. */
     bool WaitForMessages(ULONG_PTR code, size_t count);
 
-    /** Sends a WM_COPYDATA without payload to the window that the hello named; its answer. */
+    /** Sends a WM_COPYDATA without payload to the window named in the hello; returns the answer. */
     LRESULT SendToWorker(ULONG_PTR code);
 
-    /** Destroys the window and waits until it is gone. */
+    /** Destroys the window and waits for the end of its thread. */
     void Destroy() { m_window.Destroy(); }
 
   private:
@@ -57,5 +56,5 @@ class CRecordingStub {
     zorvane::CWindowThread m_window;
 };
 
-/** How many messages of a code there are. */
+/** The number of messages with a code. */
 size_t CountMessages(const std::vector<StubMessage>& messages, ULONG_PTR code);

@@ -1,4 +1,4 @@
-/** What a stub received, as records. */
+/** The records in the messages that a stub received. */
 #pragma once
 
 #include <cstring>
@@ -24,7 +24,7 @@ inline constexpr char kTwoGpus[] = R"({
   ]
 })";
 
-/** The records among the messages; one of another size is left out. */
+/** The GPU records among the messages; messages of another size are left out. */
 inline std::vector<NvmlGpuRecord> GpuRecords(const std::vector<StubMessage>& messages) {
     std::vector<NvmlGpuRecord> records;
     for (const StubMessage& message : messages) {
@@ -37,7 +37,7 @@ inline std::vector<NvmlGpuRecord> GpuRecords(const std::vector<StubMessage>& mes
     return records;
 }
 
-/** The texts that came as CPU temperature, with their NUL. */
+/** The texts received as CPU temperature, including their NUL. */
 inline std::vector<std::string> CpuTexts(const std::vector<StubMessage>& messages) {
     std::vector<std::string> texts;
     for (const StubMessage& message : messages) {

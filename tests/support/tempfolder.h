@@ -3,11 +3,11 @@
 
 #include <string>
 
-/** Makes an empty folder, with a blank in its path, and removes it with all it holds. */
+/** Creates an empty folder, with a blank in its path, and removes it with its contents. */
 class CTempFolder {
   public:
     CTempFolder();
-    /** Leaves behind what is still open somewhere. */
+    /** Files that are still open are left behind. */
     ~CTempFolder();
     CTempFolder(const CTempFolder&) = delete;
     CTempFolder& operator=(const CTempFolder&) = delete;
@@ -15,7 +15,7 @@ class CTempFolder {
     /** Full path, without a last "\". */
     const std::wstring& Path() const { return m_path; }
 
-    /** The path of `name` in this folder; nothing is made. */
+    /** The path of `name` in this folder; creates nothing. */
     std::wstring PathOf(const std::wstring& name) const { return m_path + L"\\" + name; }
 
   private:

@@ -6,7 +6,7 @@
 
 #include "tests/support/tempfolder.h"
 
-/** Opens the process-wide log in a folder of its own, and closes and deletes it. */
+/** Opens the process-wide log in a new folder; closes and deletes it at the end. */
 class CTestLog {
   public:
     CTestLog();
@@ -20,7 +20,7 @@ class CTestLog {
     /** Whole lines without their line ends. */
     std::vector<std::string> Lines() const;
 
-    /** What the log sites said: "[source] message", without stamp and line number; no markers. */
+    /** The messages of the log sites as "[source] message"; marker lines are left out. */
     std::vector<std::string> Messages() const;
 
   private:

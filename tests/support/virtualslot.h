@@ -1,4 +1,4 @@
-/** Where a virtual operation stands among its class's slots. */
+/** The slot of a virtual operation in its class's table. */
 #pragma once
 
 #include <cstdint>

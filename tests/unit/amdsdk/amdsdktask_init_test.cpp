@@ -5,8 +5,7 @@
 #include "tests/support/fakeamdmachine.h"
 #include "tests/support/testlog.h"
 
-// Starting the task: each step with what it asks, and that nothing is asked after a step that
-// fails.
+// The steps of Init: what each one calls, and that nothing is called after a step that fails.
 
 namespace {
 
@@ -47,7 +46,7 @@ class CAmdTaskInitTest : public testing::Test {
     // A processor for which VBS is queried.
     void UseOlderProcessor() { m_machine.signature = 0x800F11; }
 
-    // The first `steps` calls of those before VBS are all that was done.
+    // Only the first `steps` calls of those before VBS were made.
     void ExpectFailureAfter(size_t steps, const Lines& messages) {
         EXPECT_EQ(m_task.Init(), 0);
         EXPECT_EQ(m_machine.calls,
@@ -196,8 +195,7 @@ TEST_F(CAmdTaskInitTest, ProductNameWithAPercentSignIsNoFormat) {
 
 class CAmdTaskDriverTest : public CAmdTaskInitTest {
   protected:
-    // What was called between the reading of the product's name and the closing of its key, by
-    // name.
+    // The names of the functions called between reading the product name and closing its key.
     Lines CallsAfterProductName() const {
         Lines names;
         for (size_t i = kBeforeVbs.size() + kProductName.size(); i < m_machine.calls.size(); ++i) {

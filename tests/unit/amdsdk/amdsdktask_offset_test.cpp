@@ -79,6 +79,7 @@ TEST_F(COffsetTest, OffsetOfZeroLeavesItToTheName) {
 TEST_F(COffsetTest, NumberOfAFailingSecondDeviceIsNotUsed) {
     SetCurrent(60);
     for (const StatusText& failure : kStatusTexts) {
+        SCOPED_TRACE(failure.text);
         SetSecond(13, failure.status);
         m_platform.cpuName = kListedName;
         EXPECT_EQ(Execute(), 1);
@@ -115,6 +116,7 @@ TEST_F(COffsetTest, EveryListedNameHasItsOffset) {
 TEST_F(COffsetTest, LongNamesAreLookedAtForTheir256BytesOnly) {
     SetCurrent(100);
     for (const size_t length : {255u, 256u, 257u, 4096u}) {
+        SCOPED_TRACE(length);
         const std::wstring unlisted(length, L'x');
         m_platform.cpuName = unlisted.c_str();
         EXPECT_EQ(Execute(), 1);
@@ -149,6 +151,7 @@ TEST_F(COffsetTest, RangeIsThatOfTheDifference) {
     for (const auto& [measured, sent, switchedOff] :
          {std::tuple(15.0, "5", false), std::tuple(130.9, "120", false),
           std::tuple(14.9, "4", true), std::tuple(131.0, "121", true)}) {
+        SCOPED_TRACE(measured);
         m_writes.clear();
         SetCurrent(measured);
         EXPECT_EQ(Execute(), 1);
@@ -189,6 +192,7 @@ TEST_F(COffsetTest, MissingCpuIsLoggedAndCountsAsZero) {
 
 TEST_F(COffsetTest, FailingStatusIsLoggedByItsTextAndCountsAsZero) {
     for (const StatusText& failure : kStatusTexts) {
+        SCOPED_TRACE(failure.text);
         m_platform.calls.clear();
         m_platform.currentTemperature = [&failure](double* temperature) {
             *temperature = 60;

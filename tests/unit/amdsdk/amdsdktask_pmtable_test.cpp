@@ -60,7 +60,7 @@ TEST_F(CPMTableTest, ReadingsOutside5To120AreSentAndSwitchTheTaskOffForLaterRuns
         {1000, "1000", true},
         {2147483647.0, "2147483647", true},
         {-2147483648.0, "-2147483648", true},
-        // What no integer holds
+        // Values that no integer can hold
         {2147483648.0, "-2147483648", true},
         {1e300, "-2147483648", true},
         {-1e300, "-2147483648", true},
@@ -99,6 +99,7 @@ TEST_F(CPMTableTest, ReadingIsLoggedWithTwoDigitsBeforeItIsCut) {
 
 TEST_F(CPMTableTest, ReadingOfZeroSwitchesOffSendsNothingAndEndsTheTask) {
     for (const double zero : {0.0, -0.0, 0.9, -0.9}) {
+        SCOPED_TRACE(zero);
         m_writes.clear();
         SetPMTable(zero);
         EXPECT_EQ(Execute(), 0) << zero;
@@ -132,6 +133,7 @@ TEST_F(CPMTableTest, LaterZeroDoesNotChangeTheSource) {
 
 TEST_F(CPMTableTest, FailingStatusIsLoggedByItsTextAndCountsAsZero) {
     for (const StatusText& failure : kStatusTexts) {
+        SCOPED_TRACE(failure.text);
         m_writes.clear();
         m_platform.pmTable = [&failure](PMTableData* table) {
             table->currentTemperature = 60;
@@ -151,6 +153,7 @@ TEST_F(CPMTableTest, FailingStatusIsLoggedByItsTextAndCountsAsZero) {
 TEST_F(CPMTableTest, StatusThatHasNoTextIsAFailureToo) {
     for (const int32_t status : {6, -2, 64, 1 << 30, std::numeric_limits<int32_t>::min(),
                                  std::numeric_limits<int32_t>::max()}) {
+        SCOPED_TRACE(status);
         m_platform.pmTable = [status](PMTableData*) { return status; };
         EXPECT_EQ(Execute(), 0) << status;
         const Lines messages = m_log.Messages();

@@ -1,4 +1,4 @@
-/** What the tests of the driver service share. */
+/** The fixture for tests of the driver service. */
 #pragma once
 
 #include <gmock/gmock.h>
@@ -19,7 +19,7 @@ inline Lines Join(Lines first, const Lines& second) {
     return first;
 }
 
-/** A fake service control manager and a log of its own. */
+/** A fake service control manager, and a log. */
 class CDriverServiceTest : public testing::Test {
   protected:
     const std::string m_openManager = "OpenSCManagerW(null, null, 0xF003F)";

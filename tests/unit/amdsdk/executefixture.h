@@ -1,4 +1,4 @@
-/** What the tests of the AMD task's readings share. */
+/** The fixture for tests of the AMD task's readings. */
 #pragma once
 
 #include <gmock/gmock.h>
@@ -20,13 +20,13 @@
 
 using Lines = std::vector<std::string>;
 
-/** A task on a fake library; the settings file is not written, its writing is kept. */
+/** A task on a fake library. Writes to the settings file are recorded, not done. */
 class CExecuteTest : public testing::Test {
   protected:
-    /** One run step with a process of its own; what it answers. */
+    /** Executes the task once; returns its result. */
     int Execute() { return m_task.Execute(m_process); }
 
-    /** The PM table gives this temperature. */
+    /** Makes the PM table report this temperature. */
     void SetPMTable(double degreesCelsius) {
         m_platform.pmTable = [degreesCelsius](PMTableData* table) {
             table->currentTemperature = degreesCelsius;
@@ -34,7 +34,7 @@ class CExecuteTest : public testing::Test {
         };
     }
 
-    /** The CPU gives this temperature. */
+    /** Makes the CPU report this temperature. */
     void SetCurrent(double degreesCelsius) {
         m_platform.currentTemperature = [degreesCelsius](double* temperature) {
             *temperature = degreesCelsius;
@@ -42,7 +42,7 @@ class CExecuteTest : public testing::Test {
         };
     }
 
-    /** The texts that were sent, each with its NUL still there; the list is emptied. */
+    /** Takes the texts that were sent, including their NUL. */
     std::vector<std::string> TakeTexts() {
         std::vector<std::string> texts;
         for (const CFakeProcess::Message& message : m_process->messages) {
@@ -64,9 +64,9 @@ class CExecuteTest : public testing::Test {
     CFakeExecutable m_executable;
     std::shared_ptr<CFakeProcess> m_process = std::make_shared<CFakeProcess>();
     CAMDSDKTask m_task{&FreshPlatform()};
-    /** What was written to the settings file, with the number of messages sent before it. */
+    /** The writes to the settings file, with the number of messages sent before each. */
     Lines m_writes;
-    /** What the writing answers. */
+    /** The result of writing the settings file. */
     BOOL m_writeResult = TRUE;
 
   private:
@@ -87,7 +87,7 @@ class CExecuteTest : public testing::Test {
                  });
 };
 
-/** The one thing that is ever written, before anything of the same step is sent. */
+/** The only write there is, made before its step sends anything. */
 inline const Lines kSwitchedOff = {
     R"("cpu_kernel", "sdk_flag", "0", "C:\Apps\Qorvella\Qorvella.set" after 0 messages)"};
 
@@ -97,7 +97,7 @@ struct StatusText {
     const char* text;
 };
 
-/** All but success. */
+/** Every status but success. */
 inline constexpr StatusText kStatusTexts[] = {
     {-1, "Failure"},
     {1, "Invalid value"},

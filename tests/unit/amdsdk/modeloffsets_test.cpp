@@ -85,6 +85,7 @@ TEST(ModelOffsets, OtherWhiteSpaceThanBlanksStaysAndMatchesNothing) {
     for (const wchar_t* name :
          {L"AMD Ryzen\t5 1600X Six-Core Processor", L"AMD Ryzen 5 1600X\nSix-Core Processor",
           L"AMD\rRyzen 5 1600X Six-Core Processor", L"AMD Ryzen 5 1600X\u00A0Six-Core Processor"}) {
+        SCOPED_TRACE(testing::PrintToString(name));
         EXPECT_EQ(OffsetOf(name), 0);
     }
     EXPECT_EQ(BlankFreeName(L"a b\tc\r\n d\v"), "ab\tc\r\nd\v");

@@ -6,8 +6,8 @@
 
 #include "tests/support/slottable.h"
 
-// The far side is made by another compiler: what stands in a register above the bits of a result
-// is anything. So the functions here answer with the whole register.
+// The vendor library is built by another compiler, which leaves the bits of a register above a
+// narrow result undefined. The functions here return the whole register.
 
 namespace {
 
@@ -67,7 +67,7 @@ class CPlatformTest : public testing::Test {
     IDevice& m_device = As<IDevice>(s_device);
 };
 
-// Reads as the task does, where the compiler may rely on what a bool can be.
+// Reads as the task does, where the compiler may rely on a bool being 0 or 1.
 [[gnu::noinline]] int InitSucceeds(IPlatform& platform) {
     return platform.Init(nullptr, nullptr) ? 1 : 0;
 }

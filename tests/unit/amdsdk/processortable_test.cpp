@@ -40,7 +40,7 @@ constexpr Processor kListed[] = {
     {0xA50F01, kYes, kNo, kNo},
 };
 
-// The four bits that a processor has for its package type, as a signed number.
+// The processor's four bits for the package type, sign-extended.
 constexpr int32_t kLowestType = -8;
 constexpr int32_t kHighestType = 7;
 

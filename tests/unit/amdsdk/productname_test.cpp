@@ -8,7 +8,7 @@
 
 namespace {
 
-// One value, as RegQueryValueExW gives it.
+// A value as RegQueryValueExW returns it.
 struct RegistryValue {
     DWORD type;
     std::string bytes;
@@ -19,7 +19,7 @@ std::string Bytes(const std::wstring& text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
 
-// What is read of `value`; the buffer is filled as far as it reaches.
+// Reads `value`; as much of it as fits is copied to the buffer.
 std::optional<std::wstring> Read(const RegistryValue& value) {
     PATCH_IMPORT(open, RegOpenKeyExW, [](HKEY, LPCWSTR, DWORD, REGSAM, PHKEY key) -> LSTATUS {
         *key = reinterpret_cast<HKEY>(ULONG_PTR{8});
@@ -102,6 +102,7 @@ TEST(ProductName, NameEndsAtItsFirstNul) {
 TEST(ProductName, SkippedProductIsKnownInAnyLetterCase) {
     for (const wchar_t* name :
          {L"Surface Laptop 3", L"SURFACE LAPTOP 3", L"surface laptop 3", L"sURFACE lAPTOP 3"}) {
+        SCOPED_TRACE(testing::PrintToString(name));
         EXPECT_TRUE(IsSkippedProduct(name));
     }
 }
@@ -111,6 +112,7 @@ TEST(ProductName, OtherProductsAreNotSkipped) {
          {L"", L"Surface Laptop 3 ", L" Surface Laptop 3", L"Surface Laptop", L"Surface Laptop 4",
           L"Surface Laptop 30", L"Surface  Laptop 3", L"SurfaceLaptop3", L"Surface Laptop\t3",
           L"\u017Furface Laptop 3", L"My Surface Laptop 3"}) {
+        SCOPED_TRACE(testing::PrintToString(name));
         EXPECT_FALSE(IsSkippedProduct(name));
     }
 }

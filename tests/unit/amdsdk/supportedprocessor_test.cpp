@@ -13,7 +13,7 @@ class CSupportedProcessorTest : public testing::Test {
     bool Ask(uint32_t signature, uint32_t packageBits) {
         const CFakeCpuid cpuid([=, this](uint32_t leaf) {
             m_leaves.push_back(leaf);
-            // What the other registers hold must not matter.
+            // The other registers must not matter.
             return CpuidRegisters{signature, packageBits, 0x870F10, 0x70000000};
         });
         return IsSupportedProcessor(&m_skipVbsCheck);
@@ -46,6 +46,7 @@ TEST_F(CSupportedProcessorTest, UnknownProcessorIsNotSupported) {
 
 TEST_F(CSupportedProcessorTest, PackageTypeIsTheHighestFourBitsAsASignedNumber) {
     for (uint32_t bits = 0; bits < 16; ++bits) {
+        SCOPED_TRACE(bits);
         const CTestLog log;
         Ask(0xFFFFFFFF, bits << 28);
         const int type = bits < 8 ? static_cast<int>(bits) : static_cast<int>(bits) - 16;

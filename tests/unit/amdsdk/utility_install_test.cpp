@@ -47,6 +47,7 @@ TEST_F(CInstallDriverTest, DeviceThatDoesNotOpenAfterTheStartIsLogged) {
 TEST_F(CInstallDriverTest, ServiceThatExistsOrIsMarkedForDeletionIsOpenedAndStarted) {
     constexpr DWORD kErrors[] = {ERROR_SERVICE_MARKED_FOR_DELETE, ERROR_SERVICE_EXISTS};
     for (const DWORD error : kErrors) {
+        SCOPED_TRACE(error);
         const CTestLog log;
         m_services.errors["CreateFileW"] = {ERROR_FILE_NOT_FOUND};
         m_services.errors["CreateServiceW"] = {error};
@@ -141,6 +142,7 @@ TEST_F(CFileGoneTest, SecondCreationTreatsNoErrorSpecially) {
     constexpr DWORD kErrors[] = {ERROR_ACCESS_DENIED, ERROR_SERVICE_MARKED_FOR_DELETE,
                                  ERROR_SERVICE_EXISTS};
     for (const DWORD error : kErrors) {
+        SCOPED_TRACE(error);
         const CTestLog log;
         m_services.errors["CreateFileW"] = {ERROR_FILE_NOT_FOUND};
         m_services.errors["StartServiceW"] = {ERROR_PATH_NOT_FOUND};
@@ -161,6 +163,7 @@ TEST_F(CFileGoneTest, SecondStartTreatsNoErrorSpecially) {
     constexpr DWORD kErrors[] = {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND,
                                  ERROR_SERVICE_ALREADY_RUNNING};
     for (const DWORD error : kErrors) {
+        SCOPED_TRACE(error);
         const CTestLog log;
         m_services.errors["CreateFileW"] = {ERROR_FILE_NOT_FOUND};
         m_services.errors["StartServiceW"] = {ERROR_PATH_NOT_FOUND, error};

@@ -60,6 +60,7 @@ TEST_F(CQueryDrvServiceTest, EveryStateButRunningCountsAsNotRunning) {
                                  SERVICE_STOP_PENDING,  SERVICE_CONTINUE_PENDING,
                                  SERVICE_PAUSE_PENDING, SERVICE_PAUSED};
     for (const DWORD state : kStates) {
+        SCOPED_TRACE(state);
         m_services.state = state;
         EXPECT_EQ(QueryDrvService(), -1) << state;
         const Lines messages = m_log.Messages();

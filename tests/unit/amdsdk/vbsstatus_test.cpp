@@ -109,6 +109,7 @@ TEST_F(CVbsStatusTest, LastInstanceWins) {
 TEST_F(CVbsStatusTest, NumberIsTakenWhateverTheTypeOfTheValueSays) {
     constexpr VARTYPE kTypes[] = {VT_EMPTY, VT_NULL, VT_I4, VT_UI4, VT_BOOL, VT_ERROR};
     for (const VARTYPE type : kTypes) {
+        SCOPED_TRACE(type);
         m_wmi.AddInstance(Number(-2, type));
         EXPECT_EQ(QueryVbsStatus(&m_status), 0);
         EXPECT_EQ(m_status, 0xFFFFFFFEu) << type;

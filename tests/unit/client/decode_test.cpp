@@ -240,6 +240,7 @@ TEST(DecodeTest, NamesTheTextFieldThatHasNoTerminator) {
         errorWithout(&NvmlGpuRecord::driverVersion), errorWithout(&NvmlGpuRecord::pciBusId)};
     const char* names[] = {"entry", "name", "serial", "vbiosVersion", "driverVersion", "pciBusId"};
     for (size_t i = 0; i < std::size(errors); ++i) {
+        SCOPED_TRACE(names[i]);
         EXPECT_EQ(errors[i].fault, PayloadFault::kNotTerminated);
         EXPECT_EQ(errors[i].text,
                   std::string("GPU record: ") + names[i] + " has no terminating NUL");
@@ -256,6 +257,7 @@ TEST(DecodeTest, RefusesAHelloWithoutTerminator) {
 
 TEST(DecodeTest, RefusesAnUnknownKind) {
     for (const uint32_t kind : {0u, 3u, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(kind);
         const PayloadError error = ErrorOf(PayloadOf(kCopyDataTaskData, FullRecord(kind)));
         EXPECT_EQ(error.fault, PayloadFault::kBadRecord);
         EXPECT_EQ(error.text, "GPU record: unknown kind " + std::to_string(kind));
@@ -286,6 +288,7 @@ TEST(DecodeTest, SaysWhichSizeItExpected) {
 TEST(DecodeTest, BelievesTheBytesNotTheSize) {
     for (const uint64_t code : {kCopyDataHello, kCopyDataTaskData, kCopyDataStop}) {
         for (const uint32_t size : {20u, 72u, 448u}) {
+            SCOPED_TRACE(std::to_string(code) + ", " + std::to_string(size));
             EXPECT_EQ(ErrorOf({code, size, std::vector<std::byte>(10)}).fault,
                       PayloadFault::kWrongSize);
         }
@@ -294,6 +297,7 @@ TEST(DecodeTest, BelievesTheBytesNotTheSize) {
 
 TEST(DecodeTest, RefusesEveryOtherLengthWhateverTheBytes) {
     for (uint32_t size = 0; size < 600; ++size) {
+        SCOPED_TRACE(size);
         for (const auto fill : {std::byte{0}, std::byte{1}, std::byte{'x'}, std::byte{0xFF}}) {
             const std::vector<std::byte> bytes(size, fill);
             if (size != sizeof(HelloPayload)) {
@@ -323,6 +327,7 @@ TEST(DecodeTest, ReadsACpuTemperature) {
 TEST(DecodeTest, RefusesEveryOtherCpuText) {
     for (const char* value :
          {"", "-", "+4", " 4", "4 ", "4.5", "04", "-04", "4e1", "x", "2147483648", "4}"}) {
+        SCOPED_TRACE(value);
         const PayloadError error = ErrorOf(CpuPayload(value));
         EXPECT_EQ(error.fault, PayloadFault::kBadText) << value;
         EXPECT_EQ(error.text, std::string("CPU temperature text is not {\"CpuTemp\":n}: ") +

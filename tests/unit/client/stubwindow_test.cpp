@@ -70,6 +70,7 @@ TEST_F(StubWindowTest, KeepsTheOrderOfArrival) {
     }
     ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == 5; }));
     for (size_t i = 0; i < 5; ++i) {
+        SCOPED_TRACE(i);
         EXPECT_EQ(m_payloads[i].code, i + 1);
     }
 }
@@ -91,6 +92,7 @@ TEST_F(StubWindowTest, TakesAPayloadOfNoBytes) {
 TEST_F(StubWindowTest, AnswersFalseWithoutDataAndWhenTheQueueIsFull) {
     EXPECT_EQ(SendMessageW(m_stub.Handle(), WM_COPYDATA, 0, 0), FALSE);
     for (size_t i = 0; i < CStubWindow::kLongestQueue; ++i) {
+        SCOPED_TRACE(i);
         ASSERT_EQ(SendCopyData(m_stub.Handle(), 0, 1, {'a'}), TRUE);
     }
     EXPECT_EQ(SendCopyData(m_stub.Handle(), 0, 1, {'a'}), FALSE);

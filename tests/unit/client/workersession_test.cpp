@@ -11,7 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 using Steps = std::vector<StopStep>;
 
-// Keeps what a session tells.
+// Records what a session reports.
 class CRecorder : public IWorkerListener {
   public:
     void OnHello(const Hello& hello) override { hellos.push_back(hello); }
@@ -37,7 +37,7 @@ class CRecorder : public IWorkerListener {
 
 class WorkerSessionTest : public testing::Test {
   protected:
-    // Grace times that no healthy worker needs.
+    // Grace times long enough for every healthy worker.
     static constexpr StopTimes kPatient{60s, 60s};
     static constexpr StopTimes kImpatient{50ms, 50ms};
 

@@ -19,7 +19,7 @@ namespace {
 
 constexpr DWORD Code(HostExit exit) { return static_cast<DWORD>(exit); }
 
-// What a program printed as UTF-16.
+// A program's UTF-16 output.
 std::wstring WideOutput(const CChildProcess& process) {
     const std::string bytes = process.Output();
     std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
@@ -27,7 +27,7 @@ std::wstring WideOutput(const CChildProcess& process) {
     return text;
 }
 
-// Runs the host, which must fail with `exit`, and answers its one line on standard error.
+// Runs the host, which must fail with `exit`; returns its one line on standard error.
 std::string FailureOf(const CLibraryFolder& folder, const std::wstring& words, HostExit exit) {
     const CChildProcess host(folder.PathOf(L"zorvanehost.exe"), words);
     EXPECT_EQ(host.Wait(), Code(exit));
@@ -81,6 +81,7 @@ TEST_F(Host, FailsWhenTheNamedLibraryIsMissing) {
 TEST_F(Host, FailsWhenTheNameOfTheLibraryIsEmpty) {
     m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
     for (const wchar_t* words : {L"--library", L"--library="}) {
+        SCOPED_TRACE(testing::PrintToString(words));
         EXPECT_THAT(FailureOf(m_folder, words, HostExit::kLibraryMissing),
                     HasSubstr("--library wants a path"));
     }

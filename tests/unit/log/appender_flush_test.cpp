@@ -108,6 +108,7 @@ TEST_F(AppenderFlush, OpensTheFileToAppendUntranslatedBytesAndSharesIt) {
 TEST_F(AppenderFlush, AnswersTheSizeOfTheFileThatItFoundAndOfWhatItAdded) {
     WriteFileBytes(m_path, "of a neighbour\r\n");
     for (const wchar_t* text : {L"first", L"second line"}) {
+        SCOPED_TRACE(testing::PrintToString(text));
         const int size = m_appender.Flush(text, false);
         EXPECT_EQ(size, FileSize());
     }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr __time64_t kSeconds = 1731715805;
 
-// What stands behind a moment in the local time zone.
+// The parts of a local time.
 struct Moment {
     int month;
     int day;
@@ -25,7 +25,7 @@ constexpr Moment kMoment = {11, 16, 0, 10, 5, 123};
 
 class AppenderLine : public testing::Test {
   protected:
-    // The bytes that one flush of `text` puts into the file at `moment`.
+    // The bytes that flushing `text` at `moment` writes to the file.
     std::string Write(const std::wstring& text, const Moment& moment = kMoment,
                       const std::wstring& tag = L"E", DWORD process = 4242, DWORD thread = 4711) {
         ZorLog::LogAppender appender(m_path.c_str(), tag.c_str());

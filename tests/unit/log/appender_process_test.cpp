@@ -111,7 +111,7 @@ TEST_F(LogProcesses, ThatWriteAtOnceLoseNoLineAndTearNone) {
     second.Begin("burst " + std::to_string(kLines));
     first.Finish();
     second.Finish();
-    // What stayed queued while the other one wrote goes out with the end marker.
+    // The lines queued while the other process wrote are written with the end marker.
     first.Do("close");
     second.Do("close");
 

@@ -53,7 +53,7 @@ TEST(CriticalSection, KeepsOtherThreadsOutUntilItIsLeftAsOftenAsItWasEntered) {
     lock.Lock();
     std::promise<void> blocked;
     std::atomic<bool> ownerLeft = false;
-    // The threading library has critical sections, too.
+    // The threading library uses critical sections too; only the log's are recorded.
     thread_local bool t_trying = false;
     PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
         if (std::exchange(t_trying, false)) {

@@ -13,7 +13,7 @@ using Texts = std::vector<std::string>;
 
 constexpr long kLimit = 104857600;
 
-// A log whose file seems to hold `found` bytes when it is opened, and whose lines count one byte.
+// A log whose file appears to have `found` bytes when opened, and whose every line counts one byte.
 class LogLimit : public testing::Test {
   protected:
     ~LogLimit() override { m_logger.Close(); }
@@ -105,7 +105,7 @@ TEST_F(LogLimit, IsNeverPassedByANegativeSize) {
 
 TEST_F(LogLimit, WaitsForANeighbourBeforeTheFullMarker) {
     Open(kLimit - 2);
-    // The message's own try succeeds; the marker's does not.
+    // Writing the message succeeds, writing the marker fails.
     int tries = 0;
     const CMutexWaits waits(
         [&](HANDLE, DWORD) -> DWORD { return ++tries == 2 ? WAIT_TIMEOUT : WAIT_OBJECT_0; });

@@ -101,7 +101,7 @@ TEST_F(LoggerLock, LetsOneOfManyThreadsInAtATimeAndNoLineIsLostOrTorn) {
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([this, thread] {
             for (int line = 0; line < kLines; ++line) {
-                // Lengths differ, so that a torn line shows.
+                // Lines of different lengths make a torn line visible.
                 const std::wstring text = std::to_wstring(thread) + L":" + std::to_wstring(line) +
                                           std::wstring(static_cast<size_t>(line), L'.');
                 m_logger->Write(text.c_str());

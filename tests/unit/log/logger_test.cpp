@@ -18,7 +18,7 @@ namespace {
 using Texts = std::vector<std::string>;
 using ZorLog::Logger;
 
-// A neighbour that has the mutex and gives it to whoever waits.
+// Owns the mutex and releases it as soon as somebody waits.
 DWORD BusyAtFirst(HANDLE, DWORD timeoutMs) { return timeoutMs == 0 ? WAIT_TIMEOUT : WAIT_OBJECT_0; }
 
 class LoggerTest : public testing::Test {
@@ -28,7 +28,7 @@ class LoggerTest : public testing::Test {
     void Init() { m_logger.Init(m_path.c_str(), L"E"); }
     Texts Lines() const { return LogTexts(m_path); }
 
-    // The threshold, asked for from outside.
+    // The threshold, found through IsEnabled.
     int Threshold() {
         int level = -5;
         while (level < 10 && !m_logger.IsEnabled(level)) {
@@ -136,6 +136,7 @@ TEST_F(LoggerTest, LevelThreeWritesTheOffMarkerEachTime) {
 TEST_F(LoggerTest, OtherLevelsWriteTheChangeMarkerAlsoWhenTheLevelStays) {
     Init();
     for (const int level : {1, 1, 0, 2, 4, -1}) {
+        SCOPED_TRACE(level);
         m_logger.SetLevel(level);
         EXPECT_EQ(Threshold(), level);
     }

@@ -1,4 +1,4 @@
-/** What tests of the log look at. */
+/** Helpers for tests of the log. */
 #pragma once
 
 #include <ctime>
@@ -13,8 +13,8 @@ std::vector<std::string> LogTexts(const std::wstring& path);
 /** The name of the mutex that the users of the log at `path` share. */
 std::wstring LogMutexName(const std::wstring& path);
 
-/** Where the program keeps the address of _localtime64_s, which is not in its import table. */
+/** The pointer through which the program calls _localtime64_s: MinGW resolves it at run time. */
 void** LocalTimeEntry();
 
-/** A patch of that entry. */
+/** A patch of that pointer. */
 using CLocalTimePatch = CImportPatch<errno_t(tm*, const __time64_t*)>;

@@ -1,4 +1,4 @@
-/** A neighbour that keeps the log's mutex. */
+/** A thread that owns the log's mutex. */
 #pragma once
 
 #include <windows.h>
@@ -6,6 +6,8 @@
 #include <future>
 #include <string>
 #include <thread>
+
+#include "base/handle.h"
 
 /**
  * Creates the named mutex, if need be, and owns it on a thread of its own from construction until
@@ -29,10 +31,10 @@ class CMutexHolder {
     void Hold(std::promise<DWORD> taken);
     void End(bool release);
 
-    HANDLE m_mutex;
+    zorvane::CUniqueHandle m_mutex;
     std::promise<bool> m_release;
     std::thread m_thread;
 };
 
-/** True when a thread of no further part could take the named mutex now; gives it back. */
+/** Whether an uninvolved thread can take the named mutex now; it is released again. */
 bool IsMutexFree(const std::wstring& name);

@@ -10,9 +10,9 @@
 #include "tests/support/importpatch.h"
 
 /**
- * Notes every WaitForSingleObject of the thread that makes it, for its own life, and lets `answer`
- * reply to them. Without one they really wait, as those of other threads always do: GoogleTest
- * watches threads of its own.
+ * Records every WaitForSingleObject of the thread that creates it and returns what `answer`
+ * returns; without `answer` they really wait. Calls of other threads always do: GoogleTest waits
+ * for threads of its own.
  */
 class CMutexWaits {
   public:

@@ -62,6 +62,7 @@ TEST_F(ProcessLogger, IsMadeAtTheFirstCallUnderALockAndThenFoundWithoutOne) {
 
 TEST_F(ProcessLogger, IsOneForThreadsThatAskAtOnce) {
     for (int round = 0; round < 50; ++round) {
+        SCOPED_TRACE(round);
         ZorLog::ShutdownLogger();
         std::promise<void> start;
         const std::shared_future<void> started = start.get_future().share();

@@ -36,6 +36,7 @@ TEST_F(NvmlApiGarbage, EndsATextThatFillsItsHundredCharactersWithoutANul) {
 
 TEST_F(NvmlApiGarbage, TakesEveryCodeButZeroForAFailureAlsoOutsideTheEnumeration) {
     for (const nvmlReturn_t code : {1, 29, 998, 999, 1000, 123456, INT_MAX, -1, INT_MIN}) {
+        SCOPED_TRACE(code);
         m_library.calls.clear();
         m_library.results = {{"nvmlDeviceGetTemperature", code}};
         uint32_t celsius = 77;

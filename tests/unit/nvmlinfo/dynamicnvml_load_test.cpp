@@ -105,6 +105,7 @@ TEST_F(NvmlApiLoad, BindsTheNewestPciInfoThatIsThere) {
     nvmlPciInfo_t pci{};
     for (const char* name :
          {"nvmlDeviceGetPciInfo_v3", "nvmlDeviceGetPciInfo_v2", "nvmlDeviceGetPciInfo"}) {
+        SCOPED_TRACE(name);
         NvmlApi nvml{};
         ASSERT_NE(nvml.Load(kPath), 0);
         EXPECT_TRUE(nvml.PciInfo(0, pci));
@@ -172,6 +173,7 @@ TEST_F(NvmlApiLoad, FailsAndLogsWithoutTheCountEntryPointBeforeNvmlStarts) {
 
 TEST_F(NvmlApiLoad, FailsAndLogsTheCodeWhenNvmlDoesNotStart) {
     for (const nvmlReturn_t code : {1, 9, 999, 12345, -1, INT_MIN}) {
+        SCOPED_TRACE(code);
         CTestLog log;
         m_library.calls.clear();
         m_library.results["nvmlInit_v2"] = code;

@@ -146,6 +146,7 @@ class NvmlApiReading : public testing::Test {
 TEST_F(NvmlApiReading, LooksTheHandleUpAnewThenCallsWithIt) {
     Load();
     for (const Reading& reading : AllReadings()) {
+        SCOPED_TRACE(reading.function);
         m_library.calls.clear();
         EXPECT_EQ(reading.read(m_nvml, 1), reading.answer) << reading.function;
         std::vector<std::string> expected{kLookUp};
@@ -193,6 +194,7 @@ TEST_F(NvmlApiReading, HandsAFailedLookUpToTheErrorStringAndIgnoresTheHandleThat
     Load();
     m_library.results["nvmlDeviceGetHandleByIndex_v2"] = 15;
     for (const Reading& reading : AllReadings()) {
+        SCOPED_TRACE(reading.function);
         m_library.calls.clear();
         EXPECT_EQ(reading.read(m_nvml, 1), reading.failed) << reading.function;
         EXPECT_THAT(m_library.calls, ElementsAre(kLookUp, "nvmlErrorString(15)"));
@@ -203,6 +205,7 @@ TEST_F(NvmlApiReading, DoesNotCallWithANullHandleFromALookUpThatSucceeded) {
     Load();
     m_library.nullHandles = true;
     for (const Reading& reading : AllReadings()) {
+        SCOPED_TRACE(reading.function);
         m_library.calls.clear();
         EXPECT_EQ(reading.read(m_nvml, 1), reading.failed) << reading.function;
         EXPECT_THAT(m_library.calls, ElementsAre(kLookUp));
@@ -212,6 +215,7 @@ TEST_F(NvmlApiReading, DoesNotCallWithANullHandleFromALookUpThatSucceeded) {
 TEST_F(NvmlApiReading, HandsAFailureToTheErrorStringAndUsesNothingOfWhatTheCallWrote) {
     Load();
     for (const Reading& reading : AllReadings()) {
+        SCOPED_TRACE(reading.function);
         m_library.calls.clear();
         m_library.results = {{reading.function, 3}};
         EXPECT_EQ(reading.read(m_nvml, 1), reading.failed) << reading.function;

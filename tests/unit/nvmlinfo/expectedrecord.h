@@ -1,4 +1,4 @@
-/** What a GPU record must be, byte by byte. */
+/** The expected bytes of a GPU record. */
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include "tests/support/fakenvml.h"
 #include "tests/support/fakeprocess.h"
 
-/** A record put together by offsets, apart from the wire header. */
+/** A record built from offsets, independently of the wire header. */
 class CExpectedRecord {
   public:
     /** Zero but for the kind, the GPU's place and a fan speed that is not known. */

@@ -17,7 +17,7 @@ constexpr size_t kName = 104;
 constexpr size_t kBusId = 412;
 constexpr uint32_t kThreadAnsiCodePage = 3;
 
-// The texts of a dynamic record; the static ones go the same way.
+// The texts of a dynamic record; static records share the code.
 class NvmlRecordText : public testing::Test {
   protected:
     void SetUp() override {

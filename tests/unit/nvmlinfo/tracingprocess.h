@@ -1,4 +1,4 @@
-/** A host that writes what the task asks of it into the list of the library's calls. */
+/** A fake process whose calls are recorded among those of the library. */
 #pragma once
 
 #include <functional>

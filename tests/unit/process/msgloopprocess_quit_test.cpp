@@ -31,6 +31,7 @@ TEST(MsgLoopProcessQuit, HasAManualResetEventOfItsOwn) {
 
 TEST(MsgLoopProcessQuit, SetsTheEventThenPostsTheCloseMessageAndAnswersItsResult) {
     for (const BOOL result : {TRUE, FALSE, 7}) {
+        SCOPED_TRACE(result);
         CTestedProcess quitting;
         bool postedAfterSetting = false;
         PATCH_IMPORT(post, PostMessageW, [&](HWND, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -162,7 +163,7 @@ TEST(MsgLoopProcessQuit, WaitersOnOtherThreadsLetGoBeforeTheEventIsClosed) {
         inWait = true;
         waiting.Set();
         const DWORD result = wait.Original(object, timeout);
-        // Gives a loop thread that does not care every chance to close the event meanwhile.
+        // Gives a loop thread that wrongly does not wait the time to close the event.
         for (int turn = 0; turn < 1000 && !closedUnderWaiter; ++turn) {
             SwitchToThread();
         }

@@ -1,4 +1,4 @@
-// A thousand workers, each stopped at another moment in another way.
+// A thousand workers, stopped at different moments in different ways.
 #include <gtest/gtest.h>
 
 #include <process.h>
@@ -90,7 +90,7 @@ class CHandleWatch {
     std::atomic<int> lateSets{0};
 
   private:
-    // Gives a loop thread that does not care the chance to end before the work thread.
+    // Gives a loop thread that wrongly does not wait the time to end before the work thread.
     void WaitForWrongEnd() const {
         if (threadCloses > 0) {
             hasReturned.WaitAWhile();

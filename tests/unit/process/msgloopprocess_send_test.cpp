@@ -140,6 +140,7 @@ TEST(MsgLoopProcessSend, CutsTheEntryNameInTaskDataAt31Characters) {
     CTestLog log;
     for (const size_t length :
          {size_t{0}, size_t{1}, size_t{30}, size_t{31}, size_t{32}, size_t{40}}) {
+        SCOPED_TRACE(length);
         CRecordingStub stub;
         std::wstring entry(length, L'e');
         for (size_t index = 0; index < length; ++index) {

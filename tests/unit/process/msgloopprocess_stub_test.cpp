@@ -4,6 +4,8 @@
 #include <process.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cstring>
 
 #include "tests/support/importpatch.h"
@@ -57,6 +59,7 @@ TEST(MsgLoopProcessHello, IsOnePayloadOf72BytesWithEntryAndWindow) {
 TEST(MsgLoopProcessHello, CutsTheEntryNameAt31Characters) {
     CTestLog log;
     for (const size_t length : {size_t{31}, size_t{32}, size_t{40}}) {
+        SCOPED_TRACE(length);
         CRecordingStub stub;
         CRunningProcess process(CommandLine(stub, std::wstring(length, L'e')));
         ASSERT_TRUE(WaitForAny(stub, 1));
@@ -215,6 +218,7 @@ TEST(MsgLoopProcessStop, CountsWhoeverSendsIt) {
     CTestLog log;
     const HWND senders[] = {nullptr, GetDesktopWindow()};
     for (const HWND sender : senders) {
+        SCOPED_TRACE(sender);
         CTestedProcess process;
         const COPYDATASTRUCT data{kCopyDataStop, 0, nullptr};
         EXPECT_EQ(Ask(process, WM_COPYDATA, reinterpret_cast<WPARAM>(sender),
@@ -299,6 +303,29 @@ TEST(MsgLoopProcessMessages, LeavesOthersToTheDefault) {
         LRESULT result = 0;
         EXPECT_FALSE(process.ProcessWindowMessage(nullptr, message, 0, 0, result)) << message;
     }
+}
+
+TEST(MsgLoopProcessMessages, OfStrangersStartNoSecondWorkAndDoNotMakeItDeaf) {
+    CTestLog log;
+    CRecordingStub stub;
+    std::atomic<int> works{0};
+    CRunningProcess process(CommandLine(stub, L"e"), [&](CTestedProcess& host) {
+        ++works;
+        host.WaitQuit(INFINITE);
+    });
+    const HWND window = process.Window();
+    ASSERT_TRUE(WaitForAny(stub, 1));
+    for (const UINT message :
+         std::array<UINT, 4>{WM_NCCREATE, WM_CREATE, WM_DESTROY, WM_NCDESTROY}) {
+        EXPECT_EQ(SendMessageW(window, message, 0, 0), 0);
+        PostMessageW(window, message, 0, 0);
+    }
+    // Behind the posted ones.
+    EXPECT_TRUE(SendCode(window, kCopyDataStop));
+    ASSERT_TRUE(process.WaitForEnd());
+    EXPECT_EQ(works, 1);
+    EXPECT_THAT(log.Messages(), Contains(kStopLine).Times(1));
+    EXPECT_THAT(stub.Messages(), SizeIs(1)) << "one hello";
 }
 
 TEST(MsgLoopProcessRun, EndsWithoutTheTimerWhenThereIsNoCommandLine) {

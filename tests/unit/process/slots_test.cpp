@@ -1,4 +1,4 @@
-// Whoever stands in for one of these interfaces relies on the order of its operations.
+// Foreign implementations of these interfaces rely on the order of the operations.
 #include <gtest/gtest.h>
 
 #include "src/process/iprocess.h"
@@ -8,7 +8,7 @@
 
 namespace {
 
-// GCC keeps two destructors side by side where others keep one.
+// GCC uses two slots for a virtual destructor where other compilers use one.
 constexpr size_t kDestructors = 2;
 
 }  // namespace

@@ -1,4 +1,4 @@
-/** A stub window and the command line that names it. */
+/** The command line that names a stub window. */
 #pragma once
 
 #include <string>

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <functional>
+#include <new>
 
 #include "tests/support/importpatch.h"
 #include "tests/unit/process/testevent.h"
@@ -26,7 +27,7 @@ class CTestedThread : public CThread {
     std::function<void()> body = [] {};
 };
 
-// Ends the body of a thread and waits until the thread is gone, whatever the test did.
+// Lets the thread's body return and waits for the thread's end, however the test ended.
 class CBodyThatWaits {
   public:
     explicit CBodyThatWaits(CTestedThread& thread) {
@@ -143,6 +144,7 @@ TEST(Thread, CanBeStartedAgainAfterAFailedStart) {
 TEST(Thread, CanBeStartedAgainAsSoonAsItHasEnded) {
     CTestedThread thread;
     for (int start = 1; start <= 50; ++start) {
+        SCOPED_TRACE(start);
         CTestEvent go;
         thread.body = [&] { ASSERT_TRUE(go.Wait()); };
         thread.Start();
@@ -153,7 +155,7 @@ TEST(Thread, CanBeStartedAgainAsSoonAsItHasEnded) {
         if (start % 2 == 0) {
             ASSERT_TRUE(WaitFor(handle));
         }
-        // Without the wait above the next start comes while this thread is still on its way out.
+        // Without the wait above, the next start would come while this thread is still ending.
         while (thread.ThreadHandle()) {
             SwitchToThread();
         }
@@ -191,7 +193,8 @@ TEST(Thread, EntersASingleThreadedApartmentAndNeverLeavesItItself) {
     CTestEvent go;
     thread.body = [&] {
         ASSERT_TRUE(go.Wait());
-        // A second entering of the other kind is refused on a thread that is in an apartment.
+        // Initialising COM with the other threading model fails on a thread that is in an
+        // apartment.
         inBody = initialise.Original(nullptr, COINIT_MULTITHREADED);
     };
     thread.Start();
@@ -215,6 +218,26 @@ TEST(Thread, RunsItsBodyAlsoWhenTheApartmentIsRefused) {
     body.end.Set();
     ASSERT_TRUE(WaitFor(handle));
     EXPECT_EQ(thread.bodies, 1);
+    CloseHandle(handle);
+}
+
+TEST(Thread, EndsAsUsualWhenItsBodyThrows) {
+    CTestedThread thread;
+    CTestEvent go;
+    thread.body = [&] {
+        EXPECT_TRUE(go.Wait());
+        throw std::bad_alloc();
+    };
+    thread.Start();
+    const HANDLE handle = thread.ThreadHandle();
+    go.Set();
+    ASSERT_TRUE(WaitFor(handle));
+    EXPECT_EQ(thread.ThreadHandle(), nullptr);
+    EXPECT_EQ(thread.ThreadId(), 0u);
+    EXPECT_EQ(thread.RequestStop(), 1);
+    DWORD exitCode = 0;
+    EXPECT_TRUE(GetExitCodeThread(handle, &exitCode));
+    EXPECT_EQ(exitCode, 1u);
     CloseHandle(handle);
 }
 

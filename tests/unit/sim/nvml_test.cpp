@@ -81,6 +81,7 @@ TEST_F(CNvmlTest, NumbersArriveRoundedOneValueARead) {
     const NvmlDevice gpu = nvml.Device(0);
     uint32_t number = 0;
     for (const uint32_t expected : {45u, 47u, 47u, 47u}) {
+        SCOPED_TRACE(expected);
         EXPECT_EQ(nvml.nvmlDeviceGetTemperature(gpu, 0, &number), kNvmlSuccess);
         EXPECT_EQ(number, expected);
     }

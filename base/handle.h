@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <type_traits>
 
 namespace zorvane {
 
@@ -18,5 +19,12 @@ using CUniqueHandle = std::unique_ptr<void, CHandleCloser>;
 inline CUniqueHandle OwnFile(HANDLE file) {
     return CUniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
+
+struct CModuleFreer {
+    void operator()(HMODULE module) const { FreeLibrary(module); }
+};
+
+/** Owns a loaded library; null when there is none. */
+using CUniqueModule = std::unique_ptr<std::remove_pointer_t<HMODULE>, CModuleFreer>;
 
 }  // namespace zorvane

@@ -9,13 +9,13 @@ CPeImage CPeImage::OfModule(HMODULE module) {
 }
 
 CPeImage CPeImage::OfFile(const std::wstring& path) {
-    CUniqueLibrary mapped(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+    CUniqueModule mapped(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_IMAGE_RESOURCE));
     // The two lowest bits of the handle say how the file was mapped.
     const auto base = reinterpret_cast<ULONG_PTR>(mapped.get()) & ~ULONG_PTR{3};
     return {std::move(mapped), reinterpret_cast<const char*>(base)};
 }
 
-CPeImage::CPeImage(CUniqueLibrary mapped, const char* base)
+CPeImage::CPeImage(CUniqueModule mapped, const char* base)
     : m_mapped(std::move(mapped)), m_base(base) {
     if (!base) {
         return;

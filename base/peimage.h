@@ -4,11 +4,12 @@
 #include <windows.h>
 
 #include <cstring>
-#include <memory>
 #include <optional>
 #include <string>
 #include <type_traits>
 #include <vector>
+
+#include "base/handle.h"
 
 namespace zorvane {
 
@@ -74,17 +75,11 @@ class CPeImage {
     std::vector<PeImport> Imports() const;
 
   private:
-    struct LibraryFreer {
-        using pointer = HMODULE;
-        void operator()(HMODULE module) const { FreeLibrary(module); }
-    };
-    using CUniqueLibrary = std::unique_ptr<HMODULE, LibraryFreer>;
-
-    CPeImage(CUniqueLibrary mapped, const char* base);
+    CPeImage(CUniqueModule mapped, const char* base);
 
     std::vector<IMAGE_IMPORT_DESCRIPTOR> ImportDescriptors() const;
 
-    CUniqueLibrary m_mapped;
+    CUniqueModule m_mapped;
     const char* m_base = nullptr;
     const IMAGE_NT_HEADERS64* m_headers = nullptr;
 };

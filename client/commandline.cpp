@@ -2,26 +2,9 @@
 
 #include <cstdint>
 
-namespace zorvane {
+#include "base/commandline.h"
 
-std::wstring QuoteWord(std::wstring_view word) {
-    if (!word.empty() && word.find_first_of(L" \t\n\v\"") == std::wstring_view::npos) {
-        return std::wstring(word);
-    }
-    // Backslashes are doubled only where a quotation mark follows, ours at the end included.
-    std::wstring quoted = L"\"";
-    size_t backslashes = 0;
-    for (const wchar_t c : word) {
-        if (c == L'"') {
-            quoted.append(backslashes + 1, L'\\');
-        }
-        backslashes = c == L'\\' ? backslashes + 1 : 0;
-        quoted += c;
-    }
-    quoted.append(backslashes, L'\\');
-    quoted += L'"';
-    return quoted;
-}
+namespace zorvane {
 
 std::wstring WindowText(HWND window) {
     return std::to_wstring(static_cast<int32_t>(reinterpret_cast<intptr_t>(window)));

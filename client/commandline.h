@@ -1,10 +1,9 @@
-/** A worker's command line, quoted so that CommandLineToArgvW gives back exactly the same words. */
+/** A worker's command line. */
 #pragma once
 
 #include <windows.h>
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "base/environment.h"
@@ -25,9 +24,6 @@ struct WorkerCommand {
     /** What the worker's environment holds besides, or instead of, the stub's own. */
     std::vector<EnvironmentChange> environment;
 };
-
-/** One word, quoted only if it must be. */
-std::wstring QuoteWord(std::wstring_view word);
 
 /** The value of --wnd: a window handle has 32 significant bits and travels as a signed decimal. */
 std::wstring WindowText(HWND window);

@@ -36,7 +36,7 @@ std::optional<CallError> CWorkerProcess::Start(const WorkerCommand& command, HWN
         error.call += " " + ToUtf8(command.host);
         return error;
     }
-    CloseHandle(created.hThread);
+    const CUniqueHandle thread(created.hThread);
     m_process.reset(created.hProcess);
     m_id = created.dwProcessId;
     m_notice = {endWindow, endMessage};

@@ -16,8 +16,7 @@ file(MAKE_DIRECTORY "${ZORVANE_TEST_RESULTS_DIR}")
 # optimiser to pay, and its symbols help nobody under Wine; the debug preset has both as a debugger
 # wants them.
 function(zorvane_test_options target)
-  target_compile_options(${target} PRIVATE
-    $<$<CONFIG:Release>:-O0;-g0;-fno-function-sections;-fno-data-sections>)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0;-g0>)
   target_link_options(${target} PRIVATE $<$<CONFIG:Release>:-s>)
   set_target_properties(${target} PROPERTIES ZORVANE_QUICK_LINK TRUE)
 endfunction()

@@ -24,14 +24,12 @@ target_include_directories(zorvane_options INTERFACE
 target_compile_definitions(zorvane_options INTERFACE
   UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 WINVER=0x0A00)
 
-# No -fdata-sections: for Windows the compiler then writes zeroed data into the file.
 target_compile_options(zorvane_options INTERFACE
   -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-qual
   -Wformat=2 -Wundef -Wvla
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual -Wextra-semi
     -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wsuggest-override
-    -Wzero-as-null-pointer-constant>
-  -ffunction-sections)
+    -Wzero-as-null-pointer-constant>)
 
 # Nothing of the machine that builds may show in what is built. Both maps are needed: the debugger's
 # paths and __FILE__. As options of the folder they stand before a target's own: the last one wins.
@@ -40,9 +38,15 @@ add_compile_options(
   "-fdebug-prefix-map=${CMAKE_BINARY_DIR}=build"
   "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=./")
 
+# What nothing uses stays out of a program, unless it has the property ZORVANE_QUICK_LINK: the linker
+# takes long for that. No -fdata-sections: for Windows the compiler then writes zeroed data into the
+# file.
+set(small "$<NOT:$<BOOL:$<TARGET_PROPERTY:ZORVANE_QUICK_LINK>>>")
+target_compile_options(zorvane_options INTERFACE $<${small}:-ffunction-sections>)
+
 target_link_options(zorvane_options INTERFACE
-  -static $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZORVANE_QUICK_LINK>>>:-Wl,--gc-sections>
-  -Wl,--no-insert-timestamp -Wl,--fatal-warnings -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+  -static $<${small}:-Wl,--gc-sections> -Wl,--no-insert-timestamp -Wl,--fatal-warnings
+  -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
 
 # zorvane_split_debug(target): moves the debugging symbols into "<file>.debug" beside the file.
 # Dates are preserved because a rebuild of one commit gives the same bytes.

@@ -1,5 +1,5 @@
-// {fmt}'s one source file. Debian packages it as a Linux library only, so the cross build compiles it
-// from the headers: once here instead of header-only in every file that formats something.
+// {fmt}'s one source file. Debian packages it as a Linux library only, so the cross build compiles
+// it from the headers: once here instead of header-only in every file that formats something.
 #include <fmt/format-inl.h>
 
 FMT_BEGIN_NAMESPACE

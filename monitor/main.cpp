@@ -1,12 +1,11 @@
 // zorvanemon.exe: a command-line stub. Its options and exit codes: zorvanemon --help.
 #include <windows.h>
-// After windows.h, which it needs.
-#include <shellapi.h>
 
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "base/commandline.h"
 #include "base/modulepath.h"
 #include "base/text.h"
 #include "monitor/commands/command.h"
@@ -18,13 +17,13 @@ namespace {
 
 // The words behind the program's name in UTF-8; main's own are in the system's code page.
 std::vector<std::string> CommandLineWords() {
-    int count = 0;
-    LPWSTR* words = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> result;
-    for (int i = 1; i < count; ++i) {
-        result.push_back(zorvane::ToUtf8(words[i]));
+    for (const std::wstring& word : zorvane::SplitCommandLine(GetCommandLineW())) {
+        result.push_back(zorvane::ToUtf8(word));
     }
-    LocalFree(words);
+    if (!result.empty()) {
+        result.erase(result.begin());
+    }
     return result;
 }
 
@@ -52,5 +51,6 @@ int main() {
         return Say(*end);
     }
     const auto& chosen = std::get<zorvane::Chosen>(parsed);
-    return chosen.command->Run({zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe", chosen.passedOn});
+    return chosen.command->Run(
+        {zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe", chosen.passedOn});
 }

@@ -19,6 +19,8 @@ constexpr unsigned kFullyLoggedCycles = 5;
 
 int CZorvaneProcess::Init() {
     LOG_INFO(L"CZorvaneProcess::Init");
+    // A task that is ready must not fail to be added: it would not be ended either.
+    m_tasks.reserve(2);
     AddNvmlTask();
     if (IsAmdTaskSwitchedOn()) {
         AddAmdTask();
@@ -64,23 +66,30 @@ int CZorvaneProcess::Execute(std::shared_ptr<IProcess> process) {
         return 0;
     }
     IZorvaneTask& self = *this;
-    self.Init();
-    if (process->WaitQuit(0)) {
-        return 0;
+    try {
+        self.Init();
+        if (process->WaitQuit(0)) {
+            return 0;
+        }
+        RunCycles(process);
+    } catch (...) {
+        // Out of memory. The tasks still end in order; the driver service would stay otherwise.
+        self.Uninit();
+        throw;
     }
+    self.Uninit();
+    return 1;
+}
+
+void CZorvaneProcess::RunCycles(const std::shared_ptr<IProcess>& process) {
     unsigned cycles = 0;
-    for (;;) {
+    do {
         RunCycle(process);
         ++cycles;
         if (cycles > kFullyLoggedCycles) {
             ZorLog::SetLogLevel(ZorLog::kLevelOff);
         }
-        if (m_tasks.empty() || process->WaitQuit(kCyclePauseMs)) {
-            break;
-        }
-    }
-    self.Uninit();
-    return 1;
+    } while (!m_tasks.empty() && !process->WaitQuit(kCyclePauseMs));
 }
 
 void CZorvaneProcess::RunCycle(const std::shared_ptr<IProcess>& process) {

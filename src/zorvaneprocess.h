@@ -15,7 +15,10 @@ class CZorvaneProcess final : public IZorvaneTask {
     int Init() override;
     /** The tasks' answers, or-ed together; every task is asked. */
     int IsSupported() override;
-    /** Runs the tasks; 1 when their cycles have ended, 0 when they did not begin. */
+    /**
+     * Runs the tasks; 1 when their cycles have ended, 0 when they did not begin. An exception,
+     * which means that memory ran out, leaves it after the tasks have been dropped.
+     */
     int Execute(std::shared_ptr<IProcess> process) override;
     /** Drops all tasks. */
     void Uninit() override;
@@ -23,6 +26,7 @@ class CZorvaneProcess final : public IZorvaneTask {
   private:
     void AddNvmlTask();
     void AddAmdTask();
+    void RunCycles(const std::shared_ptr<IProcess>& process);
     void RunCycle(const std::shared_ptr<IProcess>& process);
 
     std::vector<std::shared_ptr<IZorvaneTask>> m_tasks;

@@ -8,20 +8,23 @@
 namespace zorvane {
 namespace {
 
-// Edits that make one text of the other (Levenshtein's distance).
+// Edits that make one text of the other, two letters in the wrong order being one edit
+// (Damerau's and Levenshtein's distance).
 size_t Distance(std::string_view left, std::string_view right) {
-    std::vector<size_t> row(right.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < left.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i + 1;
-        for (size_t j = 0; j < right.size(); ++j) {
-            const size_t replaced = diagonal + (left[i] == right[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+    std::vector<std::vector<size_t>> edits(left.size() + 1, std::vector<size_t>(right.size() + 1));
+    std::iota(edits[0].begin(), edits[0].end(), size_t{0});
+    for (size_t i = 1; i <= left.size(); ++i) {
+        edits[i][0] = i;
+        for (size_t j = 1; j <= right.size(); ++j) {
+            const bool isSame = left[i - 1] == right[j - 1];
+            edits[i][j] = std::min(
+                {edits[i - 1][j - 1] + (isSame ? 0 : 1), edits[i - 1][j] + 1, edits[i][j - 1] + 1});
+            if (i > 1 && j > 1 && left[i - 1] == right[j - 2] && left[i - 2] == right[j - 1]) {
+                edits[i][j] = std::min(edits[i][j], edits[i - 2][j - 2] + 1);
+            }
         }
     }
-    return row.back();
+    return edits.back().back();
 }
 
 }  // namespace

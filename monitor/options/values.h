@@ -24,7 +24,7 @@ std::optional<std::chrono::milliseconds> ParseSeconds(std::string_view text);
 
 /**
  * Of `known`, what the text was probably meant to be: letter case does not matter, and one letter
- * in three may be wrong, missing or too many. Empty if it is like none.
+ * in three may be wrong, missing, too many or in its neighbour's place. Empty if it is like none.
  */
 std::optional<std::string> Nearest(std::string_view text, const std::vector<std::string>& known);
 

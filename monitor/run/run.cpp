@@ -118,6 +118,8 @@ void CRun::CheckViews() {
         }
         Note(Describe(failure->error));
         End(EndReason::kOutputFailed);
+        // Graver than any other reason to end, that of a source that has ended just now included.
+        m_ending = true;
         m_facts.reason = EndReason::kOutputFailed;
         return;
     }

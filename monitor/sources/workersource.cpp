@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "client/restart.h"
 #include "base/text.h"
+#include "client/restart.h"
 
 namespace zorvane {
 namespace {
@@ -170,7 +170,9 @@ void CWorkerSource::OnExit(const WorkerExit& exit) {
                               "CPU sensor could be read, see the log " +
                                   LogPath(m_options.worker)});
     }
-    m_end = exit.kind == ExitKind::kHostFailure ? EndReason::kNotStarted : EndReason::kWorkerEnded;
+    // A host that was ended by force has not said that anything is wrong.
+    const bool hasFailed = exit.kind == ExitKind::kHostFailure && !exit.forced;
+    m_end = hasFailed ? EndReason::kNotStarted : EndReason::kWorkerEnded;
 }
 
 std::optional<std::chrono::milliseconds> CWorkerSource::RestartAfter(const WorkerExit& exit) {

@@ -1,5 +1,6 @@
-// zorvanesimhost: zorvanehost on the simulated processor. Loads the same library, unmodified, and
-// lets its CPUID instructions answer as the scenario says.
+// zorvanesimhost: zorvanehost on the simulated machine. Loads the same library, unmodified, and
+// lets its CPUID instructions and the Windows functions that it imports answer as the scenario
+// says.
 #include <windows.h>
 
 #include <filesystem>
@@ -7,12 +8,14 @@
 #include "base/librarysearch.h"
 #include "base/modulepath.h"
 #include "base/text.h"
+#include "base/textstream.h"
 #include "cpuidimage.h"
 #include "host/hostwords.h"
 #include "host/reporterror.h"
 #include "host/runworker.h"
 #include "host/workerlibrary.h"
 #include "sim/cpu/cpuidpatch.h"
+#include "sim/machine/simulatemachine.h"
 #include "sim/scenario/jsonplace.h"
 #include "sim/scenario/scenariofile.h"
 
@@ -40,14 +43,10 @@ int Fail(const std::wstring& error, int code) {
 }
 
 // Loads the library, patches it and stays in it until the worker has ended.
-int RunOn(const Scenario& scenario) {
-    std::wstring error;
-    const HostWords words = ReadHostWords(GetCommandLineW(), error);
-    if (!error.empty()) {
-        return Fail(error, static_cast<int>(HostExit::kBadWord));
-    }
+int RunOn(Scenario& scenario, const HostWords& words) {
     const std::wstring path = LibraryPath(words);
     CWorkerLibrary library;
+    std::wstring error;
     const HostExit loaded = library.Load(path, error);
     if (loaded != HostExit::kOrderlyEnd) {
         return Fail(error, static_cast<int>(loaded));
@@ -59,6 +58,9 @@ int RunOn(const Scenario& scenario) {
         return Fail(L"the processor cannot be simulated in " + path + L": " + error,
                     kProcessorNotSimulated);
     }
+    if (scenario.machine) {
+        SimulateMachine(static_cast<HMODULE>(library.Base()), *scenario.machine);
+    }
     RunWorker(library, words);
     return static_cast<int>(HostExit::kOrderlyEnd);
 }
@@ -68,9 +70,19 @@ int RunOn(const Scenario& scenario) {
 int main() {
     zorvane::NarrowLibrarySearch();
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+    std::wstring error;
+    const HostWords words = ReadHostWords(GetCommandLineW(), error);
+    if (words.help) {
+        return zorvane::WriteText(GetStdHandle(STD_OUTPUT_HANDLE), kHostHelp) ? 1 : 0;
+    }
+    if (!error.empty()) {
+        return Fail(error, static_cast<int>(HostExit::kBadWord));
+    }
     try {
-        return RunOn(LoadScenario(ScenarioPath()));
-    } catch (const CScenarioError& error) {
-        return Fail(zorvane::ToWide(error.what()), kScenarioUnusable);
+        // The replaced functions read it until the process ends.
+        static Scenario s_scenario = LoadScenario(ScenarioPath());
+        return RunOn(s_scenario, words);
+    } catch (const CScenarioError& unusable) {
+        return Fail(zorvane::ToWide(unusable.what()), kScenarioUnusable);
     }
 }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/handle.h"
 #include "sim/platform/device.h"
 #include "sim/scenario/calllog.h"
 #include "sim/scenario/environment.h"
@@ -15,7 +16,7 @@ namespace {
 
 constexpr wchar_t kDriverDevice[] = L"\\\\.\\AMDRyzenMasterDriverV15";
 
-HANDLE s_driver = INVALID_HANDLE_VALUE;
+zorvane::CUniqueHandle s_driver;
 
 uint64_t Init(SlotObject*, const void* first, const void* second);
 void UnInit(SlotObject*);
@@ -38,12 +39,12 @@ void Log(const char* function, const std::string& arguments, const char* result 
 
 // The driver stays open while the library runs, as it would with the real one.
 bool OpenDriver() {
-    if (s_driver == INVALID_HANDLE_VALUE) {
-        s_driver = CreateFileW(kDriverDevice, GENERIC_READ | GENERIC_WRITE,
-                               FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                               FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (!s_driver) {
+        s_driver = zorvane::OwnFile(CreateFileW(kDriverDevice, GENERIC_READ | GENERIC_WRITE,
+                                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     }
-    return s_driver != INVALID_HANDLE_VALUE;
+    return s_driver != nullptr;
 }
 
 bool Start() {
@@ -65,10 +66,7 @@ uint64_t Init(SlotObject*, const void* first, const void* second) {
 void UnInit(SlotObject*) {
     DisturbPlatformCall(kPlatformUnInit, "");
     StopDevices();
-    if (s_driver != INVALID_HANDLE_VALUE) {
-        CloseHandle(s_driver);
-        s_driver = INVALID_HANDLE_VALUE;
-    }
+    s_driver.reset();
     Log(kPlatformUnInit, "");
 }
 

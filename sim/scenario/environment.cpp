@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "base/processidentity.h"
 #include "base/textstream.h"
 
 namespace {
@@ -12,19 +13,10 @@ ULONGLONG Ticks(const FILETIME& time) {
     return (ULONGLONG{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
-ULONGLONG ProcessCreationTicks() {
-    FILETIME created{};
-    FILETIME exited{};
-    FILETIME kernel{};
-    FILETIME user{};
-    GetProcessTimes(GetCurrentProcess(), &created, &exited, &kernel, &user);
-    return Ticks(created);
-}
-
 }  // namespace
 
 double SecondsSinceProcessStart() {
-    static const ULONGLONG s_created = ProcessCreationTicks();
+    static const ULONGLONG s_created = zorvane::OwnIdentity().creationTime;
     FILETIME now{};
     GetSystemTimePreciseAsFileTime(&now);
     // A clock that was set back must not give a negative time.

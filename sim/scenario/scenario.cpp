@@ -46,6 +46,7 @@ Scenario ParseScenario(const std::string& json) {
                  scenario.cpu = ReadCpu(value);
              }
          }},
+        {"machine", [&](const CJsonPlace& value) { scenario.machine = ReadMachine(value); }},
     });
     return scenario;
 }

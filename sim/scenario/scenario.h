@@ -8,6 +8,7 @@
 
 #include "sim/scenario/cpu.h"
 #include "sim/scenario/gpu.h"
+#include "sim/scenario/machine.h"
 #include "sim/scenario/results.h"
 
 /** What a broken driver writes. */
@@ -32,6 +33,8 @@ struct Scenario {
     std::optional<uint32_t> crashAfterReadings;
     /** Absent: the real processor shows, and the vendor's library does not start. */
     std::optional<Cpu> cpu;
+    /** Absent: Windows answers as it does on the real machine. */
+    std::optional<Machine> machine;
 };
 
 /** Reads a scenario from JSON text. Throws CScenarioError that names the place. */

@@ -4,11 +4,11 @@
 #include <windows.h>
 
 #include <memory>
+#include <type_traits>
 
 struct ServiceHandleCloser {
-    using pointer = SC_HANDLE;
     void operator()(SC_HANDLE handle) const { CloseServiceHandle(handle); }
 };
 
 /** Owns the handle; null when there is none. */
-using CServiceHandle = std::unique_ptr<SC_HANDLE, ServiceHandleCloser>;
+using CServiceHandle = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, ServiceHandleCloser>;

@@ -7,6 +7,9 @@
 #include <sys/stat.h>
 #include <sys/timeb.h>
 #include <time.h>
+#include <wchar.h>
+
+#include <exception>
 
 #include "src/log/criticalsectionguard.h"
 
@@ -19,13 +22,6 @@ std::wstring MutexName(std::wstring path) {
     std::erase(path, L':');
     std::erase(path, L'\\');
     return path;
-}
-
-// std::to_wstring would bring MinGW's own printf, 15 KB of it.
-std::wstring Decimal(DWORD number) {
-    wchar_t digits[11] = {};
-    _snwprintf(digits, ARRAYSIZE(digits) - 1, L"%lu", number);
-    return digits;
 }
 
 std::wstring Stamp(const std::wstring& tag) {
@@ -50,25 +46,40 @@ std::string ToAnsi(const std::wstring& text) {
     return bytes;
 }
 
+// Tells the debugger; says nothing when there is no memory for the text.
+void ReportOpenError(const wchar_t* path, errno_t error) noexcept {
+    // std::to_wstring would bring MinGW's own printf, 30 KB of it.
+    wchar_t number[12] = {};
+    _snwprintf(number, ARRAYSIZE(number) - 1, L"%d", error);
+    try {
+        const std::wstring message =
+            std::wstring(L"open ") + path + L" error. [" + number + L"]\r\n";
+        OutputDebugStringW(message.c_str());
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
 }  // namespace
 
 LogAppender::LogAppender(const wchar_t* path, const wchar_t* tag)
     : m_path(path ? path : L""), m_mutexName(MutexName(m_path)), m_tag(tag ? tag : L"") {
     InitializeCriticalSection(&m_queueLock);
-    std::wstring debugMessage;
+    wchar_t debugMessage[64] = {};
     m_mutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, m_mutexName.c_str());
     if (!m_mutex) {
         _wremove(m_path.c_str());
         m_mutex = CreateMutexW(nullptr, FALSE, m_mutexName.c_str());
         if (!m_mutex) {
-            debugMessage = L"CreateMutex failed with " + Decimal(GetLastError()) + L"\n";
+            _snwprintf(debugMessage, ARRAYSIZE(debugMessage) - 1, L"CreateMutex failed with %u\n",
+                       static_cast<unsigned>(GetLastError()));
         }
     }
     if (WaitForSingleObject(m_mutex, 0) != WAIT_OBJECT_0) {
-        debugMessage = L"Lock failed\n";
+        wcscpy_s(debugMessage, L"Lock failed\n");
     }
-    if (!debugMessage.empty()) {
-        OutputDebugStringW(debugMessage.c_str());
+    if (debugMessage[0] != L'\0') {
+        OutputDebugStringW(debugMessage);
     }
     ReleaseMutex(m_mutex);
 }
@@ -81,14 +92,18 @@ LogAppender::~LogAppender() {
     }
 }
 
-void LogAppender::Append(const wchar_t* text) {
-    std::string line = ToAnsi(Stamp(m_tag) + text);
-    line += "\r\n";
-    const CCriticalSectionGuard guard(m_queueLock);
-    m_pending.push_back(std::move(line));
+void LogAppender::Append(const wchar_t* text) noexcept {
+    try {
+        std::string line = ToAnsi(Stamp(m_tag) + text);
+        line += "\r\n";
+        const CCriticalSectionGuard guard(m_queueLock);
+        m_pending.push_back(std::move(line));
+    } catch (const std::exception&) {
+        return;
+    }
 }
 
-int LogAppender::Flush(const wchar_t* text, bool force) {
+int LogAppender::Flush(const wchar_t* text, bool force) noexcept {
     Append(text);
     if (m_needOpen) {
         m_size = OpenLogFile(m_fd, m_path.c_str());
@@ -102,7 +117,7 @@ int LogAppender::Flush(const wchar_t* text, bool force) {
     return m_size;
 }
 
-bool LogAppender::TakeMutex(bool force) {
+bool LogAppender::TakeMutex(bool force) noexcept {
     // Earlier handles are left open until the process ends: that the mutex exists is how a process
     // that starts knows that the file is in use.
     m_mutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, m_mutexName.c_str());
@@ -121,7 +136,7 @@ bool LogAppender::TakeMutex(bool force) {
     return false;
 }
 
-void LogAppender::WritePending() {
+void LogAppender::WritePending() noexcept {
     std::vector<std::string> lines;
     {
         const CCriticalSectionGuard guard(m_queueLock);
@@ -132,7 +147,7 @@ void LogAppender::WritePending() {
     }
 }
 
-void LogAppender::Reset() {
+void LogAppender::Reset() noexcept {
     if (!m_needOpen) {
         if (m_fd != -1) {
             _close(m_fd);
@@ -146,13 +161,11 @@ void LogAppender::Reset() {
     Append(L"-------log reset");
 }
 
-int LogAppender::OpenLogFile(int& fd, const wchar_t* path) {
+int LogAppender::OpenLogFile(int& fd, const wchar_t* path) noexcept {
     const errno_t error = _wsopen_s(&fd, path, _O_WRONLY | _O_APPEND | _O_CREAT | _O_BINARY,
                                     _SH_DENYNO, _S_IREAD | _S_IWRITE);
     if (error != 0) {
-        const std::wstring message = std::wstring(L"open ") + path + L" error. [" +
-                                     Decimal(static_cast<DWORD>(error)) + L"]\r\n";
-        OutputDebugStringW(message.c_str());
+        ReportOpenError(path, error);
     }
     if (fd == -1) {
         return -1;

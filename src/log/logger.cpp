@@ -3,6 +3,7 @@
 #include <shlwapi.h>
 
 #include <atomic>
+#include <exception>
 #include <new>
 
 #include "src/log/appender.h"
@@ -17,6 +18,24 @@ constexpr int kSizeLimit = 100 * 1024 * 1024;
 
 std::atomic<Logger*> s_logger{nullptr};
 
+// Null without memory.
+std::unique_ptr<LogAppender> MakeAppender(const wchar_t* path, const wchar_t* tag) noexcept {
+    try {
+        return std::make_unique<LogAppender>(path, tag);
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+bool HasMarkerFile(const wchar_t* path) noexcept {
+    try {
+        const std::wstring marker = std::wstring(path ? path : L"") + L".on";
+        return PathFileExistsW(marker.c_str());
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
 }  // namespace
 
 LoggerImpl::LoggerImpl() { InitializeCriticalSection(&m_lock); }
@@ -27,14 +46,13 @@ LoggerImpl::~LoggerImpl() {
     DeleteCriticalSection(&m_lock);
 }
 
-void LoggerImpl::Init(const wchar_t* path, const wchar_t* tag) {
+void LoggerImpl::Init(const wchar_t* path, const wchar_t* tag) noexcept {
     const CCriticalSectionGuard guard(m_lock);
     if (!m_appender) {
-        m_appender.reset(new (std::nothrow) LogAppender(path, tag));
+        m_appender = MakeAppender(path, tag);
     }
     m_threshold = kLevelInformation;
-    const std::wstring marker = std::wstring(path ? path : L"") + L".on";
-    if (PathFileExistsW(marker.c_str())) {
+    if (HasMarkerFile(path)) {
         m_threshold = kLevelAll;
         m_locked = TRUE;
     }
@@ -43,14 +61,14 @@ void LoggerImpl::Init(const wchar_t* path, const wchar_t* tag) {
     }
 }
 
-void LoggerImpl::Reset() {
+void LoggerImpl::Reset() noexcept {
     const CCriticalSectionGuard guard(m_lock);
     if (m_appender) {
         m_appender->Reset();
     }
 }
 
-void LoggerImpl::Close() {
+void LoggerImpl::Close() noexcept {
     if (!m_appender) {
         return;
     }
@@ -58,7 +76,7 @@ void LoggerImpl::Close() {
     m_appender.reset();
 }
 
-void LoggerImpl::SetLevel(int level) {
+void LoggerImpl::SetLevel(int level) noexcept {
     const CCriticalSectionGuard guard(m_lock);
     if (m_locked) {
         return;
@@ -74,12 +92,12 @@ void LoggerImpl::SetLevel(int level) {
     m_appender->Flush(L"-------log lev change", false);
 }
 
-bool LoggerImpl::IsEnabled(int level) {
+bool LoggerImpl::IsEnabled(int level) noexcept {
     const CCriticalSectionGuard guard(m_lock);
     return level >= m_threshold;
 }
 
-void LoggerImpl::Write(const wchar_t* text) {
+void LoggerImpl::Write(const wchar_t* text) noexcept {
     const CCriticalSectionGuard guard(m_lock);
     if (!m_appender) {
         return;
@@ -90,7 +108,7 @@ void LoggerImpl::Write(const wchar_t* text) {
     }
 }
 
-Logger* GetLogger() {
+Logger* GetLogger() noexcept {
     if (Logger* logger = s_logger.load(std::memory_order_acquire)) {
         return logger;
     }
@@ -104,19 +122,19 @@ Logger* GetLogger() {
     return logger;
 }
 
-void InitLogger(const wchar_t* path, const wchar_t* tag) {
+void InitLogger(const wchar_t* path, const wchar_t* tag) noexcept {
     if (Logger* logger = GetLogger()) {
         logger->Init(path, tag);
     }
 }
 
-void SetLogLevel(int level) {
+void SetLogLevel(int level) noexcept {
     if (Logger* logger = GetLogger()) {
         logger->SetLevel(level);
     }
 }
 
-void ShutdownLogger() {
+void ShutdownLogger() noexcept {
     if (!s_logger.load(std::memory_order_acquire)) {
         return;
     }

@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <wchar.h>
 
+#include <exception>
 #include <string_view>
 
 #include "src/log/logger.h"
@@ -29,6 +30,15 @@ std::wstring FormatMessageText(const wchar_t* format, va_list arguments) {
     return text;
 }
 
+std::wstring ComposeLine(const char* path, int line, const wchar_t* format, va_list arguments) {
+    const std::wstring message = FormatMessageText(format, arguments);
+    const std::string prefix = FormatSourcePrefix(path, line);
+    std::wstring text = L"[I]";
+    text.append(prefix.begin(), prefix.end());
+    text.append(message.empty() ? L"(null)" : message);
+    return text;
+}
+
 }  // namespace
 
 std::string FormatSourcePrefix(const char* path, int line) {
@@ -45,24 +55,23 @@ std::string FormatSourcePrefix(const char* path, int line) {
     return prefix;
 }
 
-bool IsSiteEnabled() {
+bool IsSiteEnabled() noexcept {
     Logger* logger = GetLogger();
     return logger && logger->IsEnabled(kLevelInformation);
 }
 
-void WriteSite(const char* path, int line, const wchar_t* format, ...) {
+void WriteSite(const char* path, int line, const wchar_t* format, ...) noexcept {
     va_list arguments;
     va_start(arguments, format);
-    const std::wstring message = FormatMessageText(format, arguments);
-    va_end(arguments);
-
-    const std::string prefix = FormatSourcePrefix(path, line);
-    std::wstring text = L"[I]";
-    text.append(prefix.begin(), prefix.end());
-    text.append(message.empty() ? L"(null)" : message);
-    if (Logger* logger = GetLogger()) {
-        logger->Write(text.c_str());
+    try {
+        const std::wstring text = ComposeLine(path, line, format, arguments);
+        if (Logger* logger = GetLogger()) {
+            logger->Write(text.c_str());
+        }
+    } catch (const std::exception&) {
+        // A log site never fails its caller; the line is dropped.
     }
+    va_end(arguments);
 }
 
 }  // namespace ZorLog

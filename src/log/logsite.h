@@ -12,14 +12,15 @@ namespace ZorLog {
 std::string FormatSourcePrefix(const char* path, int line);
 
 /** True when the process-wide logger wants messages of log sites. */
-bool IsSiteEnabled();
+bool IsSiteEnabled() noexcept;
 
 /**
  * Composes one information-level line and hands it to the process-wide logger. The printf-style
  * `format` follows Windows' rules: %s takes wide text. Text from outside is an argument, never the
- * format. A message without text is written as "(null)".
+ * format. A message without text is written as "(null)". Throws nothing: a line for which there is
+ * no memory is dropped.
  */
-void WriteSite(const char* path, int line, const wchar_t* format, ...);
+void WriteSite(const char* path, int line, const wchar_t* format, ...) noexcept;
 
 }  // namespace ZorLog
 

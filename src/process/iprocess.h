@@ -17,7 +17,10 @@ class IProcess {
     /** The entry name of the command line, empty when absent; valid as long as the host lives. */
     virtual const wchar_t* GetEntry() = 0;
 
-    /** Runs the message loop on the calling thread until it ends. Called once. */
+    /**
+     * Runs the message loop on the calling thread until it ends. Called once. Where memory ran out
+     * on this thread or on the work thread, throws that exception when everything has ended.
+     */
     virtual void Run() = 0;
 
     /** Asks the whole process to end; the result of posting WM_CLOSE. Any thread. */

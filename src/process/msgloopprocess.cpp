@@ -22,6 +22,11 @@ void CopyEntry(const std::wstring& entry, wchar_t* field) {
     field[length] = L'\0';
 }
 
+void AwaitAndClose(HANDLE thread) {
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+}
+
 }  // namespace
 
 CMsgLoopProcess::CMsgLoopProcess() : m_quitEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
@@ -54,18 +59,23 @@ bool CMsgLoopProcess::SendCopyData(const COPYDATASTRUCT* data) {
 const wchar_t* CMsgLoopProcess::GetEntry() { return m_entry.c_str(); }
 
 void CMsgLoopProcess::Run() {
-    RunLoop();
+    try {
+        RunLoop();
+    } catch (...) {
+        KeepException();
+    }
     // A loop that was ended past OnClose has left the work thread running.
-    EndWorkThread();
+    if (const HANDLE workThread = TakeWorkThread()) {
+        SetQuitEvent();
+        AwaitAndClose(workThread);
+    }
+    if (m_exception) {
+        std::rethrow_exception(std::exchange(m_exception, nullptr));
+    }
 }
 
 BOOL CMsgLoopProcess::Quit() {
-    {
-        const CSrwLockSharedGuard inUse(m_quitEventLock);
-        if (m_quitEvent) {
-            SetEvent(m_quitEvent);
-        }
-    }
+    SetQuitEvent();
     return PostMessageW(Window(), WM_CLOSE, 0, 0);
 }
 
@@ -120,6 +130,10 @@ LRESULT CMsgLoopProcess::OnCreate() {
 }
 
 bool CMsgLoopProcess::StartWorkThread() {
+    // Without the event nothing could ever stop the work, and it would not pause between cycles.
+    if (!m_quitEvent) {
+        return false;
+    }
     // Held until the handle is stored: a short work function must find the handle that it closes.
     const CSrwLockGuard starting(m_workThreadLock);
     m_workThread =
@@ -156,20 +170,21 @@ BOOL CMsgLoopProcess::OnCopyData(const COPYDATASTRUCT* data) {
 
 void CMsgLoopProcess::OnClose() {
     LOG_INFO(L"CMsgLoopProcess OnClose.");
-    EndWorkThread();
+    // Taken first: once the event has woken it, the work thread closes the handle itself, and
+    // there would be nothing left to wait on.
+    const HANDLE workThread = TakeWorkThread();
+    SetQuitEvent();
+    if (workThread) {
+        AwaitAndClose(workThread);
+    }
     CloseQuitEvent();
     CMsgLoopThread::OnClose();
 }
 
-void CMsgLoopProcess::EndWorkThread() {
-    // Taken before the event wakes the work thread: what is awaited is the thread's own end.
-    const HANDLE workThread = TakeWorkThread();
+void CMsgLoopProcess::SetQuitEvent() {
+    const CSrwLockSharedGuard inUse(m_quitEventLock);
     if (m_quitEvent) {
         SetEvent(m_quitEvent);
-    }
-    if (workThread) {
-        WaitForSingleObject(workThread, INFINITE);
-        CloseHandle(workThread);
     }
 }
 
@@ -185,6 +200,13 @@ void CMsgLoopProcess::CloseQuitEvent() {
     m_quitEvent = nullptr;
 }
 
+void CMsgLoopProcess::KeepException() {
+    const CSrwLockGuard keeping(m_workThreadLock);
+    if (!m_exception) {
+        m_exception = std::current_exception();
+    }
+}
+
 unsigned __stdcall CMsgLoopProcess::WorkThreadEntry(void* parameter) {
     if (parameter) {
         static_cast<CMsgLoopProcess*>(parameter)->WorkThreadFun();
@@ -192,9 +214,13 @@ unsigned __stdcall CMsgLoopProcess::WorkThreadEntry(void* parameter) {
     return 0;
 }
 
-void CMsgLoopProcess::WorkThreadFun() {
-    if (m_work) {
-        m_work();
+void CMsgLoopProcess::WorkThreadFun() noexcept {
+    try {
+        if (m_work) {
+            m_work();
+        }
+    } catch (...) {
+        KeepException();
     }
     const CSrwLockGuard ending(m_workThreadLock);
     if (const HANDLE ownHandle = std::exchange(m_workThread, nullptr)) {

@@ -1,6 +1,7 @@
 /** The host object: the worker's link to the stub window. */
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <string>
 
@@ -13,6 +14,9 @@
  * data to the stub, looks every five seconds whether the stub is still there, and obeys its stop
  * message. Every way out is a WM_CLOSE posted to the hidden window. Init and Run are called on one
  * thread, the loop thread; what IProcess offers may be called from any.
+ *
+ * An exception, which means that memory ran out, leaves neither the window procedure nor the work
+ * thread. It ends the loop in the usual order and is then thrown by Run.
  */
 class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
   public:
@@ -48,10 +52,11 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
     void SendHello();
     bool IsStubAlive() const;
     HANDLE TakeWorkThread();
-    void EndWorkThread();
+    void SetQuitEvent();
     void CloseQuitEvent();
+    void KeepException();
     static unsigned __stdcall WorkThreadEntry(void* parameter);
-    void WorkThreadFun();
+    void WorkThreadFun() noexcept;
 
     BOOL m_handled = FALSE;
     std::function<void()> m_work;
@@ -60,6 +65,8 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
     std::wstring m_entry;
     HANDLE m_workThread = nullptr;
     HANDLE m_quitEvent;
+    // Guarded by m_workThreadLock.
+    std::exception_ptr m_exception;
     // Whoever takes the work thread's handle out of its member under this lock closes it. The work
     // thread keeps the lock until it has logged and posted for the last time.
     SRWLOCK m_workThreadLock{};

@@ -33,7 +33,7 @@ BOOL CMsgLoopThread::ProcessWindowMessage(HWND, UINT message, WPARAM, LPARAM, LR
 
 void CMsgLoopThread::OnClose() {
     if (IsWindow(Window())) {
-        DestroyWindow(Window());
+        Destroy();
         PostQuitMessage(0);
     }
     LOG_INFO(L"CMsgLoopThread quit msg loop.");
@@ -45,7 +45,9 @@ void CMsgLoopThread::RunLoop() {
     const ATOM windowClass = s_windowClass.Register();
     if (!windowClass || !CreateHidden(windowClass)) {
         LOG_INFO(L"Create MsgLoopWnd failed.");
+        RethrowException();
         return;
     }
     RunMessageLoop();
+    RethrowException();
 }

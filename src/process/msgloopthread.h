@@ -21,7 +21,10 @@ class CMsgLoopThread : public CWindowBase, public CThread {
 
     void ThreadMain() override;
 
-    /** Creates the window and takes its messages until WM_QUIT; returns at once when it cannot. */
+    /**
+     * Creates the window and takes its messages until WM_QUIT; returns at once when it cannot. An
+     * exception of a handler closes the window and then leaves this function.
+     */
     void RunLoop();
 
   private:

@@ -46,7 +46,11 @@ unsigned __stdcall CThread::ThreadEntry(void* parameter) {
     // The apartment ends with the thread; there is no CoUninitialize on purpose.
     static_cast<void>(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
     self->m_stopFlag.store(0);
-    self->ThreadMain();
+    try {
+        self->ThreadMain();
+    } catch (...) {
+        // Out of memory. There is nobody to tell, and the runtime would end the process.
+    }
     const CSrwLockGuard ending(s_startLock);
     self->m_handle = nullptr;
     self->m_threadId = 0;

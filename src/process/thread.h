@@ -19,7 +19,7 @@ class CThread {
 
     /** Starts the thread unless one is there; after a failure it can be called again. */
     virtual void Start();
-    /** The body; runs on the thread. */
+    /** The body; runs on the thread. An exception that leaves it ends it, and is lost. */
     virtual void ThreadMain() {}
     /** Sets the stop flag; answers what it was (1: no body runs, or a stop was asked for). */
     virtual LONG RequestStop();

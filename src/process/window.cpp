@@ -3,6 +3,7 @@
 #include <stdio.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "src/module.h"
@@ -77,15 +78,31 @@ void CWindowBase::OnFinalMessage(HWND) {}
 
 HWND CWindowBase::CreateHidden(ATOM windowClass) {
     AddCreation(this);
+    m_life = Life::kBeginning;
     const HWND window = CreateWindowExW(WS_EX_TOOLWINDOW, MAKEINTATOM(windowClass), nullptr,
                                         WS_POPUP, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT,
                                         CW_USEDEFAULT, nullptr, nullptr, ModuleInstance(), nullptr);
     if (!window) {
         const DWORD error = GetLastError();
         TakeCreation();
+        m_life = Life::kNone;
         SetLastError(error);
     }
     return window;
+}
+
+void CWindowBase::Destroy() {
+    if (m_window) {
+        m_life = Life::kEnding;
+        DestroyWindow(m_window);
+    }
+}
+
+void CWindowBase::RethrowException() {
+    if (m_exception) {
+        Destroy();
+        std::rethrow_exception(std::exchange(m_exception, nullptr));
+    }
 }
 
 LRESULT CALLBACK CWindowBase::StartWindowProc(HWND window, UINT message, WPARAM wParam,
@@ -106,14 +123,64 @@ LRESULT CALLBACK CWindowBase::WindowProc(HWND window, UINT message, WPARAM wPara
     if (!self) {
         return DefWindowProcW(window, message, wParam, lParam);
     }
+    if (!self->IsExpected(message)) {
+        return 0;
+    }
+    try {
+        return self->Handle(window, message, wParam, lParam);
+    } catch (...) {
+        return self->KeepException(message);
+    }
+}
+
+// Windows sends these; from anybody else they would start the work twice, or leave a window that
+// no longer knows its object.
+bool CWindowBase::IsExpected(UINT message) const {
+    switch (message) {
+        case WM_NCCREATE:
+        case WM_CREATE:
+            return m_life == Life::kBeginning;
+        case WM_DESTROY:
+        case WM_NCDESTROY:
+            return m_life == Life::kEnding;
+        default:
+            return true;
+    }
+}
+
+LRESULT CWindowBase::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_CREATE) {
+        m_life = Life::kRunning;
+    }
     LRESULT result = 0;
-    if (!self->ProcessWindowMessage(window, message, wParam, lParam, result)) {
+    if (!ProcessWindowMessage(window, message, wParam, lParam, result)) {
         result = DefWindowProcW(window, message, wParam, lParam);
     }
+    const bool isRefused =
+        (message == WM_CREATE && result == -1) || (message == WM_NCCREATE && !result);
+    if (isRefused) {
+        m_life = Life::kEnding;
+    }
     if (message == WM_NCDESTROY) {
+        m_life = Life::kNone;
         SetWindowLongPtrW(window, GWLP_USERDATA, 0);
-        self->m_window = nullptr;
-        self->OnFinalMessage(window);
+        m_window = nullptr;
+        OnFinalMessage(window);
     }
     return result;
+}
+
+LRESULT CWindowBase::KeepException(UINT message) {
+    if (!m_exception) {
+        m_exception = std::current_exception();
+    }
+    if (message == WM_NCCREATE || message == WM_CREATE) {
+        m_life = Life::kEnding;
+        return message == WM_CREATE ? -1 : FALSE;
+    }
+    // A close that fails would fail again.
+    if (message == WM_CLOSE || !PostMessageW(m_window, WM_CLOSE, 0, 0)) {
+        PostQuitMessage(0);
+    }
+    return 0;
 }

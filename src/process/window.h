@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <exception>
 
 /**
  * A window class that is registered at first use, under a name made from this object's address, and
@@ -27,6 +28,15 @@ class CWindowClass {
 /**
  * One window and its object. The handle is known to the object from the first message on, before
  * CreateWindowExW returns. All messages arrive on the thread that created the window.
+ *
+ * Any program of the desktop may send messages to the window. Those that belong to its creation and
+ * destruction reach the object only while it is really created or destroyed, which is always done
+ * with the operations of this class.
+ *
+ * An exception must not leave a window procedure: it would unwind Windows' own frames. One that a
+ * handler throws is kept. It fails the creation that it happens in; otherwise the window is told to
+ * close, and where closing throws, the thread's message loop is ended. Whoever runs that loop then
+ * throws the exception again with RethrowException.
  */
 class CWindowBase {
   public:
@@ -49,17 +59,35 @@ class CWindowBase {
     /** Creates a never-shown pop-up window on this thread; null on failure, see GetLastError. */
     HWND CreateHidden(ATOM windowClass);
 
+    /** Destroys the window, if there is one, on its own thread. */
+    void Destroy();
+
+    /**
+     * Throws the first exception that left a handler, once, after destroying a window that is still
+     * there; does nothing when there is none.
+     */
+    void RethrowException();
+
     /** The window, null before its first and after its last message. Any thread. */
     HWND Window() const { return m_window; }
 
   private:
     friend class CWindowClass;
+
+    enum class Life { kNone, kBeginning, kRunning, kEnding };
+
+    bool IsExpected(UINT message) const;
+    LRESULT Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT KeepException(UINT message);
+
     static LRESULT CALLBACK StartWindowProc(HWND window, UINT message, WPARAM wParam,
                                             LPARAM lParam);
     static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
     // Read on any thread that posts to the window.
     std::atomic<HWND> m_window{nullptr};
+    Life m_life = Life::kNone;
+    std::exception_ptr m_exception;
 };
 
 /**

@@ -9,8 +9,8 @@
 
 #include "base/environment.h"
 #include "base/handle.h"
-#include "tests/e2e/driverservice.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/driverservice.h"
 
 namespace {
 

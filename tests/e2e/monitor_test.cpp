@@ -20,7 +20,8 @@ class Monitor : public testing::Test {
         m_machine = std::make_unique<CSimulatedMachine>(parts);
         m_monitor = std::make_unique<CChildProcess>(
             BuildFolder(L"bin") + L"\\zorvanemon.exe",
-            L"--host \"" + m_machine->Host() + L"\" " + words, m_machine->Environment());
+            L"--stale-after 600 --host \"" + m_machine->Host() + L"\" " + words,
+            m_machine->Environment());
         return m_monitor->Wait();
     }
 

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/e2e/driverservice.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/driverservice.h"
 #include "tests/support/enumeratedwindow.h"
 #include "tests/support/records.h"
 

@@ -149,10 +149,10 @@ TEST_F(Readings, AskTheLibraryInTheOrderOfTheRecords) {
 }
 
 TEST_F(Readings, GoOnAfterAStubThatTakesTooLong) {
-    const HANDLE released = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    CRecordingStub slow([released](const StubMessage& message) {
+    const zorvane::CUniqueHandle released(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    CRecordingStub slow([&released](const StubMessage& message) {
         if (message.code == kCopyDataTaskData) {
-            WaitForSingleObject(released, INFINITE);
+            WaitForSingleObject(released.get(), INFINITE);
         }
     });
     const CSimulatedMachine machine({.scenario = kTwoGpus, .settings = kSwitchedOff});
@@ -162,10 +162,9 @@ TEST_F(Readings, GoOnAfterAStubThatTakesTooLong) {
     while (machine.Calls().size() < 60 && worker->Wait(50) == std::nullopt) {
     }
     EXPECT_EQ(worker->Wait(0), std::nullopt);
-    SetEvent(released);
+    SetEvent(released.get());
     EXPECT_TRUE(slow.WaitForMessages(kCopyDataTaskData, 2));
     slow.SendToWorker(kCopyDataStop);
     EXPECT_EQ(worker->Wait(), 0u);
     slow.Destroy();
-    CloseHandle(released);
 }

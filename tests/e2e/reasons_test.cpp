@@ -4,6 +4,7 @@
 
 #include "monitor/reasons/missingreasons.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/driverservice.h"
 #include "tests/support/records.h"
 
 using testing::StartsWith;
@@ -23,7 +24,7 @@ std::string Scenario(const std::string& first, const std::string& second) {
 class Reasons : public testing::Test {
   protected:
     void SetUp() override {
-        if (!GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version")) {
+        if (!IsWine()) {
             GTEST_SKIP() << "would install a driver on a real Windows";
         }
     }

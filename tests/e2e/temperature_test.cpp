@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "tests/e2e/driverservice.h"
 #include "tests/e2e/simulatedmachine.h"
+#include "tests/support/driverservice.h"
 #include "tests/support/records.h"
 
 using testing::Contains;

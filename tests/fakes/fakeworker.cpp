@@ -20,8 +20,6 @@
 // either with exit code 0. One that is blind ends soon after its stub's process, with 98: a test
 // that fails leaves nothing behind.
 #include <windows.h>
-// After windows.h, which it needs.
-#include <shellapi.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -30,6 +28,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/commandline.h"
 #include "zorvane/wire.h"
 
 namespace {
@@ -247,10 +246,9 @@ int main() {
     SetUnhandledExceptionFilter(
         [](EXCEPTION_POINTERS*) -> LONG { return EXCEPTION_EXECUTE_HANDLER; });
     std::vector<std::wstring> steps;
-    int count = 0;
-    LPWSTR* words = CommandLineToArgvW(GetCommandLineW(), &count);
-    for (int i = 1; i < count; ++i) {
-        const std::wstring word = words[i];
+    std::vector<std::wstring> words = zorvane::SplitCommandLine(GetCommandLineW());
+    words.erase(words.begin());
+    for (const std::wstring& word : words) {
         const std::wstring value = word.substr(word.find(L'=') + 1);
         if (word.starts_with(L"--wnd=")) {
             s_stub = AsWindow(std::wcstol(value.c_str(), nullptr, 10));
@@ -262,7 +260,6 @@ int main() {
             steps.push_back(word);
         }
     }
-    LocalFree(words);
 
     s_window = MakeWindow();
     s_sender = s_window;

@@ -1,36 +1,13 @@
 #include "client/commandline.h"
 
 #include <gtest/gtest.h>
-#include <shellapi.h>
 
 #include <random>
 
+#include "base/commandline.h"
+
 namespace zorvane {
 namespace {
-
-std::vector<std::wstring> Split(const std::wstring& line) {
-    int count = 0;
-    LPWSTR* words = CommandLineToArgvW(line.c_str(), &count);
-    const std::vector<std::wstring> result(words, words + count);
-    LocalFree(words);
-    return result;
-}
-
-TEST(CommandLineTest, LeavesAPlainWordAlone) {
-    EXPECT_EQ(QuoteWord(L"--entry=Temp"), L"--entry=Temp");
-    EXPECT_EQ(QuoteWord(L"C:\\a\\"), L"C:\\a\\");
-}
-
-TEST(CommandLineTest, QuotesTheEmptyWordAndWordsWithBlanks) {
-    EXPECT_EQ(QuoteWord(L""), L"\"\"");
-    EXPECT_EQ(QuoteWord(L"a b"), L"\"a b\"");
-}
-
-TEST(CommandLineTest, DoublesBackslashesOnlyBeforeAQuotationMark) {
-    EXPECT_EQ(QuoteWord(L"a b\\c"), L"\"a b\\c\"");
-    EXPECT_EQ(QuoteWord(L"a b\\"), L"\"a b\\\\\"");
-    EXPECT_EQ(QuoteWord(L"a\\\"b"), L"\"a\\\\\\\"b\"");
-}
 
 TEST(CommandLineTest, GivesBackExactlyTheWordsOfAnyCommand) {
     std::mt19937 random(20241121);
@@ -57,7 +34,7 @@ TEST(CommandLineTest, GivesBackExactlyTheWordsOfAnyCommand) {
                                                  L"--library=" + command.libraryPath,
                                                  command.words[0],
                                                  command.words[1]};
-        ASSERT_EQ(Split(line), expected);
+        ASSERT_EQ(SplitCommandLine(line), expected);
     }
 }
 

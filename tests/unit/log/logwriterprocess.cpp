@@ -3,7 +3,9 @@
 #include <chrono>
 #include <future>
 #include <stdexcept>
+#include <utility>
 
+#include "base/commandline.h"
 #include "base/modulepath.h"
 
 namespace {
@@ -12,18 +14,20 @@ constexpr std::chrono::seconds kAnswerTimeout{60};
 constexpr DWORD kExitTimeoutMs = 60'000;
 
 struct Pipe {
-    HANDLE read = nullptr;
-    HANDLE write = nullptr;
+    zorvane::CUniqueHandle read;
+    zorvane::CUniqueHandle write;
 };
 
 // `own` names the end that stays here: another child that held it would keep the pipe open.
-Pipe MakePipe(HANDLE Pipe::*own) {
+Pipe MakePipe(zorvane::CUniqueHandle Pipe::*own) {
     SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
-    Pipe pipe;
-    if (!CreatePipe(&pipe.read, &pipe.write, &inherited, 0)) {
+    HANDLE read = nullptr;
+    HANDLE write = nullptr;
+    if (!CreatePipe(&read, &write, &inherited, 0)) {
         throw std::runtime_error("cannot make a pipe to the log writer");
     }
-    SetHandleInformation(pipe.*own, HANDLE_FLAG_INHERIT, 0);
+    Pipe pipe{zorvane::CUniqueHandle(read), zorvane::CUniqueHandle(write)};
+    SetHandleInformation((pipe.*own).get(), HANDLE_FLAG_INHERIT, 0);
     return pipe;
 }
 
@@ -43,41 +47,36 @@ std::string ReadLine(HANDLE pipe) {
 }  // namespace
 
 CLogWriterProcess::CLogWriterProcess(const std::wstring& path) {
-    const Pipe input = MakePipe(&Pipe::write);
-    const Pipe output = MakePipe(&Pipe::read);
+    Pipe input = MakePipe(&Pipe::write);
+    Pipe output = MakePipe(&Pipe::read);
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdInput = input.read;
-    startup.hStdOutput = output.write;
+    startup.hStdInput = input.read.get();
+    startup.hStdOutput = output.write.get();
     startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
     PROCESS_INFORMATION process{};
     std::wstring commandLine =
-        L"\"" + zorvane::ModuleFolder(nullptr) + L"logwriter.exe" + L"\" \"" + path + L"\"";
-    const BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0,
-                                        nullptr, nullptr, &startup, &process);
-    CloseHandle(input.read);
-    CloseHandle(output.write);
-    m_input = input.write;
-    m_output = output.read;
-    if (!started) {
+        zorvane::QuoteWord(zorvane::ModuleFolder(nullptr) + L"logwriter.exe") + L" " +
+        zorvane::QuoteWord(path);
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                        &startup, &process)) {
         throw std::runtime_error("the log writer does not start");
     }
-    CloseHandle(process.hThread);
-    m_process = process.hProcess;
+    const zorvane::CUniqueHandle thread(process.hThread);
+    m_process.reset(process.hProcess);
+    m_input = std::move(input.write);
+    m_output = std::move(output.read);
+    // The writer's death must end a read here.
+    output.write.reset();
     Finish();
 }
 
 CLogWriterProcess::~CLogWriterProcess() {
     if (m_process) {
-        TerminateProcess(m_process, 1);
-        WaitForSingleObject(m_process, kExitTimeoutMs);
-        CloseHandle(m_process);
+        TerminateProcess(m_process.get(), 1);
+        WaitForSingleObject(m_process.get(), kExitTimeoutMs);
     }
-    if (m_input) {
-        CloseHandle(m_input);
-    }
-    CloseHandle(m_output);
 }
 
 void CLogWriterProcess::Do(const std::string& command) {
@@ -88,16 +87,17 @@ void CLogWriterProcess::Do(const std::string& command) {
 void CLogWriterProcess::Begin(const std::string& command) {
     const std::string line = command + "\n";
     DWORD written = 0;
-    if (!WriteFile(m_input, line.data(), static_cast<DWORD>(line.size()), &written, nullptr)) {
+    if (!WriteFile(m_input.get(), line.data(), static_cast<DWORD>(line.size()), &written,
+                   nullptr)) {
         throw std::runtime_error("the log writer does not listen");
     }
 }
 
 void CLogWriterProcess::Finish() {
-    std::future<std::string> answer = std::async(std::launch::async, ReadLine, m_output);
+    std::future<std::string> answer = std::async(std::launch::async, ReadLine, m_output.get());
     if (answer.wait_for(kAnswerTimeout) != std::future_status::ready) {
         // Ends the read, too.
-        TerminateProcess(m_process, 1);
+        TerminateProcess(m_process.get(), 1);
         throw std::runtime_error("the log writer did not answer in time");
     }
     if (const std::string text = answer.get(); text != "done") {
@@ -106,20 +106,18 @@ void CLogWriterProcess::Finish() {
 }
 
 void CLogWriterProcess::End() {
-    CloseHandle(m_input);
-    m_input = nullptr;
+    m_input.reset();
     WaitForExit();
 }
 
 void CLogWriterProcess::Kill() {
-    TerminateProcess(m_process, 1);
+    TerminateProcess(m_process.get(), 1);
     WaitForExit();
 }
 
 void CLogWriterProcess::WaitForExit() {
-    if (WaitForSingleObject(m_process, kExitTimeoutMs) != WAIT_OBJECT_0) {
+    if (WaitForSingleObject(m_process.get(), kExitTimeoutMs) != WAIT_OBJECT_0) {
         throw std::runtime_error("the log writer did not end in time");
     }
-    CloseHandle(m_process);
-    m_process = nullptr;
+    m_process.reset();
 }

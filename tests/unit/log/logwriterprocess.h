@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "base/handle.h"
+
 /**
  * A running logwriter program, which lies beside the test program. It has opened the log at `path`
  * when the constructor returns. Every wait is bounded and throws std::runtime_error when it runs
@@ -32,7 +34,7 @@ class CLogWriterProcess {
   private:
     void WaitForExit();
 
-    HANDLE m_process = nullptr;
-    HANDLE m_input = nullptr;
-    HANDLE m_output = nullptr;
+    zorvane::CUniqueHandle m_process;
+    zorvane::CUniqueHandle m_input;
+    zorvane::CUniqueHandle m_output;
 };

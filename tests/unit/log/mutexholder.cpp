@@ -15,7 +15,6 @@ CMutexHolder::CMutexHolder(const std::wstring& name)
     m_thread = std::thread(&CMutexHolder::Hold, this, std::move(taken));
     if (result.get() != WAIT_OBJECT_0) {
         m_thread.join();
-        CloseHandle(m_mutex);
         throw std::runtime_error("the mutex of the log does not come free");
     }
 }
@@ -24,14 +23,13 @@ CMutexHolder::~CMutexHolder() {
     if (m_thread.joinable()) {
         Release();
     }
-    CloseHandle(m_mutex);
 }
 
 void CMutexHolder::Hold(std::promise<DWORD> taken) {
-    const DWORD result = WaitForSingleObject(m_mutex, kTakeTimeoutMs);
+    const DWORD result = WaitForSingleObject(m_mutex.get(), kTakeTimeoutMs);
     taken.set_value(result);
     if (result == WAIT_OBJECT_0 && m_release.get_future().get()) {
-        ReleaseMutex(m_mutex);
+        ReleaseMutex(m_mutex.get());
     }
 }
 
@@ -43,12 +41,12 @@ void CMutexHolder::End(bool release) {
 bool IsMutexFree(const std::wstring& name) {
     return std::async(std::launch::async,
                       [&name] {
-                          const HANDLE mutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, name.c_str());
-                          const bool taken = WaitForSingleObject(mutex, 0) == WAIT_OBJECT_0;
+                          const zorvane::CUniqueHandle mutex(
+                              OpenMutexW(MUTEX_ALL_ACCESS, FALSE, name.c_str()));
+                          const bool taken = WaitForSingleObject(mutex.get(), 0) == WAIT_OBJECT_0;
                           if (taken) {
-                              ReleaseMutex(mutex);
+                              ReleaseMutex(mutex.get());
                           }
-                          CloseHandle(mutex);
                           return taken;
                       })
         .get();

@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+#include "base/handle.h"
+
 /**
  * Creates the named mutex, if need be, and owns it on a thread of its own from construction until
  * Release or Abandon. The mutex exists at least as long as the holder.
@@ -29,7 +31,7 @@ class CMutexHolder {
     void Hold(std::promise<DWORD> taken);
     void End(bool release);
 
-    HANDLE m_mutex;
+    zorvane::CUniqueHandle m_mutex;
     std::promise<bool> m_release;
     std::thread m_thread;
 };

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
+
 #include "tests/unit/manager/managerfixture.h"
 
 namespace {
@@ -49,6 +51,14 @@ TEST_F(ZorvaneProcessEnd, ReleasesEveryTaskOnceAfterTheLogLineAndDestroysThem) {
     const std::vector<std::string> end(messages.end() - 2, messages.end());
     EXPECT_THAT(end, ElementsAre("[zorvaneprocess] ZorvaneProcess Uninit. size:2",
                                  "[utility] DeleteService AMDRyzenMasterDriverV15 success."));
+}
+
+TEST_F(ZorvaneProcessEnd, ReleasesEveryTaskAlsoWhenMemoryRunsOutInACycle) {
+    onPause = [](int) { throw std::bad_alloc(); };
+    EXPECT_THROW(m_manager.Execute(m_process), std::bad_alloc);
+    EXPECT_EQ(AmdCalls("UnInit"), 1);
+    EXPECT_EQ(m_nvml.calls.back(), "nvmlShutdown()");
+    EXPECT_EQ(m_log.Messages().back(), "[utility] DeleteService AMDRyzenMasterDriverV15 success.");
 }
 
 TEST_F(ZorvaneProcessEnd, LetsGoOfTheProcess) {

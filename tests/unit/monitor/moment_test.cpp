@@ -30,7 +30,7 @@ TEST(MomentTest, ReadsNothingElse) {
 
 TEST(MomentTest, TakesBothScalesFromWindows) {
     // 2024-01-02T03:04:05.006Z in steps of 100 ns since 1601.
-    constexpr ULONGLONG kSteps = 133486454450060000;
+    constexpr ULONGLONG kSteps = 133486382450060000;
     PATCH_IMPORT(utc, GetSystemTimeAsFileTime, [](LPFILETIME time) {
         *time = {static_cast<DWORD>(kSteps), static_cast<DWORD>(kSteps >> 32)};
     });

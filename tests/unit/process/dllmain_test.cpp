@@ -14,11 +14,11 @@
 #include "src/module.h"
 #include "src/process/msgloopprocess.h"
 #include "src/zorvaneprocess.h"
+#include "tests/support/allocationrecord.h"
 #include "tests/support/fakeplatform.h"
 #include "tests/support/importpatch.h"
 #include "tests/support/tempfolder.h"
 #include "tests/support/testlog.h"
-#include "tests/unit/process/allocationrecord.h"
 #include "tests/unit/process/logfiles.h"
 
 using testing::ElementsAre;
@@ -188,12 +188,12 @@ TEST(Export, EndsWithTheExceptionWhenThereIsNoMemory) {
     CTestLog log;
     wchar_t commandLine[] = L"--entry=e";
     // The host, the task manager, the work function.
-    for (const int failing : {0, 1, 2}) {
-        CAllocationRecord allocations(failing);
+    for (const size_t failing : {0u, 1u, 2u}) {
+        CAllocationRecord allocations({failing, true});
         EXPECT_THROW(ZorvaneProcess(commandLine), std::bad_alloc) << failing;
         allocations.StopCounting();
-        for (int made = 0; made < failing; ++made) {
-            EXPECT_TRUE(allocations.IsReleased(static_cast<size_t>(made))) << failing << made;
+        for (size_t made = 0; made < failing; ++made) {
+            EXPECT_TRUE(allocations.IsReleased(made)) << failing << made;
         }
     }
     EXPECT_THAT(log.Messages(), IsEmpty());

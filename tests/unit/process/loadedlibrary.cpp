@@ -47,7 +47,3 @@ void CLoadedLibrary::Run(std::wstring commandLine) const {
 std::vector<std::string> CLoadedLibrary::LogLines() const {
     return SplitLines(ReadFileBytes(LogPath()));
 }
-
-HMODULE CLoadedLibrary::Platform() const {
-    return GetModuleHandleW(m_folder.PathOf(L"Platform.dll").c_str());
-}

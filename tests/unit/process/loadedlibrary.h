@@ -26,7 +26,7 @@ class CLoadedLibrary {
     std::vector<std::string> LogLines() const;
     HMODULE Module() const { return m_module; }
     /** The stand-in of AMD's library, which this one has loaded. */
-    HMODULE Platform() const;
+    static HMODULE Platform() { return GetModuleHandleW(L"Platform.dll"); }
 
   private:
     CTempFolder m_folder;

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <new>
 #include <thread>
 
 #include "tests/support/importpatch.h"
@@ -210,14 +211,51 @@ TEST(MsgLoopProcessClose, FollowsWhenTheWorkThreadCannotBeStarted) {
         << "no hello was tried";
 }
 
+TEST(MsgLoopProcessClose, FollowsWhenThereIsNoEventThatCouldStopTheWork) {
+    CTestLog log;
+    int events = 0;
+    int threads = 0;
+    PATCH_IMPORT(creation, CreateEventW, [&](auto... arguments) -> HANDLE {
+        return ++events == 2 ? nullptr : creation.Original(arguments...);
+    });
+    PATCH_IMPORT(begin, _beginthreadex, [&](auto...) -> uintptr_t {
+        ++threads;
+        return 0;
+    });
+    CMsgLoopProcess process;
+    process.Init(L"", [] {});
+    process.Run();
+    EXPECT_EQ(threads, 0);
+    EXPECT_THAT(log.Messages(),
+                ElementsAre("[msgloopprocess] cmd:", kFailedLine, kCloseLine, kLoopEndLine));
+}
+
 TEST(MsgLoopProcessClose, IsNotReachedWhenTheWindowCannotBeCreated) {
     CTestLog log;
+    int sets = 0;
+    PATCH_IMPORT(setting, SetEvent, [&](HANDLE) -> BOOL { return ++sets; });
     PATCH_IMPORT(creation, CreateWindowExW, [](auto...) -> HWND { return nullptr; });
     CTestedProcess process;
     process.Init(L"", [] { ADD_FAILURE() << "the work function was called"; });
     process.Run();
     EXPECT_THAT(log.Messages(),
                 ElementsAre("[msgloopprocess] cmd:", "[msgloopthread] Create MsgLoopWnd failed."));
+    EXPECT_EQ(sets, 0) << "there is no work thread to be woken";
+}
+
+TEST(MsgLoopProcessClose, WakesAndAwaitsAWorkThreadThatTheLoopHasLeft) {
+    CTestLog log;
+    CHandleRecord record;
+    CTestedProcess process;
+    const DWORD loopThread = GetCurrentThreadId();
+    process.Init(L"", [&] {
+        PostThreadMessageW(loopThread, WM_QUIT, 0, 0);
+        process.WaitQuit(INFINITE);
+    });
+    process.Run();
+    EXPECT_THAT(record.calls.All(),
+                ElementsAre("set event", "wait thread without limit", "close thread"));
+    EXPECT_THAT(log.Messages(), testing::Not(Contains(kCloseLine)));
 }
 
 TEST(MsgLoopProcessWork, RunsOnceOnAThreadOfItsOwn) {
@@ -352,4 +390,85 @@ TEST(MsgLoopProcess, ClosesNoHandleInItsDestructor) {
         process.Init(L"--entry=e", [] {});
     }
     EXPECT_THAT(closed, IsEmpty());
+}
+
+TEST(MsgLoopProcessException, OfTheWorkEndsEverythingInOrderAndLeavesTheLoopThread) {
+    CTestLog log;
+    CHandleRecord record;
+    CTestedProcess process;
+    process.Init(L"", [] { throw std::bad_alloc(); });
+    EXPECT_THROW(process.Run(), std::bad_alloc);
+    EXPECT_THAT(record.calls.All(), ElementsAre("close thread", "set event", "close event",
+                                                "destroy window", "quit 0"));
+    const auto messages = log.Messages();
+    EXPECT_THAT(messages, Contains(kWorkEndLine).Times(1));
+    ASSERT_GE(messages.size(), 2u);
+    EXPECT_THAT(std::vector(messages.end() - 2, messages.end()),
+                ElementsAre(kCloseLine, kLoopEndLine));
+}
+
+TEST(MsgLoopProcessException, OfAHandlerEndsEverythingInOrderAndLeavesTheLoopThread) {
+    class CFailingProcess final : public CTestedProcess {
+      public:
+        BOOL ProcessWindowMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
+                                  LRESULT& result) override {
+            if (message == WM_APP) {
+                throw std::bad_alloc();
+            }
+            return CTestedProcess::ProcessWindowMessage(window, message, wParam, lParam, result);
+        }
+    };
+    CTestLog log;
+    CHandleRecord record;
+    CFailingProcess process;
+    bool isStopped = false;
+    process.Init(L"", [&] {
+        PostMessageW(process.Window(), WM_APP, 0, 0);
+        isStopped = process.WaitQuit(INFINITE);
+    });
+    EXPECT_THROW(process.Run(), std::bad_alloc);
+    EXPECT_TRUE(isStopped);
+    EXPECT_THAT(record.calls.All(),
+                ElementsAre("set event", "wait thread without limit", "close thread", "close event",
+                            "destroy window", "quit 0"));
+}
+
+TEST(MsgLoopProcessException, OfClosingItselfStillAwaitsTheWorkThread) {
+    class CFailingProcess final : public CTestedProcess {
+      public:
+        void OnClose() override { throw std::bad_alloc(); }
+    };
+    CTestLog log;
+    CFailingProcess process;
+    HWND window = nullptr;
+    bool isStopped = false;
+    process.Init(L"", [&] {
+        window = process.Window();
+        CloseAtOnce(process);
+        isStopped = process.WaitQuit(INFINITE);
+    });
+    EXPECT_THROW(process.Run(), std::bad_alloc);
+    EXPECT_TRUE(isStopped);
+    EXPECT_FALSE(IsWindow(window));
+}
+
+TEST(MsgLoopProcessException, OfTheLoopThreadWinsOverALaterOneOfTheWork) {
+    class CFailingProcess final : public CTestedProcess {
+      public:
+        void OnClose() override { throw 1; }
+    };
+    CTestLog log;
+    CFailingProcess process;
+    process.Init(L"", [&] {
+        CloseAtOnce(process);
+        process.WaitQuit(INFINITE);
+        throw 2;
+    });
+    int caught = 0;
+    try {
+        process.Run();
+    } catch (int number) {
+        caught = number;
+    }
+    EXPECT_EQ(caught, 1);
 }

@@ -4,6 +4,8 @@
 #include <process.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cstring>
 
 #include "tests/support/importpatch.h"
@@ -301,6 +303,29 @@ TEST(MsgLoopProcessMessages, LeavesOthersToTheDefault) {
         LRESULT result = 0;
         EXPECT_FALSE(process.ProcessWindowMessage(nullptr, message, 0, 0, result)) << message;
     }
+}
+
+TEST(MsgLoopProcessMessages, OfStrangersStartNoSecondWorkAndDoNotMakeItDeaf) {
+    CTestLog log;
+    CRecordingStub stub;
+    std::atomic<int> works{0};
+    CRunningProcess process(CommandLine(stub, L"e"), [&](CTestedProcess& host) {
+        ++works;
+        host.WaitQuit(INFINITE);
+    });
+    const HWND window = process.Window();
+    ASSERT_TRUE(WaitForAny(stub, 1));
+    for (const UINT message :
+         std::array<UINT, 4>{WM_NCCREATE, WM_CREATE, WM_DESTROY, WM_NCDESTROY}) {
+        EXPECT_EQ(SendMessageW(window, message, 0, 0), 0);
+        PostMessageW(window, message, 0, 0);
+    }
+    // Behind the posted ones.
+    EXPECT_TRUE(SendCode(window, kCopyDataStop));
+    ASSERT_TRUE(process.WaitForEnd());
+    EXPECT_EQ(works, 1);
+    EXPECT_THAT(log.Messages(), Contains(kStopLine).Times(1));
+    EXPECT_THAT(stub.Messages(), SizeIs(1)) << "one hello";
 }
 
 TEST(MsgLoopProcessRun, EndsWithoutTheTimerWhenThereIsNoCommandLine) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <new>
 
 #include "tests/support/importpatch.h"
 #include "tests/support/testlog.h"
@@ -32,6 +33,9 @@ class CTestedLoop : public CMsgLoopThread {
                 onCreate();
             }
         }
+        if (message == WM_APP && onApp) {
+            onApp();
+        }
         return handled;
     }
 
@@ -41,6 +45,7 @@ class CTestedLoop : public CMsgLoopThread {
     }
 
     std::function<void()> onCreate;
+    std::function<void()> onApp;
     int creations = 0;
     int closes = 0;
 };
@@ -202,4 +207,47 @@ TEST(MsgLoopThread, CanRunItsLoopOnAThreadOfItsOwn) {
     ASSERT_EQ(WaitForSingleObject(thread, kPatienceMs), DWORD{WAIT_OBJECT_0});
     CloseHandle(thread);
     EXPECT_THAT(log.Messages(), ElementsAre(kQuitLine));
+}
+
+TEST(MsgLoopThreadException, ClosesTheWindowInOrderAndLeavesTheLoop) {
+    CTestLog log;
+    CTestedLoop loop;
+    HWND window = nullptr;
+    loop.onCreate = [&] {
+        window = loop.Window();
+        PostMessageW(window, WM_APP, 0, 0);
+    };
+    loop.onApp = [] { throw std::bad_alloc(); };
+    EXPECT_THROW(loop.RunLoop(), std::bad_alloc);
+    EXPECT_EQ(loop.closes, 1);
+    EXPECT_NE(window, nullptr);
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_THAT(log.Messages(), ElementsAre(kQuitLine));
+    MSG left{};
+    EXPECT_FALSE(PeekMessageW(&left, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+}
+
+TEST(MsgLoopThreadException, FromTheCreationLeavesTheLoopThatCouldNotBegin) {
+    CTestLog log;
+    CTestedLoop loop;
+    loop.onCreate = [] { throw std::bad_alloc(); };
+    EXPECT_THROW(loop.RunLoop(), std::bad_alloc);
+    EXPECT_EQ(loop.Window(), nullptr);
+    EXPECT_THAT(log.Messages(), ElementsAre(kFailedLine));
+}
+
+TEST(MsgLoopThreadException, EndsAThreadOfItsOwn) {
+    CTestLog log;
+    CTestedLoop loop;
+    CTestEvent go;
+    loop.onCreate = [&] {
+        EXPECT_TRUE(go.Wait());
+        throw std::bad_alloc();
+    };
+    loop.Start();
+    const HANDLE thread = loop.ThreadHandle();
+    go.Set();
+    ASSERT_EQ(WaitForSingleObject(thread, kPatienceMs), DWORD{WAIT_OBJECT_0});
+    EXPECT_EQ(loop.ThreadHandle(), nullptr);
+    CloseHandle(thread);
 }

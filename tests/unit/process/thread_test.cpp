@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <functional>
+#include <new>
 
 #include "tests/support/importpatch.h"
 #include "tests/unit/process/testevent.h"
@@ -217,6 +218,26 @@ TEST(Thread, RunsItsBodyAlsoWhenTheApartmentIsRefused) {
     body.end.Set();
     ASSERT_TRUE(WaitFor(handle));
     EXPECT_EQ(thread.bodies, 1);
+    CloseHandle(handle);
+}
+
+TEST(Thread, EndsAsUsualWhenItsBodyThrows) {
+    CTestedThread thread;
+    CTestEvent go;
+    thread.body = [&] {
+        EXPECT_TRUE(go.Wait());
+        throw std::bad_alloc();
+    };
+    thread.Start();
+    const HANDLE handle = thread.ThreadHandle();
+    go.Set();
+    ASSERT_TRUE(WaitFor(handle));
+    EXPECT_EQ(thread.ThreadHandle(), nullptr);
+    EXPECT_EQ(thread.ThreadId(), 0u);
+    EXPECT_EQ(thread.RequestStop(), 1);
+    DWORD exitCode = 0;
+    EXPECT_TRUE(GetExitCodeThread(handle, &exitCode));
+    EXPECT_EQ(exitCode, 1u);
     CloseHandle(handle);
 }
 

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +21,8 @@ namespace {
 class CTestedWindow : public CWindowBase {
   public:
     using CWindowBase::CreateHidden;
+    using CWindowBase::Destroy;
+    using CWindowBase::RethrowException;
     using CWindowBase::Window;
 
     BOOL ProcessWindowMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
@@ -140,7 +144,7 @@ TEST(Window, KnowsItsHandleFromItsFirstMessageToItsLast) {
     EXPECT_THAT(window.messages, Contains(UINT{WM_NCCREATE}));
     EXPECT_THAT(window.messages, Contains(UINT{WM_CREATE}));
     EXPECT_EQ(window.finalMessages, 0);
-    DestroyWindow(handle);
+    window.Destroy();
     EXPECT_TRUE(window.knewItsHandle);
     EXPECT_EQ(window.messages.back(), UINT{WM_NCDESTROY});
     EXPECT_EQ(window.Window(), nullptr);
@@ -167,7 +171,7 @@ TEST(Window, AnswersWithTheMessageMapOrElseWithTheDefault) {
     EXPECT_EQ(SendMessageW(window.Window(), WM_APP + 1, 3, 4), 77);
     EXPECT_EQ(defaults, std::vector<UINT>{WM_APP + 1});
     window.onMessage = nullptr;
-    DestroyWindow(window.Window());
+    window.Destroy();
 }
 
 TEST(Window, MayCreateAnotherWhileItIsCreated) {
@@ -185,8 +189,8 @@ TEST(Window, MayCreateAnotherWhileItIsCreated) {
     ASSERT_NE(inner.Window(), nullptr);
     EXPECT_NE(inner.Window(), outer.Window());
     EXPECT_TRUE(inner.knewItsHandle && outer.knewItsHandle);
-    DestroyWindow(inner.Window());
-    DestroyWindow(outer.Window());
+    inner.Destroy();
+    outer.Destroy();
 }
 
 TEST(Window, LeavesNoTraceOfAFailedCreationAndKeepsItsError) {
@@ -221,6 +225,139 @@ TEST(Window, GoesOnWithoutItsObject) {
     EXPECT_EQ(SendMessageW(handle, WM_APP, 0, 0), 0);
     DestroyWindow(handle);
     EXPECT_FALSE(IsWindow(handle));
+}
+
+TEST(Window, DoesNotBelieveStrangersThatItIsCreatedOrDestroyed) {
+    CWindowClass windowClass;
+    CTestedWindow window;
+    const HWND handle = window.CreateHidden(windowClass.Register());
+    ASSERT_NE(handle, nullptr);
+    window.messages.clear();
+    int defaults = 0;
+    {
+        PATCH_IMPORT(fallback, DefWindowProcW, [&](auto...) -> LRESULT { return ++defaults; });
+        for (const UINT message :
+             std::array<UINT, 4>{WM_NCCREATE, WM_CREATE, WM_DESTROY, WM_NCDESTROY}) {
+            EXPECT_EQ(SendMessageW(handle, message, 0, 0), 0) << message;
+        }
+    }
+    EXPECT_TRUE(window.messages.empty());
+    EXPECT_EQ(defaults, 0);
+    EXPECT_EQ(window.Window(), handle);
+    EXPECT_EQ(window.finalMessages, 0);
+    SendMessageW(handle, WM_APP, 0, 0);
+    EXPECT_EQ(window.messages, std::vector<UINT>{WM_APP}) << "it still reaches its object";
+    window.Destroy();
+    EXPECT_FALSE(IsWindow(handle));
+    EXPECT_EQ(window.finalMessages, 1);
+}
+
+TEST(Window, IsCreatedOnceHoweverOftenItIsToldSoMeanwhile) {
+    CWindowClass windowClass;
+    CTestedWindow window;
+    int creations = 0;
+    window.onMessage = [&](UINT message, WPARAM, LPARAM, LRESULT&) -> BOOL {
+        if (message == WM_CREATE && ++creations == 1) {
+            SendMessageW(window.Window(), WM_CREATE, 0, 0);
+        }
+        return FALSE;
+    };
+    ASSERT_NE(window.CreateHidden(windowClass.Register()), nullptr);
+    EXPECT_EQ(creations, 1);
+    window.Destroy();
+}
+
+TEST(Window, CanBeCreatedAgainAfterItsEndAndAfterAFailure) {
+    CWindowClass windowClass;
+    const ATOM atom = windowClass.Register();
+    CTestedWindow window;
+    for (const LRESULT answer : {0, -1, 0}) {
+        window.onMessage = [&](UINT message, WPARAM, LPARAM, LRESULT& result) -> BOOL {
+            result = answer;
+            return message == WM_CREATE;
+        };
+        window.finalMessages = 0;
+        const HWND handle = window.CreateHidden(atom);
+        EXPECT_EQ(handle != nullptr, answer == 0);
+        EXPECT_EQ(window.Window(), handle);
+        window.Destroy();
+        EXPECT_EQ(window.Window(), nullptr);
+        EXPECT_EQ(window.finalMessages, 1) << "told once that it is gone, by whatever end";
+    }
+}
+
+TEST(WindowException, IsKeptAndTheWindowToldToClose) {
+    CWindowClass windowClass;
+    CTestedWindow window;
+    const HWND handle = window.CreateHidden(windowClass.Register());
+    ASSERT_NE(handle, nullptr);
+    window.RethrowException();
+    window.onMessage = [&](UINT message, WPARAM wParam, LPARAM, LRESULT&) -> BOOL {
+        if (message == WM_APP) {
+            throw static_cast<int>(wParam);
+        }
+        return FALSE;
+    };
+    EXPECT_EQ(SendMessageW(handle, WM_APP, 7, 0), 0);
+    EXPECT_EQ(SendMessageW(handle, WM_APP, 8, 0), 0);
+    MSG close{};
+    EXPECT_TRUE(PeekMessageW(&close, handle, 0, 0, PM_REMOVE));
+    EXPECT_EQ(close.message, UINT{WM_CLOSE});
+    int caught = 0;
+    try {
+        window.RethrowException();
+    } catch (int number) {
+        caught = number;
+    }
+    EXPECT_EQ(caught, 7) << "the first one";
+    EXPECT_FALSE(IsWindow(handle));
+    EXPECT_EQ(window.finalMessages, 1);
+    EXPECT_NO_THROW(window.RethrowException());
+    while (PeekMessageW(&close, nullptr, 0, 0, PM_REMOVE)) {
+        EXPECT_NE(close.message, UINT{WM_QUIT});
+    }
+}
+
+TEST(WindowException, FailsTheCreationThatItHappensIn) {
+    CWindowClass windowClass;
+    const ATOM atom = windowClass.Register();
+    for (const UINT failing : std::array<UINT, 2>{WM_NCCREATE, WM_CREATE}) {
+        CTestedWindow window;
+        window.onMessage = [&](UINT message, WPARAM, LPARAM, LRESULT&) -> BOOL {
+            if (message == failing) {
+                throw std::bad_alloc();
+            }
+            return FALSE;
+        };
+        EXPECT_EQ(window.CreateHidden(atom), nullptr) << failing;
+        EXPECT_EQ(window.Window(), nullptr) << failing;
+        EXPECT_THROW(window.RethrowException(), std::bad_alloc) << failing;
+        MSG quit{};
+        EXPECT_FALSE(PeekMessageW(&quit, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE))
+            << "no loop is there to be ended";
+    }
+}
+
+TEST(WindowException, EndsTheLoopWhenTheWindowCannotBeToldToClose) {
+    CWindowClass windowClass;
+    const ATOM atom = windowClass.Register();
+    for (const UINT failing : std::array<UINT, 2>{WM_CLOSE, WM_APP}) {
+        CTestedWindow window;
+        window.CreateHidden(atom);
+        window.onMessage = [&](UINT message, WPARAM, LPARAM, LRESULT&) -> BOOL {
+            if (message == failing) {
+                throw std::bad_alloc();
+            }
+            return FALSE;
+        };
+        {
+            PATCH_IMPORT(post, PostMessageW, [](auto...) -> BOOL { return FALSE; });
+            EXPECT_EQ(SendMessageW(window.Window(), failing, 0, 0), 0);
+        }
+        MSG quit{};
+        EXPECT_TRUE(PeekMessageW(&quit, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) << failing;
+        EXPECT_THROW(window.RethrowException(), std::bad_alloc) << failing;
+    }
 }
 
 TEST(Window, UsesTheProcedureThatItsObjectNames) {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <thread>
 
+#include "base/peimage.h"
 #include "tests/unit/process/loadedlibrary.h"
 
 namespace {
@@ -29,10 +30,9 @@ int CountVectoredHandlers() {
 class CEntryCounter {
   public:
     explicit CEntryCounter(HMODULE module) {
-        auto* base = reinterpret_cast<unsigned char*>(module);
-        const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-        const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
-        unsigned char* entry = base + headers->OptionalHeader.AddressOfEntryPoint;
+        const auto image = zorvane::CPeImage::OfModule(module);
+        unsigned char* entry = reinterpret_cast<unsigned char*>(module) +
+                               image.Headers().OptionalHeader.AddressOfEntryPoint;
         std::array<unsigned char, 19> code = {
             0x48, 0xB8, 0,    0, 0, 0, 0, 0, 0, 0,  // mov rax, &m_calls
             0xF0, 0xFF, 0x00,                       // lock inc dword ptr [rax]

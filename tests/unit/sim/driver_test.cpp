@@ -1,5 +1,7 @@
+#include "base/handle.h"
+#include "src/amdsdk/utility.h"
+#include "tests/support/driverservice.h"
 #include "tests/unit/sim/simfixture.h"
-#include "tests/unit/sim/simservice.h"
 
 namespace {
 
@@ -20,10 +22,10 @@ class CDriverTest : public CSimTest {
 
     static CServiceHandle Install() {
         const std::filesystem::path file = SimFolder() / "AMDRyzenMasterDriver.sys";
-        return CServiceHandle(
-            CreateServiceW(OpenManager().get(), kServiceName, kServiceName, SERVICE_ALL_ACCESS,
-                           SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
-                           file.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr));
+        return CServiceHandle(CreateServiceW(
+            OpenServiceManager().get(), kDriverServiceName, kDriverServiceName, SERVICE_ALL_ACCESS,
+            SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, file.c_str(),
+            nullptr, nullptr, nullptr, nullptr, nullptr));
     }
 };
 
@@ -33,13 +35,13 @@ TEST_F(CDriverTest, DeviceOpensWhileTheServiceRuns) {
     EXPECT_FALSE(DriverDeviceOpens());
 
     ASSERT_TRUE(StartServiceW(service.get(), 0, nullptr)) << GetLastError();
-    EXPECT_EQ(DriverServiceState(), static_cast<DWORD>(SERVICE_RUNNING));
+    EXPECT_EQ(ServiceState(), DWORD{SERVICE_RUNNING});
     EXPECT_TRUE(DriverDeviceOpens());
     EXPECT_TRUE(DriverDeviceOpens());
 
     SERVICE_STATUS status{};
     ASSERT_TRUE(ControlService(service.get(), SERVICE_CONTROL_STOP, &status)) << GetLastError();
-    EXPECT_TRUE(WaitForDriverServiceState(SERVICE_STOPPED));
+    EXPECT_TRUE(WaitForServiceState(SERVICE_STOPPED));
     EXPECT_FALSE(DriverDeviceOpens());
     EXPECT_TRUE(DeleteService(service.get())) << GetLastError();
 }
@@ -59,13 +61,13 @@ TEST_F(CDriverTest, DriverStartsAgainAfterItWasStopped) {
 TEST_F(CDriverTest, ControlCodesAreAnsweredWithSuccessAndNoData) {
     const CServiceHandle service = Install();
     ASSERT_TRUE(StartServiceW(service.get(), 0, nullptr)) << GetLastError();
-    const HANDLE device = CreateFileW(kDriverDevice, GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                      OPEN_EXISTING, 0, nullptr);
-    ASSERT_NE(device, INVALID_HANDLE_VALUE);
+    const zorvane::CUniqueHandle device = zorvane::OwnFile(CreateFileW(
+        kDriverDevice, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(device);
     DWORD returned = 5;
-    EXPECT_TRUE(DeviceIoControl(device, 0x222000, nullptr, 0, nullptr, 0, &returned, nullptr));
+    EXPECT_TRUE(
+        DeviceIoControl(device.get(), 0x222000, nullptr, 0, nullptr, 0, &returned, nullptr));
     EXPECT_EQ(returned, 0u);
-    CloseHandle(device);
 }
 
 TEST_F(CDriverTest, PlatformStartsOnceTheDriverRuns) {

@@ -67,13 +67,10 @@ constexpr DWORD kBadExeFormat = ERROR_BAD_EXE_FORMAT;
 
 TEST_F(CNvmlVariantsTest, NotALibraryIsAFileThatWindowsRefuses) {
     EXPECT_TRUE(std::filesystem::exists(NvmlPath("not-a-library")));
-    const HMODULE library = LoadLibraryW(NvmlPath("not-a-library").c_str());
+    const zorvane::CUniqueModule library(LoadLibraryW(NvmlPath("not-a-library").c_str()));
     const DWORD error = GetLastError();
     EXPECT_EQ(library, nullptr);
     EXPECT_EQ(error, kBadExeFormat);
-    if (library) {
-        FreeLibrary(library);
-    }
 }
 
 // Reads the fan `count` times; the process ends in an orderly way when none of them crashes.

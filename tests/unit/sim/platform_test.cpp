@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "tests/support/driverservice.h"
 #include "tests/unit/sim/simfixture.h"
 
 namespace {

@@ -12,10 +12,6 @@ std::filesystem::path NvmlPath(const std::string& variant) {
     return tree / "NVIDIA Corporation" / "NVSMI" / "Nvml.dll";
 }
 
-bool IsWine() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-}
-
 CSimTest::CSimTest() {
     SetEnvironmentVariableW(L"ZORVANE_SIM_SCENARIO", ScenarioFile().c_str());
     SetEnvironmentVariableW(L"ZORVANE_SIM_CALL_LOG", CallLogFile().c_str());

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/handle.h"
 #include "tests/support/tempfolder.h"
 
 /** The folder into which the build puts the simulated machine. */
@@ -17,36 +18,27 @@ std::filesystem::path SimFolder();
 /** The simulated Nvml.dll of one variant; "" is the current one. */
 std::filesystem::path NvmlPath(const std::string& variant = "");
 
-/** True under Wine, whose service manager a test may use. */
-bool IsWine();
-
 /** A library that is loaded for the life of the object, so that each test meets a fresh one. */
 class CLoadedLibrary {
   public:
     explicit CLoadedLibrary(const std::filesystem::path& path)
         : m_module(LoadLibraryW(path.c_str())) {
-        EXPECT_NE(m_module, nullptr) << path << ": error " << GetLastError();
+        EXPECT_TRUE(m_module) << path << ": error " << GetLastError();
     }
-    ~CLoadedLibrary() {
-        if (m_module) {
-            FreeLibrary(m_module);
-        }
-    }
-    CLoadedLibrary(const CLoadedLibrary&) = delete;
-    CLoadedLibrary& operator=(const CLoadedLibrary&) = delete;
+    /** For replacing what the library imports. */
+    HMODULE Module() const { return m_module.get(); }
 
-    HMODULE Module() const { return m_module; }
-
-    bool Has(const char* name) const { return GetProcAddress(m_module, name) != nullptr; }
+    bool Has(const char* name) const { return GetProcAddress(m_module.get(), name) != nullptr; }
 
     /** The export of that name as a `Function`; null when there is none. */
     template <class Function>
     Function* Get(const char* name) const {
-        return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+        return reinterpret_cast<Function*>(
+            reinterpret_cast<void*>(GetProcAddress(m_module.get(), name)));
     }
 
   private:
-    HMODULE m_module;
+    zorvane::CUniqueModule m_module;
 };
 
 /** A test with a scenario and a call log of its own, both named in the environment. */

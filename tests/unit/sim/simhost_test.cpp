@@ -2,10 +2,11 @@
 
 #include <cstring>
 
+#include "host/hostexit.h"
 #include "tests/support/childprocess.h"
+#include "tests/support/driverservice.h"
 #include "tests/support/records.h"
 #include "tests/unit/sim/simfixture.h"
-#include "tests/unit/sim/simservice.h"
 #include "zorvane/wire.h"
 
 namespace {
@@ -56,7 +57,14 @@ TEST_F(CSimHostTest, WholeMachineReportsGpusAndCpuTemperatureFromTheUnmodifiedLi
     EXPECT_STREQ(records[0].name, L"NVIDIA GeForce GTX 1660");
     EXPECT_EQ(records[1].fanSpeedPercent, 38u);
     EXPECT_FALSE(std::filesystem::exists(MachineFolder() / "Qorvella.set"));
-    EXPECT_EQ(DriverServiceState(), 0u);
+    EXPECT_EQ(ServiceState(), std::nullopt);
+}
+
+TEST_F(CSimHostTest, HelpAndBadWordsAreThoseOfTheHostAndNeedNoScenario) {
+    EXPECT_EQ(Start(L"--help").Wait(), 0u);
+    const CChildProcess host = Start(L"--parent=x");
+    EXPECT_EQ(host.Wait(), static_cast<DWORD>(HostExit::kBadWord));
+    EXPECT_THAT(host.Errors(), testing::StartsWith("zorvanesimhost: "));
 }
 
 TEST_F(CSimHostTest, BadScenarioIsOneLineAndExitCodeSix) {

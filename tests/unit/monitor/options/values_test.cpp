@@ -34,6 +34,7 @@ TEST(ValuesTest, FindsWhatWasProbablyMeant) {
     EXPECT_EQ(Nearest("skip_delte", known), "skip_delete");
     EXPECT_EQ(Nearest("RECROD", known), "record");
     EXPECT_EQ(Nearest("watch", known), "watch");
+    EXPECT_EQ(Nearest("jsno", {"json"}), "json");
     EXPECT_FALSE(Nearest("hello", known));
     EXPECT_FALSE(Nearest("", known));
     EXPECT_FALSE(Nearest(std::string(100000, 'a'), known));

@@ -1,4 +1,4 @@
-#include "tests/unit/process/allocationrecord.h"
+#include "tests/support/allocationrecord.h"
 
 #include <windows.h>
 
@@ -17,9 +17,10 @@ struct Allocation {
 
 std::array<Allocation, 64> s_allocations;
 std::atomic<size_t> s_count{0};
+std::atomic<size_t> s_attempts{0};
 std::atomic<int> s_releases{0};
 std::atomic<DWORD> s_thread{0};
-int s_failing = -1;
+AllocationFailure s_failure;
 
 void Follow(void* memory, size_t size) {
     const size_t number = s_count;
@@ -30,9 +31,13 @@ void Follow(void* memory, size_t size) {
     }
 }
 
+bool Fails(size_t attempt) {
+    return s_failure.isForGood ? attempt >= s_failure.first : attempt == s_failure.first;
+}
+
 void* Allocate(size_t size) {
     const bool isFollowed = s_thread == GetCurrentThreadId();
-    if (isFollowed && s_failing >= 0 && s_count == static_cast<size_t>(s_failing)) {
+    if (isFollowed && Fails(s_attempts++)) {
         throw std::bad_alloc();
     }
     void* memory = std::malloc(size > 0 ? size : 1);
@@ -59,14 +64,15 @@ void Release(void* memory) {
 
 }  // namespace
 
-CAllocationRecord::CAllocationRecord(int failing) {
+CAllocationRecord::CAllocationRecord(AllocationFailure failure) {
     for (Allocation& allocation : s_allocations) {
         allocation.memory = nullptr;
         allocation.releaseOrder = 0;
     }
     s_count = 0;
     s_releases = 0;
-    s_failing = failing;
+    s_attempts = 0;
+    s_failure = failure;
     s_thread = GetCurrentThreadId();
 }
 
@@ -78,6 +84,8 @@ CAllocationRecord::~CAllocationRecord() {
 void CAllocationRecord::StopCounting() { s_thread = 0; }
 
 size_t CAllocationRecord::Count() { return s_count; }
+
+bool CAllocationRecord::HasFailed() { return s_attempts > s_failure.first; }
 
 size_t CAllocationRecord::Size(size_t number) { return s_allocations.at(number).size; }
 

@@ -1,0 +1,4 @@
+/* A library in NVML's place that needs another one and has none of NVML's functions. */
+__declspec(dllimport) int Planted(void);
+
+__declspec(dllexport) int NeedsPlanted(void) { return Planted(); }

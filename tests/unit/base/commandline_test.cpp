@@ -32,6 +32,7 @@ TEST(CommandLineTest, GivesAnyQuotedWordBack) {
     std::mt19937 random(20241122);
     const std::wstring alphabet = L"a =\\\"\t\u00E4%";
     for (int i = 0; i < 3000; ++i) {
+        SCOPED_TRACE(i);
         std::wstring word;
         for (auto length = random() % 8; length > 0; --length) {
             word += alphabet[random() % alphabet.size()];

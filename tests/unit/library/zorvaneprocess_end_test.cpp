@@ -3,7 +3,7 @@
 
 #include <new>
 
-#include "tests/unit/manager/managerfixture.h"
+#include "tests/unit/library/managerfixture.h"
 
 namespace {
 

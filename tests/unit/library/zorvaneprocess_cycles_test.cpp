@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/unit/manager/managerfixture.h"
+#include "tests/unit/library/managerfixture.h"
 
 namespace {
 

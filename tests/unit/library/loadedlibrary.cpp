@@ -1,12 +1,10 @@
-#include "tests/unit/process/loadedlibrary.h"
-
-#include <shlwapi.h>
+#include "tests/unit/library/loadedlibrary.h"
 
 #include <filesystem>
 #include <stdexcept>
 
+#include "tests/support/baremachine.h"
 #include "tests/support/buildfolder.h"
-#include "tests/support/importpatch.h"
 #include "tests/support/logfile.h"
 
 namespace {
@@ -37,10 +35,7 @@ CLoadedLibrary::CLoadedLibrary(bool withLogFolder) {
 }
 
 void CLoadedLibrary::Run(std::wstring commandLine) const {
-    PATCH_IMPORT(
-        look, PathFileExistsW, [](auto...) -> BOOL { return FALSE; }, m_module);
-    PATCH_IMPORT(
-        read, GetPrivateProfileIntW, [](auto...) -> UINT { return 0; }, m_module);
+    const CBareMachine machine(m_module);
     m_entry(commandLine.data());
 }
 

@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "base/peimage.h"
-#include "tests/unit/process/loadedlibrary.h"
+#include "tests/unit/library/loadedlibrary.h"
 
 namespace {
 

@@ -15,6 +15,7 @@
 #include "src/process/msgloopprocess.h"
 #include "src/zorvaneprocess.h"
 #include "tests/support/allocationrecord.h"
+#include "tests/support/baremachine.h"
 #include "tests/support/fakeplatform.h"
 #include "tests/support/importpatch.h"
 #include "tests/support/tempfolder.h"
@@ -34,13 +35,6 @@ namespace {
 constexpr char kLogSource[] = "tests\\dllmain_test.cpp";
 
 const auto kModule = reinterpret_cast<HINSTANCE>(ULONG_PTR{0x180000000});
-
-// The machine has no vendor libraries and the temperature task is switched off.
-class CBareMachine {
-  private:
-    PATCH_IMPORT(m_look, PathFileExistsW, [](auto...) -> BOOL { return FALSE; });
-    PATCH_IMPORT(m_read, GetPrivateProfileIntW, [](auto...) -> UINT { return 0; });
-};
 
 std::vector<std::string> MessagesFrom(const std::vector<std::string>& messages,
                                       const std::string& source) {

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr char kLogSource[] = "tests\\processlogger_test.cpp";
+constexpr char kLogSource[] = "tests\\logger_process_test.cpp";
 
 using Texts = std::vector<std::string>;
 

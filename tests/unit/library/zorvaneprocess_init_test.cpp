@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/importpatch.h"
-#include "tests/unit/manager/managerfixture.h"
+#include "tests/unit/library/managerfixture.h"
 
 namespace {
 

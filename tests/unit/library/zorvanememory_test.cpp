@@ -8,7 +8,7 @@
 #include <regex>
 
 #include "tests/support/exportpatch.h"
-#include "tests/unit/process/loadedlibrary.h"
+#include "tests/unit/library/loadedlibrary.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "tests/support/logfile.h"
 #include "tests/support/tempfolder.h"
-#include "tests/unit/process/loadedlibrary.h"
+#include "tests/unit/library/loadedlibrary.h"
 #include "tests/unit/process/stubwords.h"
 #include "zorvane/wire.h"
 

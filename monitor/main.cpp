@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/commandline.h"
+#include "base/librarysearch.h"
 #include "base/modulepath.h"
 #include "base/text.h"
 #include "monitor/commands/command.h"
@@ -42,6 +43,7 @@ int Say(const zorvane::ParseEnd& end) {
 }  // namespace
 
 int main() {
+    zorvane::NarrowLibrarySearch();
     // The worker inherits this: nobody is asked anything when a vendor library crashes.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
 

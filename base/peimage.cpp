@@ -10,7 +10,7 @@ CPeImage CPeImage::OfModule(HMODULE module) {
 
 CPeImage CPeImage::OfFile(const std::wstring& path) {
     CUniqueModule mapped(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_IMAGE_RESOURCE));
-    // The two lowest bits of the handle say how the file was mapped.
+    // LoadLibraryExW marks how it mapped the file in the two lowest bits of the handle.
     const auto base = reinterpret_cast<ULONG_PTR>(mapped.get()) & ~ULONG_PTR{3};
     return {std::move(mapped), reinterpret_cast<const char*>(base)};
 }

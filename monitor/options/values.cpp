@@ -8,8 +8,8 @@
 namespace zorvane {
 namespace {
 
-// Edits that make one text of the other, two letters in the wrong order being one edit
-// (Damerau's and Levenshtein's distance).
+// Number of edits that turn one text into the other; swapping two neighbours is one edit
+// (Damerau-Levenshtein distance).
 size_t Distance(std::string_view left, std::string_view right) {
     std::vector<std::vector<size_t>> edits(left.size() + 1, std::vector<size_t>(right.size() + 1));
     std::iota(edits[0].begin(), edits[0].end(), size_t{0});

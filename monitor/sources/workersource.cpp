@@ -159,7 +159,7 @@ void CWorkerSource::OnExit(const WorkerExit& exit) {
     m_staleness.End();
     const auto restartIn = RestartAfter(exit);
     Tell(now, ExitEvent{exit, restartIn});
-    // Whoever was told may have had enough.
+    // The sink may have called Stop.
     if (restartIn && !m_stopping) {
         m_restartTick = now.tick + *restartIn;
         return;

@@ -17,8 +17,8 @@ constexpr char kLogSource[] = "nvmlinfo\\nvmlinfotask.cpp";
 // One for all instances: the static records are sent once in the life of the process.
 bool s_staticPass = true;
 
-// Where the driver has installed NVML for a long time. Recent ones install it elsewhere; the host
-// process makes up for that.
+// Where drivers installed NVML for a long time. Recent ones install it in the system folder, which
+// is deliberately not searched.
 void GetNvmlPath(ModulePath& path) {
     std::fill(std::begin(path), std::end(path), L'\0');
     const DWORD length = ExpandEnvironmentStringsW(

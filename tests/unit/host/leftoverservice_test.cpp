@@ -19,10 +19,15 @@ class LeftoverService : public testing::Test {
     CFakeServices m_services{m_calls};
     CFakeExecutable m_executable;
     std::wstring m_registered = L"\\??\\C:\\Apps\\Qorvella\\AMDRyzenMasterDriver.sys";
+    bool m_isReadable = true;
 
   private:
     WINBOOL WriteConfig(LPQUERY_SERVICE_CONFIGW config, DWORD size, LPDWORD needed) {
         *needed = sizeof(*config);
+        if (!m_isReadable) {
+            SetLastError(ERROR_ACCESS_DENIED);
+            return FALSE;
+        }
         if (size < *needed) {
             SetLastError(ERROR_INSUFFICIENT_BUFFER);
             return FALSE;
@@ -51,6 +56,15 @@ TEST_F(LeftoverService, IsRemovedWhenItWasNotThereBefore) {
 
 TEST_F(LeftoverService, IsLeftAloneWhenAnotherCopyOfTheProductHasRegisteredIt) {
     m_registered = L"\\??\\C:\\Other\\Qorvella\\AMDRyzenMasterDriver.sys";
+    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
+    const CLeftoverService service;
+    m_calls.clear();
+    service.Remove();
+    EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));
+}
+
+TEST_F(LeftoverService, IsLeftAloneWhenItsDriverFileCannotBeRead) {
+    m_isReadable = false;
     m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
     const CLeftoverService service;
     m_calls.clear();

@@ -29,13 +29,13 @@ class CWindowClass {
     }
 };
 
-const CWindowClass s_class;
+const CWindowClass kWindowClass;
 
 }  // namespace
 
 std::optional<CallError> CMessageWindow::Create(Handler handler, WindowReach reach) {
     Destroy();
-    if (!s_class.Register(&WindowProc)) {
+    if (!kWindowClass.Register(&WindowProc)) {
         return LastCallError("RegisterClassExW");
     }
     m_handler = std::move(handler);

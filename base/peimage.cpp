@@ -85,7 +85,7 @@ std::vector<PeImport> CPeImage::Imports() const {
                 break;
             }
             if (!IMAGE_SNAP_BY_ORDINAL64(*thunk)) {
-                const DWORD hint = static_cast<DWORD>(*thunk);
+                const auto hint = static_cast<DWORD>(*thunk);
                 const DWORD text = hint + offsetof(IMAGE_IMPORT_BY_NAME, Name);
                 imports.push_back({library, TextAt(text), entry});
             }

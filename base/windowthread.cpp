@@ -4,7 +4,7 @@
 
 namespace zorvane {
 
-CWindowThread::CWindowThread(CMessageWindow::Handler handler, WindowReach reach) {
+CWindowThread::CWindowThread(const CMessageWindow::Handler& handler, WindowReach reach) {
     const CUniqueHandle ready(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     m_thread =
         std::thread([this, handler, reach, event = ready.get()] { Run(handler, reach, event); });

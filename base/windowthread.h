@@ -13,7 +13,7 @@ namespace zorvane {
 class CWindowThread {
   public:
     /** Makes the window; `handler` is called on its thread. */
-    explicit CWindowThread(CMessageWindow::Handler handler,
+    explicit CWindowThread(const CMessageWindow::Handler& handler,
                            WindowReach reach = WindowReach::kOwnMessages);
     ~CWindowThread() { Destroy(); }
     CWindowThread(const CWindowThread&) = delete;

@@ -9,14 +9,6 @@
 
 #include <cxxabi.h>
 
-namespace __cxxabiv1 {
-
-struct __cxa_dependent_exception;
-extern "C" __cxa_dependent_exception* __cxa_allocate_dependent_exception() noexcept;
-extern "C" void __cxa_free_dependent_exception(__cxa_dependent_exception* exception) noexcept;
-
-}  // namespace __cxxabiv1
-
 namespace {
 
 // The runtime keeps its own record right before the thrown object; 160 bytes in GCC 12. It finds

@@ -6,6 +6,7 @@ namespace {
 
 // Used by threads of Windows, which may call at any time until the process ends.
 const CRunningExport* s_worker = nullptr;
+const zorvane::CWindowThread* s_session = nullptr;
 
 // Never returns: Windows ends the process as soon as the handler does, and main's return must come
 // first.
@@ -47,7 +48,7 @@ std::optional<zorvane::CallError> HoldSystemEnd(const CRunningExport& worker) {
         return zorvane::LastCallError("SetConsoleCtrlHandler");
     }
     // Windows tells a console program that has windows of logoff and shutdown only through them.
-    // Deliberately leaked, like everything that Windows' threads may use.
-    const auto* session = new zorvane::CWindowThread(&OnMessage, zorvane::WindowReach::kBroadcasts);
-    return session->Error();
+    // Never freed, like everything that Windows' threads may use.
+    s_session = new zorvane::CWindowThread(&OnMessage, zorvane::WindowReach::kBroadcasts);
+    return s_session->Error();
 }

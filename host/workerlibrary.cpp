@@ -25,7 +25,7 @@ std::wstring FirstBrokenImport(const std::wstring& path, DWORD& error) {
         return {};
     }
     for (const std::string& library : image.ImportedLibraries()) {
-        const std::wstring name = zorvane::ToWide(library);
+        std::wstring name = zorvane::ToWide(library);
         if (!LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)) {
             error = GetLastError();
             return name;

@@ -26,6 +26,14 @@ class ICommand {
     /** Whether it starts a worker, which takes words: known ones, and any behind "--". */
     virtual bool TakesWords() const { return false; }
 
+    /**
+     * After parsing: why this cannot run as a service, which has no console and runs until it is
+     * stopped, in a sentence; empty when it can.
+     */
+    virtual std::string ObstacleAsService() const {
+        return "\"" + Name() + "\" does not run until it is stopped, so it makes no service.";
+    }
+
     /** After parsing: does it, and gives the exit code. */
     virtual int Run(const CommandContext& context) = 0;
 };

@@ -39,7 +39,9 @@ int CRecordCommand::Run(const CommandContext& context) {
 
     const WorkerSourceOptions options = m_worker.Get(context);
     CWorkerSource source(options, MakeStart(options.worker));
-    return RunSource(source, m_display.Get(), m_run.Get(), {&recording});
+    std::vector<IView*> views = context.companions;
+    views.push_back(&recording);
+    return RunSource(source, m_display.Get(), m_run.Get(), views);
 }
 
 }  // namespace zorvane

@@ -11,12 +11,16 @@ class Option;
 
 namespace zorvane {
 
+class IView;
+
 /** What a command knows beside its own options. */
 struct CommandContext {
     /** The host program where --host names none. */
     std::wstring defaultHost;
     /** The words behind "--". */
     std::vector<std::string> passedOn;
+    /** Views that see a run beside the command's own; whoever calls owns them. */
+    std::vector<IView*> companions;
 };
 
 /**

@@ -8,12 +8,15 @@ namespace {
 // The system calls the handler on a thread of its own, at any time until the process ends: what it
 // touches is never taken down.
 std::atomic<unsigned> s_count{0};
-HANDLE s_interrupted = nullptr;
+std::atomic<HANDLE> s_interrupted = nullptr;
 HANDLE s_runEnded = nullptr;
+std::atomic<bool> s_ignoresLogoff{false};
 
 BOOL WINAPI OnConsoleEvent(DWORD type) {
-    s_count.fetch_add(1);
-    SetEvent(s_interrupted);
+    if (type == CTRL_LOGOFF_EVENT && s_ignoresLogoff) {
+        return TRUE;
+    }
+    Interrupt();
     // Returning from one of the other events ends the process; the worker's orderly end comes
     // first.
     if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT) {
@@ -23,6 +26,13 @@ BOOL WINAPI OnConsoleEvent(DWORD type) {
 }
 
 }  // namespace
+
+void Interrupt() {
+    s_count.fetch_add(1);
+    SetEvent(s_interrupted);
+}
+
+void IgnoreLogoff() { s_ignoresLogoff = true; }
 
 CInterrupts::~CInterrupts() {
     if (s_runEnded) {
@@ -35,6 +45,9 @@ std::optional<CallError> CInterrupts::Install() {
     s_runEnded = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     if (!s_interrupted || !s_runEnded) {
         return LastCallError("CreateEventW");
+    }
+    if (s_count > 0) {
+        SetEvent(s_interrupted);
     }
     if (!SetConsoleCtrlHandler(&OnConsoleEvent, TRUE)) {
         return LastCallError("SetConsoleCtrlHandler");

@@ -9,6 +9,12 @@
 
 namespace zorvane {
 
+/** Counts like Ctrl+C; from any thread, also before a run has begun. */
+void Interrupt();
+
+/** From now on no logoff counts: Windows tells services of every user's. */
+void IgnoreLogoff();
+
 /**
  * Counts what the console sends: Ctrl+C, Ctrl+Break, and the closing of the console, after which
  * Windows grants a few seconds. One object a process; it lives until the run has ended, which is

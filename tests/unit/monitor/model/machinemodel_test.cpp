@@ -175,6 +175,7 @@ TEST(MachineModelTest, KeepsTheHistoryOfEachSourceBeyondItsWorker) {
     model.Apply(EventAt(3, FullReading()));
     const std::string source = "00000000:01:00.0";
     ASSERT_TRUE(model.HistoryOf(source));
+    ASSERT_TRUE(model.HistoryOf(kCpuSource));
     using testing::Eq;
     EXPECT_THAT(model.HistoryOf(source)->temperature.Values(),
                 testing::ElementsAre(Eq(std::nullopt), Eq(58), Eq(std::nullopt), Eq(58)));

@@ -1,7 +1,5 @@
 #include "monitor/output.h"
 
-#include <algorithm>
-
 #include "base/textstream.h"
 
 namespace zorvane {
@@ -27,17 +25,6 @@ TerminalSize COutput::Size() const {
         return {};
     }
     return {static_cast<size_t>(columns), static_cast<size_t>(rows)};
-}
-
-// Console functions rather than escape sequences: they work in every console of Windows and in
-// Wine's, which accepts the mode for sequences and then miscounts its lines.
-void COutput::MoveUp(size_t lines) const {
-    CONSOLE_SCREEN_BUFFER_INFO info{};
-    if (!GetConsoleScreenBufferInfo(m_handle, &info)) {
-        return;
-    }
-    const int row = info.dwCursorPosition.Y - static_cast<int>(lines);
-    SetConsoleCursorPosition(m_handle, {0, static_cast<SHORT>(std::max(row, 0))});
 }
 
 bool COutput::IsReaderGone() const {

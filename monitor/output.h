@@ -29,13 +29,13 @@ class COutput {
 
     void Write(std::string_view text);
 
-    /** Whether this is a console. The next two are for one. */
+    /** Whether this is a console. */
     bool IsTerminal() const { return m_isTerminal; }
 
+    /** Of a console. */
     TerminalSize Size() const;
 
-    /** Puts the cursor to the begin of the line that is `lines` higher. */
-    void MoveUp(size_t lines) const;
+    HANDLE Handle() const { return m_handle; }
 
     /** Why nothing is written any more. */
     const std::optional<CallError>& Failure() const { return m_failure; }

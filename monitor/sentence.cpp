@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "monitor/model/thresholds.h"
+
 namespace zorvane {
 namespace {
 
@@ -43,9 +45,13 @@ struct CSentenceMaker {
     }
 
     Sentence operator()(const WarningEvent& event) const {
-        return fmt::format("{}{} is {}, {} the threshold of {}",
-                           event.gpu ? NameOf(*event.gpu) + ": " : "", event.what, event.value,
-                           event.over ? "over" : "no longer over", event.limit);
+        // A recording of a later version may know more words.
+        const WatchedReading* reading = FindWatched(event.what);
+        return fmt::format("{}{} is {}{unit}, {} the threshold of {}{unit}",
+                           event.gpu ? NameOf(*event.gpu) + ": " : "",
+                           reading ? reading->name : event.what, event.value,
+                           event.over ? "over" : "back below", event.limit,
+                           fmt::arg("unit", reading ? reading->unit : ""));
     }
 
     Sentence operator()(const NoticeEvent& event) const { return event.text; }

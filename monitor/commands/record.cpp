@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "monitor/commands/runsource.h"
 #include "monitor/sources/startfacts.h"
+#include "monitor/sources/warningsource.h"
 #include "monitor/views/jsonview.h"
 
 namespace zorvane {
@@ -18,6 +19,7 @@ void CRecordCommand::Declare(CLI::App& app) {
     m_worker.Declare(app);
     m_run.Declare(app);
     m_display.Declare(app);
+    m_warnings.Declare(app);
     app.footer("Example:\n  zorvanemon record today.jsonl --duration 3600 --entry office");
 }
 
@@ -38,7 +40,8 @@ int CRecordCommand::Run(const CommandContext& context) {
     CJsonView recording(output);
 
     const WorkerSourceOptions options = m_worker.Get(context);
-    CWorkerSource source(options, MakeStart(options.worker));
+    CWorkerSource worker(options, MakeStart(options.worker));
+    CWarningSource source(worker, m_warnings.Get());
     std::vector<IView*> views = context.companions;
     views.push_back(&recording);
     return RunSource(source, m_display.Get(), m_run.Get(), views);

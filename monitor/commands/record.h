@@ -3,6 +3,7 @@
 #include "monitor/commands/command.h"
 #include "monitor/options/displayoptions.h"
 #include "monitor/options/runoptions.h"
+#include "monitor/options/warningoptions.h"
 #include "monitor/options/workeroptions.h"
 
 namespace zorvane {
@@ -24,6 +25,7 @@ class CRecordCommand : public ICommand {
     CWorkerOptions m_worker;
     CRunOptions m_run;
     CDisplayOptions m_display;
+    CWarningOptions m_warnings;
 };
 
 }  // namespace zorvane

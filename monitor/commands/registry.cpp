@@ -1,4 +1,5 @@
 #include "monitor/commands/command.h"
+#include "monitor/commands/list.h"
 #include "monitor/commands/record.h"
 #include "monitor/commands/replay.h"
 #include "monitor/commands/service.h"
@@ -9,6 +10,7 @@ namespace zorvane {
 Commands MakeCommands() {
     Commands commands;
     commands.push_back(std::make_unique<CWatchCommand>());
+    commands.push_back(std::make_unique<CListCommand>());
     commands.push_back(std::make_unique<CRecordCommand>());
     commands.push_back(std::make_unique<CReplayCommand>());
     commands.push_back(std::make_unique<CServiceCommand>());

@@ -8,6 +8,7 @@
 #include "monitor/commands/runsource.h"
 #include "monitor/options/values.h"
 #include "monitor/sources/recordingsource.h"
+#include "monitor/sources/warningsource.h"
 
 namespace zorvane {
 namespace {
@@ -32,6 +33,7 @@ void CReplayCommand::Declare(CLI::App& app) {
     app.add_flag("--at-once", m_atOnce, "Without the pauses between events")->excludes(speed);
     m_run.Declare(app);
     m_display.Declare(app);
+    m_warnings.Declare(app);
     app.footer(
         "Examples:\n"
         "  zorvanemon replay today.jsonl --speed 60\n"
@@ -43,8 +45,11 @@ int CReplayCommand::Run(const CommandContext&) {
     if (m_atOnce) {
         options.speed.reset();
     }
-    CRecordingSource source(options);
-    return RunSource(source, m_display.Get(), m_run.Get());
+    CRecordingSource recording(options);
+    // Without --warn, what was warned of when it was recorded.
+    CWarningSource source(recording, m_warnings.Get());
+    return RunSource(m_warnings.IsGiven() ? static_cast<ISource&>(source) : recording,
+                     m_display.Get(), m_run.Get());
 }
 
 }  // namespace zorvane

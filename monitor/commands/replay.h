@@ -3,6 +3,7 @@
 #include "monitor/commands/command.h"
 #include "monitor/options/displayoptions.h"
 #include "monitor/options/runoptions.h"
+#include "monitor/options/warningoptions.h"
 
 namespace zorvane {
 
@@ -20,6 +21,7 @@ class CReplayCommand : public ICommand {
     bool m_atOnce = false;
     CRunOptions m_run;
     CDisplayOptions m_display;
+    CWarningOptions m_warnings;
 };
 
 }  // namespace zorvane

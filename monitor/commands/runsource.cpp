@@ -13,14 +13,19 @@ int RunSource(ISource& source, const ViewOptions& options, const RunLimits& limi
         WriteNote(Describe(*error));
         return kExitOutput;
     }
+    std::vector<IView*> views{display.view.get()};
+    views.insert(views.end(), further.begin(), further.end());
+    return RunViews(source, views, *display.notes, limits, display.keys.get());
+}
+
+int RunViews(ISource& source, const std::vector<IView*>& views, INotes& notes,
+             const RunLimits& limits, CKeys* keys) {
     CInterrupts interrupts;
     if (const auto error = interrupts.Install()) {
         WriteNote(Describe(*error));
         return kExitNotStarted;
     }
-    std::vector<IView*> views{display.view.get()};
-    views.insert(views.end(), further.begin(), further.end());
-    return CRun(source, views, *display.notes, limits, interrupts).Execute();
+    return CRun(source, views, notes, limits, interrupts, keys).Execute();
 }
 
 }  // namespace zorvane

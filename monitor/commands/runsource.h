@@ -13,4 +13,11 @@ namespace zorvane {
 int RunSource(ISource& source, const ViewOptions& options, const RunLimits& limits,
               const std::vector<IView*>& further = {});
 
+/**
+ * Runs a source to its end with these views. The exit code; a failure to begin is said on standard
+ * error. Once a process.
+ */
+int RunViews(ISource& source, const std::vector<IView*>& views, INotes& notes,
+             const RunLimits& limits, CKeys* keys = nullptr);
+
 }  // namespace zorvane

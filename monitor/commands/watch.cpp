@@ -2,6 +2,7 @@
 
 #include "monitor/commands/runsource.h"
 #include "monitor/sources/startfacts.h"
+#include "monitor/sources/warningsource.h"
 
 namespace zorvane {
 
@@ -9,11 +10,13 @@ void CWatchCommand::Declare(CLI::App& app) {
     m_worker.Declare(app);
     m_run.Declare(app);
     m_display.Declare(app);
+    m_warnings.Declare(app);
 }
 
 int CWatchCommand::Run(const CommandContext& context) {
     const WorkerSourceOptions options = m_worker.Get(context);
-    CWorkerSource source(options, MakeStart(options.worker));
+    CWorkerSource worker(options, MakeStart(options.worker));
+    CWarningSource source(worker, m_warnings.Get());
     return RunSource(source, m_display.Get(), m_run.Get(), context.companions);
 }
 

@@ -3,6 +3,7 @@
 #include "monitor/commands/command.h"
 #include "monitor/options/displayoptions.h"
 #include "monitor/options/runoptions.h"
+#include "monitor/options/warningoptions.h"
 #include "monitor/options/workeroptions.h"
 
 namespace zorvane {
@@ -24,11 +25,13 @@ class CWatchCommand : public ICommand {
     }
     RunLimits RunPart() const { return m_run.Get(); }
     ViewOptions DisplayPart() const { return m_display.Get(); }
+    Thresholds WarningPart() const { return m_warnings.Get(); }
 
   private:
     CWorkerOptions m_worker;
     CRunOptions m_run;
     CDisplayOptions m_display;
+    CWarningOptions m_warnings;
 };
 
 }  // namespace zorvane

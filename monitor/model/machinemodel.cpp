@@ -36,6 +36,11 @@ GpuRow& CMachineModel::RowOf(const GpuReading& reading) {
         if (!row.empty()) {
             row.key() = source;
             m_gpus.insert(std::move(row));
+            auto history = m_histories.extract(SourceOfIndex(reading.index));
+            if (!history.empty()) {
+                history.key() = source;
+                m_histories.insert(std::move(history));
+            }
         }
     }
     GpuRow& row = m_gpus[source];
@@ -63,6 +68,17 @@ void CMachineModel::KeepOnly(const std::set<std::string>& sources) {
     if (!sources.contains(kCpuSource)) {
         m_cpu.reset();
     }
+    for (auto& [source, history] : m_histories) {
+        if (!sources.contains(source)) {
+            history.temperature.AddGap();
+            history.utilization.AddGap();
+        }
+    }
+}
+
+const SourceHistory* CMachineModel::HistoryOf(const std::string& source) const {
+    const auto found = m_histories.find(source);
+    return found == m_histories.end() ? nullptr : &found->second;
 }
 
 UtcTime CMachineModel::Time() const {
@@ -86,9 +102,11 @@ void CMachineModel::ApplyBody(const StartEvent& start, UtcTime time) {
 }
 
 void CMachineModel::ApplyBody(const WorkerStartEvent& start, UtcTime time) {
-    const std::optional<StartEvent> known = std::move(m_start);
-    *this = CMachineModel();
-    m_start = known;
+    CMachineModel fresh;
+    fresh.m_start = std::move(m_start);
+    fresh.m_histories = std::move(m_histories);
+    fresh.m_over = std::move(m_over);
+    *this = std::move(fresh);
     m_workerId = start.workerId;
     m_isWorkerUp = true;
     m_lastEvent = time;
@@ -106,11 +124,15 @@ void CMachineModel::ApplyBody(const GpuReading& reading, UtcTime time) {
     GpuRow& row = RowOf(reading);
     row.latest = reading;
     row.time = time;
+    SourceHistory& history = m_histories[SourceOf(reading)];
+    history.temperature.Add(time, reading.temperatureCelsius);
+    history.utilization.Add(time, reading.gpuUtilizationPercent);
 }
 
 void CMachineModel::ApplyBody(const CpuTemperature& temperature, UtcTime time) {
     m_missing.erase(kCpuSource);
     m_cpu = CpuRow{temperature, time};
+    m_histories[kCpuSource].temperature.Add(time, temperature.celsius);
 }
 
 void CMachineModel::ApplyBody(const MissingEvent& missing, UtcTime) {
@@ -127,6 +149,18 @@ void CMachineModel::ApplyBody(const FreshEvent&, UtcTime) { m_staleSince.reset()
 void CMachineModel::ApplyBody(const GpuLostEvent& lost, UtcTime) { SetLost(lost.gpu, true); }
 
 void CMachineModel::ApplyBody(const GpuBackEvent& back, UtcTime) { SetLost(back.gpu, false); }
+
+void CMachineModel::ApplyBody(const WarningEvent& warning, UtcTime) {
+    std::optional<uint32_t> index;
+    if (warning.gpu) {
+        index = warning.gpu->index;
+    }
+    if (warning.over) {
+        m_over.emplace(warning.what, index);
+    } else {
+        m_over.erase({warning.what, index});
+    }
+}
 
 void CMachineModel::ApplyBody(const ExitEvent&, UtcTime) {
     m_isWorkerUp = false;

@@ -7,8 +7,10 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "monitor/event.h"
+#include "monitor/model/history.h"
 
 namespace zorvane {
 
@@ -25,6 +27,12 @@ struct GpuRow {
     /** When `latest` came. */
     UtcTime time{};
     bool isLost = false;
+};
+
+/** The last minute of a source; of the CPU, the temperature only. */
+struct SourceHistory {
+    CHistory temperature;
+    CHistory utilization;
 };
 
 struct CpuRow {
@@ -63,6 +71,14 @@ class CMachineModel {
     /** Why something is missing, by what is missing. */
     const std::map<std::string, MissingEvent>& Missing() const { return m_missing; }
 
+    /** The history of a source of readings; empty if it has none. A new worker goes on with it. */
+    const SourceHistory* HistoryOf(const std::string& source) const;
+
+    /** Whether a reading is over its threshold; `index` is the GPU's, or empty: of none. */
+    bool IsOver(const std::string& what, std::optional<uint32_t> index) const {
+        return m_over.contains({what, index});
+    }
+
     /** Since when no reading has come, while the worker is silent. */
     const std::optional<UtcTime>& StaleSince() const { return m_staleSince; }
 
@@ -84,6 +100,7 @@ class CMachineModel {
     void ApplyBody(const FreshEvent& fresh, UtcTime time);
     void ApplyBody(const GpuLostEvent& lost, UtcTime time);
     void ApplyBody(const GpuBackEvent& back, UtcTime time);
+    void ApplyBody(const WarningEvent& warning, UtcTime time);
     void ApplyBody(const ExitEvent& exit, UtcTime time);
     template <typename T>
     void ApplyBody(const T&, UtcTime) {}
@@ -102,6 +119,9 @@ class CMachineModel {
     std::set<uint32_t> m_lost;
     std::optional<CpuRow> m_cpu;
     std::map<std::string, MissingEvent> m_missing;
+    std::map<std::string, SourceHistory> m_histories;
+    /** What is over its threshold, with the GPU's index. */
+    std::set<std::pair<std::string, std::optional<uint32_t>>> m_over;
     std::optional<UtcTime> m_staleSince;
     UtcTime m_lastEvent{};
 };

@@ -9,12 +9,13 @@
 namespace zorvane {
 
 CRun::CRun(ISource& source, std::vector<IView*> views, INotes& notes, const RunLimits& limits,
-           CInterrupts& interrupts)
+           CInterrupts& interrupts, CKeys* keys)
     : m_source(source),
       m_views(std::move(views)),
       m_notes(notes),
       m_limits(limits),
-      m_interrupts(interrupts) {}
+      m_interrupts(interrupts),
+      m_keys(keys) {}
 
 ExitCode CRun::Execute() {
     const Moment start = ReadMoment();
@@ -30,6 +31,7 @@ ExitCode CRun::Execute() {
             m_source.OnTime(now);
         }
         OnInterrupts();
+        OnKeys();
         CheckDuration(now);
         // A run that is over leaves its last readings on the screen.
         if (std::exchange(m_changed, false) && !m_source.End()) {
@@ -67,8 +69,9 @@ void CRun::Wait() const {
         constexpr int64_t kLongestWaitMs = 24 * 60 * 60 * 1000;
         wait = static_cast<DWORD>(std::clamp<int64_t>(left, 0, kLongestWaitMs));
     }
-    const HANDLE interrupted = m_interrupts.Event();
-    MsgWaitForMultipleObjectsEx(1, &interrupted, wait, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+    const HANDLE keys = m_keys ? m_keys->Handle() : nullptr;
+    const HANDLE awaited[] = {m_interrupts.Event(), keys};
+    MsgWaitForMultipleObjectsEx(keys ? 2 : 1, awaited, wait, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
 }
 
 void CRun::PumpMessages() {
@@ -83,15 +86,34 @@ void CRun::PumpMessages() {
 
 void CRun::OnInterrupts() {
     for (unsigned count = m_interrupts.Take(); count > 0; --count) {
-        if (m_ending) {
-            m_source.Stop();
+        Interrupt();
+    }
+}
+
+void CRun::Interrupt() {
+    if (m_ending) {
+        m_source.Stop();
+        return;
+    }
+    End(EndReason::kInterrupt);
+    if (!m_source.End()) {
+        Note(
+            "waiting for the worker to end in order, which takes some seconds at most; "
+            "Ctrl+C again presses harder");
+    }
+}
+
+void CRun::OnKeys() {
+    if (!m_keys) {
+        return;
+    }
+    for (const Key key : m_keys->Take()) {
+        if (key == Key::kQuit) {
+            Interrupt();
             continue;
         }
-        End(EndReason::kInterrupt);
-        if (!m_source.End()) {
-            Note(
-                "waiting for the worker to end in order, which takes some seconds at most; "
-                "Ctrl+C again presses harder");
+        for (IView* view : m_views) {
+            view->OnKey(key);
         }
     }
 }

@@ -13,6 +13,7 @@
 #include "monitor/outcome.h"
 #include "monitor/run/interrupts.h"
 #include "monitor/sources/source.h"
+#include "monitor/terminal/keys.h"
 #include "monitor/views/view.h"
 
 namespace zorvane {
@@ -30,9 +31,9 @@ struct RunLimits {
  */
 class CRun : private IEventSink {
   public:
-    /** All arguments outlive the run. */
+    /** All arguments outlive the run. Without `keys` no key has a meaning. */
     CRun(ISource& source, std::vector<IView*> views, INotes& notes, const RunLimits& limits,
-         CInterrupts& interrupts);
+         CInterrupts& interrupts, CKeys* keys = nullptr);
 
     /** Runs to the end, once. */
     ExitCode Execute();
@@ -43,6 +44,8 @@ class CRun : private IEventSink {
     void Wait() const;
     void PumpMessages();
     void OnInterrupts();
+    void OnKeys();
+    void Interrupt();
     void CheckDuration(Moment now);
     void CheckViews();
     void End(EndReason reason);
@@ -57,6 +60,7 @@ class CRun : private IEventSink {
     INotes& m_notes;
     const RunLimits m_limits;
     CInterrupts& m_interrupts;
+    CKeys* const m_keys;
     CMachineModel m_model;
     CRoundTracker m_rounds;
     RunFacts m_facts;

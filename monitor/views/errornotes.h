@@ -1,6 +1,7 @@
 #pragma once
 
 #include "monitor/output.h"
+#include "monitor/terminal/celltext.h"
 #include "monitor/views/view.h"
 
 namespace zorvane {
@@ -8,7 +9,7 @@ namespace zorvane {
 /** Notes on standard error. */
 class CErrorNotes : public INotes {
   public:
-    void ShowNote(const std::string& text) override { WriteNote(text); }
+    void ShowNote(const std::string& text) override { WriteNote(Harmless(text)); }
 };
 
 }  // namespace zorvane

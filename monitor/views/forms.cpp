@@ -26,12 +26,20 @@ std::optional<CallError> MakePlain(const ViewOptions&, Display& display) {
     return std::nullopt;
 }
 
+// The variable that people set for all programs; an empty value counts as none.
+bool IsColourWanted() { return GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) <= 1; }
+
 std::optional<CallError> MakeTable(const ViewOptions& options, Display& display) {
     display.output = StandardOutput();
     if (!display.output->IsTerminal()) {
         return MakePlain<CPlainTableView>(options, display);
     }
-    auto view = std::make_unique<CLiveTableView>(*display.output);
+    auto view = std::make_unique<CLiveTableView>(*display.output, IsColourWanted());
+    // A terminal that is no full console still shows one table below the other.
+    if (view->Enter()) {
+        return MakePlain<CPlainTableView>(options, display);
+    }
+    display.keys = std::make_unique<CKeys>(GetStdHandle(STD_INPUT_HANDLE));
     display.notes = view.get();
     display.view = std::move(view);
     return std::nullopt;

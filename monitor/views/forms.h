@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "monitor/output.h"
+#include "monitor/terminal/keys.h"
 #include "monitor/views/view.h"
 #include "monitor/views/viewoptions.h"
 
@@ -16,6 +17,8 @@ namespace zorvane {
 struct Display {
     std::unique_ptr<COutput> output;
     std::unique_ptr<IView> view;
+    /** The keys that the view takes; null if it takes none. */
+    std::unique_ptr<CKeys> keys;
     /** Where notes go beside it: the view itself, or standard error. */
     INotes* notes = nullptr;
 };

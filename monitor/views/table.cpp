@@ -3,161 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <numeric>
 
-#include "base/text.h"
 #include "monitor/moment.h"
+#include "monitor/terminal/celltext.h"
+#include "monitor/views/gpucolumns.h"
+#include "monitor/views/historylines.h"
 
 namespace zorvane {
 namespace {
-
-constexpr char kNotRead[] = "n/a";
-constexpr size_t kGap = 2;
-
-using Cell = std::string (*)(const GpuRow& row);
-
-struct Column {
-    const char* heading;
-    const char* unit;
-    bool isText;
-    // Columns of the highest rank go first when the table is too wide; those of rank 0 stay.
-    int rank;
-    Cell cell;
-};
-
-template <typename T>
-std::string OrNotRead(const std::optional<T>& value) {
-    return value ? fmt::format("{}", *value) : kNotRead;
-}
-
-std::string Clock(const GpuRow& row, int type) {
-    return row.latest ? OrNotRead(row.latest->clocksMHz[static_cast<size_t>(type)]) : kNotRead;
-}
-
-// A name from outside as one line of text, without control characters that a terminal would obey.
-std::string Harmless(std::wstring text) {
-    std::replace_if(
-        text.begin(), text.end(),
-        [](wchar_t c) { return c < L' ' || (c >= L'\x7F' && c < L'\xA0'); }, L'?');
-    return ToUtf8(text);
-}
-
-std::string Name(const GpuRow& row) {
-    if (row.latest && row.latest->name) {
-        return Harmless(*row.latest->name);
-    }
-    if (row.fixed && row.fixed->first.name) {
-        return Harmless(*row.fixed->first.name);
-    }
-    return kNotRead;
-}
-
-// Without a bus id the index identifies the GPU, though not across boots.
-std::string BusId(const GpuRow& row) {
-    return row.busId ? Harmless(ToWide(*row.busId)) : fmt::format("index {}", row.index);
-}
-
-std::string TotalMiB(const GpuRow& row) {
-    if (!row.fixed || !row.fixed->totalMemoryKiB) {
-        return kNotRead;
-    }
-    return fmt::format("{}", *row.fixed->totalMemoryKiB / 1024);
-}
-
-constexpr Column kColumns[] = {
-    {"PCI bus id", "", true, 0, &BusId},
-    {"Name", "", true, 0, &Name},
-    {"GPU", "%", false, 0,
-     [](const GpuRow& row) {
-         return row.latest ? OrNotRead(row.latest->gpuUtilizationPercent) : kNotRead;
-     }},
-    {"Mem", "%", false, 0,
-     [](const GpuRow& row) {
-         return row.latest ? OrNotRead(row.latest->memoryUtilizationPercent) : kNotRead;
-     }},
-    {"Temp", "C", false, 0,
-     [](const GpuRow& row) {
-         return row.latest ? OrNotRead(row.latest->temperatureCelsius) : kNotRead;
-     }},
-    {"Fan", "%", false, 0,
-     [](const GpuRow& row) {
-         return row.latest ? OrNotRead(row.latest->fanSpeedPercent) : kNotRead;
-     }},
-    {"Graphics", "MHz", false, 1, [](const GpuRow& row) { return Clock(row, kClockGraphics); }},
-    {"SM", "MHz", false, 4, [](const GpuRow& row) { return Clock(row, kClockSm); }},
-    {"Memory", "MHz", false, 2, [](const GpuRow& row) { return Clock(row, kClockMemory); }},
-    {"Video", "MHz", false, 5, [](const GpuRow& row) { return Clock(row, kClockVideo); }},
-    {"VRAM", "MiB", false, 3, &TotalMiB},
-};
-
-// Characters of UTF-8 text: every byte but those that continue a character.
-size_t Length(std::string_view text) {
-    return static_cast<size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
-std::string Cut(const std::string& text, size_t width) {
-    size_t characters = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if ((text[i] & 0xC0) != 0x80 && characters++ == width) {
-            return text.substr(0, i);
-        }
-    }
-    return text;
-}
-
-// One column with the text of all its lines.
-struct FilledColumn {
-    const Column* column = nullptr;
-    std::vector<std::string> texts;
-    size_t width = 0;
-};
-
-FilledColumn Fill(const Column& column, const CMachineModel& model) {
-    FilledColumn filled{&column, {column.heading, column.unit}, 0};
-    for (const auto& [source, row] : model.Gpus()) {
-        filled.texts.push_back(column.cell(row));
-    }
-    for (const std::string& text : filled.texts) {
-        filled.width = std::max(filled.width, Length(text));
-    }
-    return filled;
-}
-
-size_t TotalWidth(const std::vector<FilledColumn>& columns) {
-    return std::accumulate(
-               columns.begin(), columns.end(), size_t{0},
-               [](size_t sum, const FilledColumn& filled) { return sum + filled.width + kGap; }) -
-           kGap;
-}
-
-// Leaves columns out until the rest fits or only those of rank 0 are left.
-void Fit(std::vector<FilledColumn>& columns, size_t width) {
-    while (TotalWidth(columns) > width) {
-        const auto last = std::max_element(columns.begin(), columns.end(),
-                                           [](const FilledColumn& left, const FilledColumn& right) {
-                                               return left.column->rank < right.column->rank;
-                                           });
-        if (last->column->rank == 0) {
-            return;
-        }
-        columns.erase(last);
-    }
-}
-
-std::string Line(const std::vector<FilledColumn>& columns, size_t number) {
-    std::string line;
-    for (const FilledColumn& filled : columns) {
-        const std::string& text = filled.texts[number];
-        const std::string padding(filled.width - Length(text), ' ');
-        if (!line.empty()) {
-            line.append(kGap, ' ');
-        }
-        line += filled.column->isText ? text + padding : padding + text;
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    return line;
-}
 
 std::string DriverVersion(const CMachineModel& model) {
     for (const auto& [source, row] : model.Gpus()) {
@@ -168,18 +21,45 @@ std::string DriverVersion(const CMachineModel& model) {
     return kNotRead;
 }
 
-std::string WorkerLine(const CMachineModel& model) {
+// A part of the first line; those of the highest rank go first when it is too long.
+struct HeadPart {
+    int rank;
+    Span span;
+};
+
+StyledLine Joined(std::vector<HeadPart> parts, size_t width) {
+    while (true) {
+        StyledLine line;
+        for (const HeadPart& part : parts) {
+            line.spans.push_back({line.spans.empty() ? "" : "  ", Style::kPlain});
+            line.spans.push_back(part.span);
+        }
+        const auto last = std::max_element(
+            parts.begin(), parts.end(),
+            [](const HeadPart& left, const HeadPart& right) { return left.rank < right.rank; });
+        if (CellsOf(PlainText(line)) <= width || last->rank == 0) {
+            return line;
+        }
+        parts.erase(last);
+    }
+}
+
+StyledLine WorkerLine(const CMachineModel& model, size_t width) {
     const auto& hello = model.WorkerHello();
     const std::string name =
         hello ? fmt::format("\"{}\"", Harmless(hello->entry)) : "(no hello yet)";
-    std::string state;
+    std::vector<HeadPart> parts{
+        {0, {LocalClock(model.Time())}},
+        {2, {fmt::format("worker {} {}", model.WorkerId(), name)}},
+        {3, {fmt::format("NVIDIA driver {}", DriverVersion(model))}},
+    };
     if (!model.IsWorkerUp()) {
-        state = "  (has ended)";
+        parts.insert(parts.begin() + 2, {1, {"(has ended)", Style::kAlarm}});
     } else if (model.StaleSince()) {
-        state = fmt::format("  NO READINGS SINCE {}", LocalClock(*model.StaleSince()));
+        const std::string since = "NO READINGS SINCE " + LocalClock(*model.StaleSince());
+        parts.insert(parts.begin() + 2, {1, {since, Style::kAlarm}});
     }
-    return fmt::format("{}  worker {} {}{}  NVIDIA driver {}", LocalClock(model.Time()),
-                       model.WorkerId(), name, state, DriverVersion(model));
+    return Joined(std::move(parts), width);
 }
 
 // What is missing, with the reason if there is one.
@@ -187,46 +67,79 @@ std::string Because(const CMachineModel& model, const std::string& what) {
     const auto reason = model.Missing().find(what);
     return reason == model.Missing().end() || reason->second.brief.empty()
                ? std::string()
-               : fmt::format(" ({})", Harmless(ToWide(reason->second.brief)));
+               : fmt::format(" ({})", Harmless(reason->second.brief));
 }
 
-std::vector<std::string> GpuLines(const CMachineModel& model, size_t width) {
+StyledLines AllGpuLines(const CMachineModel& model, size_t width) {
     if (model.Gpus().empty()) {
         const std::string reason = Because(model, "gpu");
         return {"No NVIDIA GPU has been reported" + (reason.empty() ? "." : reason)};
     }
-    std::vector<FilledColumn> columns;
-    for (const Column& column : kColumns) {
-        columns.push_back(Fill(column, model));
-    }
-    Fit(columns, width);
-    std::vector<std::string> lines;
-    for (size_t i = 0; i < model.Gpus().size() + 2; ++i) {
-        lines.push_back(Line(columns, i));
-    }
-    return lines;
+    return GpuLines(model, width);
 }
 
-std::string CpuLine(const CMachineModel& model) {
-    if (model.Cpu()) {
-        return fmt::format("CPU temperature: {} C", model.Cpu()->temperature.celsius);
+Span CpuTemperatureText(const CMachineModel& model) {
+    if (!model.Cpu()) {
+        return {kNotRead};
     }
-    return fmt::format("CPU temperature: {}{}", kNotRead, Because(model, kCpuSource));
+    const std::string text = fmt::format("{} C", model.Cpu()->temperature.celsius);
+    return model.IsOver("cpu.temp", std::nullopt) ? Span{"!" + text, Style::kAlarm} : Span{text};
+}
+
+StyledLine CpuLine(const CMachineModel& model) {
+    StyledLine line("CPU temperature: ");
+    line.spans.push_back(CpuTemperatureText(model));
+    if (!model.Cpu()) {
+        line.spans.push_back({Because(model, kCpuSource)});
+    }
+    return line;
+}
+
+// The last line of a table that has no room for every GPU.
+StyledLine RestLine(const CMachineModel& model, size_t hidden) {
+    StyledLine line(fmt::format("... and {} more, CPU ", hidden));
+    line.spans.push_back(CpuTemperatureText(model));
+    return line;
+}
+
+void CutToRows(StyledLines& lines, const CMachineModel& model, size_t rows) {
+    const size_t shown = rows < 2 ? 0 : rows - 2;
+    if (lines.size() <= rows || model.Gpus().empty()) {
+        lines.resize(std::min(lines.size(), rows));
+        return;
+    }
+    const size_t gpus = shown > kHeadingLines ? shown - kHeadingLines : 0;
+    lines.resize(1 + shown);
+    lines.push_back(RestLine(model, model.Gpus().size() - gpus));
+    lines.resize(std::min(lines.size(), rows));
 }
 
 }  // namespace
 
-std::string Padded(const std::string& text, size_t width) {
-    const size_t length = Length(text);
-    return length < width ? text + std::string(width - length, ' ') : text;
+StyledLines RenderStyledTable(const CMachineModel& model, const TableSpace& space) {
+    StyledLines lines = AllGpuLines(model, space.columns);
+    lines.insert(lines.begin(), WorkerLine(model, space.columns));
+    lines.push_back(CpuLine(model));
+    const StyledLines history =
+        space.hasHistory ? HistoryLines(model, space.columns) : StyledLines();
+    if (lines.size() > space.rows) {
+        CutToRows(lines, model, space.rows);
+    } else if (!history.empty() && lines.size() + 1 + history.size() <= space.rows) {
+        lines.emplace_back();
+        lines.insert(lines.end(), history.begin(), history.end());
+    }
+    for (StyledLine& line : lines) {
+        line = CutLine(line, space.columns);
+    }
+    return lines;
 }
 
 std::vector<std::string> RenderTable(const CMachineModel& model, size_t width) {
-    std::vector<std::string> lines = GpuLines(model, width);
-    lines.insert(lines.begin(), WorkerLine(model));
-    lines.push_back(CpuLine(model));
-    for (std::string& line : lines) {
-        line = Cut(line, width);
+    std::vector<std::string> lines;
+    for (const StyledLine& line : RenderStyledTable(model, {.columns = width})) {
+        std::string text = PlainText(line);
+        text.erase(text.find_last_not_of(' ') + 1);
+        lines.push_back(text);
     }
     return lines;
 }

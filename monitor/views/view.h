@@ -7,6 +7,7 @@
 #include "base/callerror.h"
 #include "monitor/event.h"
 #include "monitor/model/machinemodel.h"
+#include "monitor/terminal/keys.h"
 
 namespace zorvane {
 
@@ -36,6 +37,9 @@ class IView {
 
     /** All that came at once is in the model now: the moment to draw. */
     virtual void OnChange(const CMachineModel&) {}
+
+    /** A key of the terminal was pressed, or its size has changed. */
+    virtual void OnKey(Key) {}
 
     /** The run is over; the last call. */
     virtual void OnEnd(const CMachineModel&) {}

@@ -15,12 +15,13 @@ namespace {
 
 class Monitor : public testing::Test {
   protected:
-    // Runs zorvanemon on a machine to its end; its exit code.
-    std::optional<DWORD> RunMonitor(const MachineParts& parts, const std::wstring& words) {
+    // Runs a command of zorvanemon on a machine to its end; its exit code.
+    std::optional<DWORD> RunMonitor(const MachineParts& parts, const std::wstring& words,
+                                    const std::wstring& command = L"watch") {
         m_machine = std::make_unique<CSimulatedMachine>(parts);
         m_monitor = std::make_unique<CChildProcess>(
             BuildFolder(L"bin") + L"\\zorvanemon.exe",
-            L"--stale-after 600 --host \"" + m_machine->Host() + L"\" " + words,
+            command + L" --stale-after 600 --host \"" + m_machine->Host() + L"\" " + words,
             m_machine->Environment());
         return m_monitor->Wait();
     }
@@ -145,4 +146,40 @@ TEST_F(Monitor, TellsThatAGpuIsLostAndThatItIsBack) {
     EXPECT_TRUE(wasBack);
     EXPECT_FALSE(isLost);
     EXPECT_THAT(m_monitor->Errors(), HasSubstr("GPU 1 (00000000:02:00.0) gives no reading"));
+}
+
+TEST_F(Monitor, WarnsWhenAGpuCrossesItsThresholdAndWhenItIsBack) {
+    MachineParts parts = TwoGpusOnly();
+    parts.scenario = R"({"gpus": [
+        {"name": "GPU", "bus": 1, "temperature": {"perRead": [80, 90, 90, 90, 80]}},
+        {"name": "GPU", "bus": 2, "temperature": 50}]})";
+    ASSERT_EQ(RunMonitor(parts, L"--format json --count 6"), 0u) << m_monitor->Errors();
+    int64_t temperature = 0;
+    bool isOver = false;
+    int warnings = 0;
+    for (const nlohmann::json& line : Lines()) {
+        if (line["type"] == "gpu" && line["index"] == 0) {
+            temperature = line["temperature_celsius"];
+        }
+        if (line["type"] == "warning") {
+            ++warnings;
+            EXPECT_EQ(line["bus_id"], "00000000:01:00.0");
+            EXPECT_EQ(line["value"], temperature);
+            EXPECT_NE(line["over"], isOver);
+            isOver = line["over"];
+            EXPECT_EQ(isOver, temperature > 85);
+        }
+    }
+    EXPECT_GE(warnings, 2);
+    EXPECT_THAT(m_monitor->Errors(), HasSubstr("temperature is 90 C, over the threshold of 85 C"));
+    EXPECT_THAT(m_monitor->Errors(), HasSubstr("temperature is 80 C, back below"));
+}
+
+TEST_F(Monitor, ListsWhatDoesNotChangeAndEndsByItself) {
+    ASSERT_EQ(RunMonitor(TwoGpusOnly(), L"", L"list"), 0u) << m_monitor->Errors();
+    EXPECT_THAT(m_monitor->Output(), HasSubstr("  Serial number     1320523000001\n"));
+    EXPECT_THAT(m_monitor->Output(), HasSubstr("\n\nGPU 1: Tesla T4\n"));
+    MachineParts without = TwoGpusOnly();
+    without.nvml = L"none";
+    EXPECT_EQ(RunMonitor(without, L"", L"list"), 4u);
 }

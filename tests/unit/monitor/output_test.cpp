@@ -70,29 +70,6 @@ TEST(OutputTest, IsATerminalOnAConsole) {
     EXPECT_TRUE(COutput(GetCurrentProcess()).IsTerminal());
 }
 
-TEST(OutputTest, MovesUpNoFurtherThanTheTop) {
-    PATCH_IMPORT(info, GetConsoleScreenBufferInfo,
-                 [](HANDLE, PCONSOLE_SCREEN_BUFFER_INFO buffer) -> WINBOOL {
-                     buffer->dwCursorPosition = {7, 5};
-                     buffer->srWindow = {0, 10, 99, 39};
-                     return TRUE;
-                 });
-    std::vector<COORD> positions;
-    PATCH_IMPORT(cursor, SetConsoleCursorPosition, [&](HANDLE, COORD position) -> WINBOOL {
-        positions.push_back(position);
-        return TRUE;
-    });
-    const COutput output(GetCurrentProcess());
-    output.MoveUp(2);
-    output.MoveUp(9);
-    ASSERT_EQ(positions.size(), 2u);
-    EXPECT_EQ(positions[0].X, 0);
-    EXPECT_EQ(positions[0].Y, 3);
-    EXPECT_EQ(positions[1].Y, 0);
-    EXPECT_EQ(output.Size().columns, 100u);
-    EXPECT_EQ(output.Size().rows, 30u);
-}
-
 TEST(OutputTest, TakesAConsoleWithoutCellsForAnOrdinaryOne) {
     PATCH_IMPORT(info, GetConsoleScreenBufferInfo,
                  [](HANDLE, PCONSOLE_SCREEN_BUFFER_INFO buffer) -> WINBOOL {

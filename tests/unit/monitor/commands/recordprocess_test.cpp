@@ -83,5 +83,19 @@ TEST_F(RecordProcessTest, NamesARecordingThatThereIsNot) {
     EXPECT_THAT(m_monitor->Errors(), HasSubstr("none: "));
 }
 
+TEST_F(RecordProcessTest, KeepsWarningsAndMakesOthersFromTheReadingsWhenAskedTo) {
+    Record(L"--warn cpu.temp=40");
+    const char kWarning[] = "CPU temperature is 47 C, over the threshold of 40 C";
+    EXPECT_THAT(m_monitor->Errors(), HasSubstr(kWarning));
+    EXPECT_EQ(Replay(L"--at-once --format json"), kExitDone);
+    EXPECT_EQ(m_monitor->Output(), ReadFileBytes(Path()));
+    EXPECT_THAT(m_monitor->Output(), HasSubstr(kWarning));
+    EXPECT_EQ(Replay(L"--at-once --format json --warn cpu.temp=45"), kExitDone);
+    EXPECT_THAT(m_monitor->Output(), HasSubstr("over the threshold of 45 C"));
+    EXPECT_THAT(m_monitor->Output(), testing::Not(HasSubstr("of 40 C")));
+    EXPECT_EQ(Replay(L"--at-once --format json --warn off"), kExitDone);
+    EXPECT_THAT(m_monitor->Output(), testing::Not(HasSubstr("threshold")));
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -122,10 +122,11 @@ TEST(JsonLineTest, WritesTheLossOfAGpuAndItsReturn) {
 }
 
 TEST(JsonLineTest, WritesAWarningOfAGpuOrOfTheCpu) {
-    EXPECT_EQ(LineOf(WarningEvent{"gpu.temp", GpuId{1, std::nullopt}, 90, 85.5, true}),
-              Begin("warning") +
-                  R"("index":1,"bus_id":null,"what":"gpu.temp","value":90.0,"limit":85.5,)"
-                  R"("over":true,"text":"GPU 1: gpu.temp is 90, over the threshold of 85.5"})");
+    EXPECT_EQ(
+        LineOf(WarningEvent{"gpu.temp", GpuId{1, std::nullopt}, 90, 85.5, true}),
+        Begin("warning") +
+            R"("index":1,"bus_id":null,"what":"gpu.temp","value":90.0,"limit":85.5,)"
+            R"("over":true,"text":"GPU 1: temperature is 90 C, over the threshold of 85.5 C"})");
     EXPECT_FALSE(Parse(WarningEvent{"cpu.temp", std::nullopt, 80, 85, false}).contains("index"));
 }
 

@@ -164,5 +164,41 @@ TEST(MachineModelTest, MarksALostGpuUntilItIsBack) {
     EXPECT_TRUE(model.Gpus().rbegin()->second.isLost);
 }
 
+TEST(MachineModelTest, KeepsTheHistoryOfEachSourceBeyondItsWorker) {
+    CMachineModel model;
+    model.Apply(EventAt(0, WorkerStartEvent{1}));
+    model.Apply(EventAt(0, Reading(1, "")));
+    model.Apply(EventAt(1, FullReading()));
+    model.Apply(EventAt(1, CpuTemperature{47}));
+    model.KeepOnly({kCpuSource});
+    model.Apply(EventAt(2, WorkerStartEvent{2}));
+    model.Apply(EventAt(3, FullReading()));
+    const std::string source = "00000000:01:00.0";
+    ASSERT_TRUE(model.HistoryOf(source));
+    ASSERT_TRUE(model.HistoryOf(kCpuSource));
+    using testing::Eq;
+    EXPECT_THAT(model.HistoryOf(source)->temperature.Values(),
+                testing::ElementsAre(Eq(std::nullopt), Eq(58), Eq(std::nullopt), Eq(58)));
+    EXPECT_THAT(model.HistoryOf(source)->utilization.Values(),
+                testing::ElementsAre(Eq(11), Eq(11), Eq(std::nullopt), Eq(11)));
+    EXPECT_THAT(model.HistoryOf(kCpuSource)->temperature.Values(), testing::ElementsAre(Eq(47)));
+    EXPECT_FALSE(model.HistoryOf("other"));
+    model.Apply(EventAt(9, StartEvent()));
+    EXPECT_FALSE(model.HistoryOf(source));
+}
+
+TEST(MachineModelTest, KnowsWhatIsOverItsThreshold) {
+    CMachineModel model;
+    model.Apply(EventAt(0, WarningEvent{"gpu.temp", GpuId{1, std::nullopt}, 90, 85, true}));
+    model.Apply(EventAt(0, WarningEvent{"cpu.temp", std::nullopt, 96, 95, true}));
+    model.Apply(EventAt(1, WorkerStartEvent{2}));
+    EXPECT_TRUE(model.IsOver("gpu.temp", 1));
+    EXPECT_FALSE(model.IsOver("gpu.temp", 0));
+    EXPECT_FALSE(model.IsOver("gpu.fan", 1));
+    EXPECT_TRUE(model.IsOver("cpu.temp", std::nullopt));
+    model.Apply(EventAt(2, WarningEvent{"gpu.temp", GpuId{1, std::nullopt}, 80, 85, false}));
+    EXPECT_FALSE(model.IsOver("gpu.temp", 1));
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -5,6 +5,8 @@
 
 #include <functional>
 
+#include "base/handle.h"
+#include "tests/support/importpatch.h"
 #include "tests/unit/monitor/readings.h"
 
 namespace zorvane {
@@ -62,17 +64,19 @@ class CRecordingView : public IView {
         }
         rounds.push_back(round + (model.Cpu() ? " cpu" : ""));
     }
+    void OnKey(Key key) override { keys.push_back(key); }
     void OnEnd(const CMachineModel&) override { ++ends; }
     std::optional<ViewFailure> Failure() const override { return failure; }
 
     std::vector<std::string> told;
     std::vector<std::string> rounds;
+    std::vector<Key> keys;
     int ends = 0;
     std::optional<ViewFailure> failsWith;
     std::optional<ViewFailure> failure;
 };
 
-class RunTest : public testing::Test, private INotes {
+class RunTest : public testing::Test, protected INotes {
   protected:
     ExitCode Run(std::vector<EventBody> bodies, const RunLimits& limits = {},
                  EndReason reason = EndReason::kRecordingEnded) {
@@ -159,6 +163,47 @@ TEST_F(RunTest, EndsInPeaceWhenNobodyReadsAnyMore) {
 
 TEST_F(RunTest, KeepsTheReasonOfASourceThatCouldNotStart) {
     EXPECT_EQ(Run({}, {}, EndReason::kNotStarted), kExitNotStarted);
+}
+
+// Keys are pressed once: q, p and a key without a meaning.
+class PressedKeysTest : public RunTest {
+  protected:
+    static INPUT_RECORD Pressed(wchar_t character) {
+        INPUT_RECORD record{};
+        record.EventType = KEY_EVENT;
+        record.Event.KeyEvent.bKeyDown = TRUE;
+        record.Event.KeyEvent.uChar.UnicodeChar = character;
+        return record;
+    }
+
+    ExitCode RunWith(const std::vector<INPUT_RECORD>& keys) {
+        bool isTaken = false;
+        PATCH_IMPORT(mode, GetConsoleMode, [](HANDLE, LPDWORD) -> WINBOOL { return TRUE; });
+        PATCH_IMPORT(setMode, SetConsoleMode, [](HANDLE, DWORD) -> WINBOOL { return TRUE; });
+        PATCH_IMPORT(waiting, GetNumberOfConsoleInputEvents, [&](HANDLE, LPDWORD count) -> WINBOOL {
+            *count = isTaken ? 0 : static_cast<DWORD>(keys.size());
+            return TRUE;
+        });
+        PATCH_IMPORT(read, ReadConsoleInputW,
+                     [&](HANDLE, PINPUT_RECORD records, DWORD, LPDWORD count) -> WINBOOL {
+                         std::copy(keys.begin(), keys.end(), records);
+                         *count = static_cast<DWORD>(keys.size());
+                         isTaken = true;
+                         return TRUE;
+                     });
+        const CUniqueHandle input(CreateEventW(nullptr, TRUE, TRUE, nullptr));
+        CKeys pressed(input.get());
+        CListSource source({EventAt(0, Gpu(0))}, EndReason::kRecordingEnded);
+        source.RunOn();
+        CInterrupts interrupts;
+        return CRun(source, {&m_view}, *this, {}, interrupts, &pressed).Execute();
+    }
+};
+
+TEST_F(PressedKeysTest, EndTheRunLikeCtrlCAndReachTheViews) {
+    EXPECT_EQ(RunWith({Pressed(L'p'), Pressed(L'x'), Pressed(L'q')}), kExitDone);
+    EXPECT_THAT(m_view.keys, ElementsAre(Key::kPause));
+    EXPECT_EQ(m_view.ends, 1);
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ Exit codes:
   3  a library that it needs is missing or broken
   4  the library lacks the export ZorvaneProcess
   5  Windows refuses the library's file
-  8  --parent is malformed
+  8  a word for the host has a wrong value
   9  ended by force: the stub had gone and the worker did not end
 A code of 0xC0000000 or above is that of a crash.
 )";
@@ -34,7 +34,13 @@ HostWords ReadHostWords(const wchar_t* commandLine, std::wstring& error) {
     HostWords words;
     std::wstring value;
     for (const wchar_t* word : {L"--help", L"-h", L"-?", L"/?"}) {
-        words.help = words.help || args.GetValue(word, value);
+        if (!args.GetValue(word, value)) {
+            continue;
+        }
+        words.help = true;
+        if (!value.empty()) {
+            error = std::wstring(word) + L" takes no value, and got \"" + value + L"\"";
+        }
     }
     if (args.GetValue(L"--library", value)) {
         words.libraryPath = value;

@@ -72,11 +72,11 @@ int main() {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     std::wstring error;
     const HostWords words = ReadHostWords(GetCommandLineW(), error);
-    if (words.help) {
-        return zorvane::WriteText(GetStdHandle(STD_OUTPUT_HANDLE), kHostHelp) ? 1 : 0;
-    }
     if (!error.empty()) {
         return Fail(error, static_cast<int>(HostExit::kBadWord));
+    }
+    if (words.help) {
+        return zorvane::WriteText(GetStdHandle(STD_OUTPUT_HANDLE), kHostHelp) ? 1 : 0;
     }
     try {
         // The replaced functions read it until the process ends.

@@ -45,6 +45,14 @@ TEST(HostWords, AskForHelpInEveryUsualWay) {
     }
 }
 
+TEST(HostWords, TakeNoValueForHelp) {
+    for (const wchar_t* word : {L"--help", L"-h", L"-?", L"/?"}) {
+        std::wstring error;
+        Read(std::wstring(word) + L"=5", error);
+        EXPECT_EQ(error, std::wstring(word) + L" takes no value, and got \"5\"");
+    }
+}
+
 TEST(HostWords, NameTheParentThatMakesNoSense) {
     for (const wchar_t* word : {L"--parent", L"--parent=", L"--parent=12", L"--parent=x:1"}) {
         std::wstring error;

@@ -116,6 +116,11 @@ TEST_F(Host, RefusesAParentThatMakesNoSense) {
                 HasSubstr("--parent wants ID:TIME"));
 }
 
+TEST_F(Host, RefusesAValueForHelp) {
+    EXPECT_THAT(FailureOf(m_folder, L"--help=5", HostExit::kBadWord),
+                HasSubstr("--help takes no value, and got \"5\""));
+}
+
 TEST_F(Host, PrintsItsWordsAndExitCodes) {
     const CChildProcess host(m_folder.PathOf(L"zorvanehost.exe"), L"--help");
     EXPECT_EQ(host.Wait(), 0u);

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/peimage.h"
 #include "tests/support/driverservice.h"
 #include "tests/unit/sim/simfixture.h"
 
@@ -192,6 +193,13 @@ TEST(PlatformStandIn, SlotsStandAtTheirNumbers) {
     SlotOf(platform, 1)(platform, nullptr, nullptr);
     void* manager = AsObject(SlotOf(platform, 2)(platform, nullptr, nullptr));
     EXPECT_EQ(SlotOf(manager, 3)(manager, nullptr, nullptr), 0u);
+}
+
+TEST(PlatformStandIn, HasNoThreadCallbacks) {
+    const auto image = zorvane::CPeImage::OfFile(
+        (SimFolder().parent_path() / "platform-standin" / "Platform.dll").native());
+    ASSERT_TRUE(image.IsValid());
+    EXPECT_EQ(image.Directory(IMAGE_DIRECTORY_ENTRY_TLS).VirtualAddress, 0u);
 }
 
 }  // namespace

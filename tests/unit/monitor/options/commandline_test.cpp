@@ -142,7 +142,8 @@ TEST(CommandLineTest, StartsNoWorkerForAWordThatItDoesNotKnow) {
 }
 
 TEST(CommandLineTest, RefusesWordsThatWouldUndoTheOptions) {
-    for (const char* word : {"--wnd=5", "--WND", "--Entry=x", "--library=y"}) {
+    for (const char* word :
+         {"--wnd=5", "--WND", "--Entry=x", "--library=y", "--nvml=fixed", "--parent=1:2"}) {
         EXPECT_THAT(Sentence({"--", word}), HasSubstr(word));
     }
 }
@@ -163,6 +164,13 @@ TEST(CommandLineTest, NamesWhatIsWrongWithAValue) {
     EXPECT_EQ(Sentence({"--format", "jsno"}),
               "zorvanemon: --format takes table or json, not \"jsno\". Did you mean json?");
     EXPECT_EQ(Sentence({"--host"}), "zorvanemon: --host needs a value.");
+}
+
+TEST(CommandLineTest, RefusesAValueForAnOptionThatTakesNone) {
+    EXPECT_EQ(Sentence({"--no-restart=5"}), "zorvanemon: --no-restart takes no value.");
+    EXPECT_EQ(Sentence({"record", "f", "--overwrite=no"}),
+              "zorvanemon: --overwrite takes no value.");
+    EXPECT_EQ(Sentence({"--help=x"}), "zorvanemon: --help takes no value.");
 }
 
 TEST(CommandLineTest, NamesAnOptionThatThereIsNot) {

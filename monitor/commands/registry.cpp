@@ -1,6 +1,7 @@
 #include "monitor/commands/command.h"
 #include "monitor/commands/record.h"
 #include "monitor/commands/replay.h"
+#include "monitor/commands/reset.h"
 #include "monitor/commands/watch.h"
 
 namespace zorvane {
@@ -10,6 +11,7 @@ Commands MakeCommands() {
     commands.push_back(std::make_unique<CWatchCommand>());
     commands.push_back(std::make_unique<CRecordCommand>());
     commands.push_back(std::make_unique<CReplayCommand>());
+    commands.push_back(std::make_unique<CResetCommand>());
     return commands;
 }
 

@@ -29,7 +29,7 @@ worker reports to is taken away, then the process is ended by force.
 
 Exit codes:
   0  done as asked: the rounds or the time are over, Ctrl+C, or nobody reads the output any more
-  1  the output could not be written
+  1  the output, or the settings that reset changes, could not be written
   2  the command line is wrong
   3  the worker could not be started, or its host reported a failure
   4  no reading was received

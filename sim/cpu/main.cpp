@@ -60,6 +60,8 @@ int RunOn(Scenario& scenario, const HostWords& words) {
     }
     if (scenario.machine) {
         SimulateMachine(static_cast<HMODULE>(library.Base()), *scenario.machine);
+        // The host's own calls of the service manager would use up the scenario's results.
+        SimulateSystem(nullptr, *scenario.machine);
     }
     RunWorker(library, words);
     return static_cast<int>(HostExit::kOrderlyEnd);

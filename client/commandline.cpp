@@ -18,6 +18,9 @@ std::wstring BuildCommandLine(const WorkerCommand& command, HWND stubWindow,
     if (!command.libraryPath.empty()) {
         line += L" " + QuoteWord(L"--library=" + command.libraryPath);
     }
+    if (!command.nvml.empty()) {
+        line += L" " + QuoteWord(L"--nvml=" + command.nvml);
+    }
     for (const std::wstring& word : command.words) {
         line += L" " + QuoteWord(word);
     }

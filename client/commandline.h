@@ -17,6 +17,8 @@ struct WorkerCommand {
     std::wstring host;
     /** Path of the library; empty: the host takes the one beside itself. */
     std::wstring libraryPath;
+    /** Which NVML the host leads the library to: "auto", "system", "fixed"; empty: its default. */
+    std::wstring nvml;
     /** The worker's name. It comes back with every record, cut at 31 characters. */
     std::wstring entry;
     /** Further words of the command line. "skip_delete" keeps the AMD driver service at the end. */

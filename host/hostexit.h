@@ -10,7 +10,7 @@ enum class HostExit : int {
     kExportMissing = 4,
     /** The file is there but Windows refuses it. */
     kLibraryUnusable = 5,
-    /** A word of the command line that is meant for the host is malformed. */
+    /** A word of the command line that is meant for the host has a wrong value. */
     kBadWord = 8,
     /** The stub had gone, and the worker did not end within the grace period. */
     kEndedByForce = 9

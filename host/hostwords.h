@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/processidentity.h"
+#include "host/nvmlchoice.h"
 
 /** The library is given the whole command line and ignores these. */
 struct HostWords {
@@ -14,6 +15,8 @@ struct HostWords {
     std::optional<std::wstring> libraryPath;
     /** --parent=ID:TIME: the stub's process. */
     std::optional<zorvane::ProcessIdentity> parent;
+    /** --nvml=WHICH. */
+    NvmlChoice nvml = NvmlChoice::kAuto;
 };
 
 /** Parses them. On failure `error` is one line that names the malformed word. */

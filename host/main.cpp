@@ -26,11 +26,11 @@ int main() {
 
     std::wstring error;
     const HostWords words = ReadHostWords(GetCommandLineW(), error);
-    if (words.help) {
-        return zorvane::WriteText(GetStdHandle(STD_OUTPUT_HANDLE), kHostHelp) ? 1 : 0;
-    }
     if (!error.empty()) {
         return Fail(HostExit::kBadWord, error);
+    }
+    if (words.help) {
+        return zorvane::WriteText(GetStdHandle(STD_OUTPUT_HANDLE), kHostHelp) ? 1 : 0;
     }
     CWorkerLibrary library;
     const HostExit loaded =

@@ -4,9 +4,23 @@
 
 #include "base/environment.h"
 
+namespace {
+
+std::wstring Folder() {
+    const std::wstring programs = zorvane::EnvironmentVariable(kProgramsVariable);
+    return programs.empty() ? programs : programs + kNvmlFolder;
+}
+
+}  // namespace
+
+std::wstring NvmlPath() {
+    const std::wstring folder = Folder();
+    return folder.empty() ? folder : folder + kNvmlFile;
+}
+
 void AddNvmlFolder() {
-    const std::wstring programs = zorvane::EnvironmentVariable(L"ProgramW6432");
-    if (!programs.empty()) {
-        AddDllDirectory((programs + L"\\NVIDIA Corporation\\NVSMI").c_str());
+    const std::wstring folder = Folder();
+    if (!folder.empty()) {
+        AddDllDirectory(folder.c_str());
     }
 }

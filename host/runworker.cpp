@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "host/leftoverservice.h"
+#include "host/leftovers.h"
 #include "host/nvmlfolder.h"
 #include "host/reporterror.h"
 #include "host/runningexport.h"
@@ -34,18 +34,28 @@ zorvane::CUniqueHandle OpenStub(const HostWords& words) {
                        : zorvane::CUniqueHandle(CreateEventW(nullptr, TRUE, TRUE, nullptr));
 }
 
+void Say(const std::wstring& line) {
+    if (!line.empty()) {
+        ReportError(line);
+    }
+}
+
 }  // namespace
 
 void RunWorker(const CWorkerLibrary& library, const HostWords& words) {
     // Deliberately leaked: other threads use them until the process ends.
-    const auto* service = new CLeftoverService();
+    auto* leftovers = new CLeftovers();
     const auto* worker = new CRunningExport(OpenStub(words));
     Note(HoldSystemEnd(*worker));
-    if (worker->Stub()) {
-        Note(WatchStub(*worker, *service));
+    Say(leftovers->SystemNvml().Prepare(words.nvml));
+    if (!leftovers->SystemNvml().IsUsed()) {
+        AddNvmlFolder();
     }
-    AddNvmlFolder();
+    Say(leftovers->CpuSwitch().Note());
+    if (worker->Stub()) {
+        Note(WatchStub(*worker, *leftovers));
+    }
     library.Run(GetCommandLineW());
-    service->Remove();
+    leftovers->ClearAway();
     worker->SetEnded();
 }

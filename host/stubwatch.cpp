@@ -9,16 +9,16 @@ namespace {
 
 struct Watch {
     const CRunningExport& worker;
-    const CLeftoverService& service;
+    const CLeftovers& leftovers;
 };
 
 void CALLBACK OnStubEnd(void* context, BOOLEAN) {
     const auto* watch = static_cast<const Watch*>(context);
-    EndWithoutStub(watch->worker, watch->service);
+    EndWithoutStub(watch->worker, watch->leftovers);
 }
 
-DWORD WINAPI ClearAway(void* service) {
-    static_cast<const CLeftoverService*>(service)->Remove();
+DWORD WINAPI ClearAway(void* leftovers) {
+    static_cast<const CLeftovers*>(leftovers)->ClearAway();
     ReportError(L"the stub has gone and the worker has not ended for " +
                 std::to_wstring(kStubGraceMs / 1000) + L" seconds: ended by force");
     return 0;
@@ -26,10 +26,10 @@ DWORD WINAPI ClearAway(void* service) {
 
 // On a thread of its own: a hung driver can block the service manager for ever, and a pipe that
 // nobody reads can block the write to standard error.
-void ClearAwayInTime(const CLeftoverService& service) {
+void ClearAwayInTime(const CLeftovers& leftovers) {
     constexpr DWORD kClearingMs = 5000;
     const zorvane::CUniqueHandle thread(
-        CreateThread(nullptr, 0, &ClearAway, const_cast<CLeftoverService*>(&service), 0, nullptr));
+        CreateThread(nullptr, 0, &ClearAway, const_cast<CLeftovers*>(&leftovers), 0, nullptr));
     if (thread) {
         WaitForSingleObject(thread.get(), kClearingMs);
     }
@@ -54,9 +54,9 @@ bool AskUntilEnd(const CRunningExport& worker) {
 }  // namespace
 
 std::optional<zorvane::CallError> WatchStub(const CRunningExport& worker,
-                                            const CLeftoverService& service) {
+                                            const CLeftovers& leftovers) {
     // Deliberately leaked, like the wait: the callback may come until the process ends.
-    auto* watch = new Watch{worker, service};
+    auto* watch = new Watch{worker, leftovers};
     HANDLE wait = nullptr;
     if (!RegisterWaitForSingleObject(&wait, worker.Stub(), &OnStubEnd, watch, INFINITE,
                                      WT_EXECUTEONLYONCE | WT_EXECUTELONGFUNCTION)) {
@@ -67,10 +67,10 @@ std::optional<zorvane::CallError> WatchStub(const CRunningExport& worker,
     return std::nullopt;
 }
 
-void EndWithoutStub(const CRunningExport& worker, const CLeftoverService& service) {
+void EndWithoutStub(const CRunningExport& worker, const CLeftovers& leftovers) {
     if (AskUntilEnd(worker)) {
         return;
     }
-    ClearAwayInTime(service);
+    ClearAwayInTime(leftovers);
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(HostExit::kEndedByForce));
 }

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "base/callerror.h"
-#include "host/leftoverservice.h"
+#include "host/leftovers.h"
 #include "host/runningexport.h"
 
 /**
@@ -17,12 +17,12 @@ inline constexpr DWORD kStubGraceMs = 15000;
 
 /**
  * Waits on a thread of its own for the stub's process to end, and then asks the worker to end. If
- * it does not end within the grace period, `service` is removed and this process ends with
+ * it does not end within the grace period, `leftovers` are cleared away and this process ends with
  * HostExit::kEndedByForce. Both objects must live until the process ends. Returns the error if the
  * watch cannot be set up.
  */
 [[nodiscard]] std::optional<zorvane::CallError> WatchStub(const CRunningExport& worker,
-                                                          const CLeftoverService& service);
+                                                          const CLeftovers& leftovers);
 
 /** What the watch does once the stub's process has gone. */
-void EndWithoutStub(const CRunningExport& worker, const CLeftoverService& service);
+void EndWithoutStub(const CRunningExport& worker, const CLeftovers& leftovers);

@@ -2,10 +2,13 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
 #include "base/callerror.h"
 #include "base/modulepath.h"
 #include "base/peimage.h"
 #include "base/text.h"
+#include "host/standin.h"
 
 namespace {
 
@@ -16,6 +19,17 @@ std::wstring FullPath(const std::wstring& path) {
     full.resize(
         GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
     return full.empty() ? path : full;
+}
+
+bool ImportsPlatform(const std::wstring& path) {
+    const auto image = zorvane::CPeImage::OfFile(path);
+    if (!image.IsValid()) {
+        return false;
+    }
+    const std::vector<std::string> names = image.ImportedLibraries();
+    return std::any_of(names.begin(), names.end(), [](const std::string& name) {
+        return _wcsicmp(zorvane::ToWide(name).c_str(), kPlatformFile) == 0;
+    });
 }
 
 // The first library that `path` imports and that cannot be loaded; empty when all can be.
@@ -52,7 +66,11 @@ HostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
         return HostExit::kLibraryMissing;
     }
     // Never the current folder or PATH: this process may run elevated.
-    AddDllDirectory(zorvane::FolderOf(fullPath).c_str());
+    const std::wstring folder = zorvane::FolderOf(fullPath);
+    AddDllDirectory(folder.c_str());
+    if (ImportsPlatform(fullPath)) {
+        LoadStandInIfNeeded(folder);
+    }
     const HMODULE module =
         LoadLibraryExW(fullPath.c_str(), nullptr,
                        LOAD_LIBRARY_SEARCH_DEFAULT_DIRS | LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR);
@@ -63,8 +81,8 @@ HostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
         if (!import.empty()) {
             error = L"library " + fullPath + L" needs " + import + L", which cannot be loaded: " +
                     zorvane::DescribeCode(importError);
-            if (import == L"Platform.dll") {
-                error += L"; on a PC without AMD's, copy the one from platform-standin beside it";
+            if (import == kPlatformFile) {
+                error += StandInHint(folder);
             }
             return HostExit::kDependencyMissing;
         }

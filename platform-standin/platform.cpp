@@ -26,3 +26,6 @@ constinit CNoPlatform s_platform;
 }  // namespace
 
 IPlatform& GetPlatform() { return s_platform; }
+
+// Tells this library from AMD's.
+extern "C" const char ZorvanePlatformStandIn = 1;

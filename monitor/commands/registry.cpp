@@ -2,6 +2,7 @@
 #include "monitor/commands/list.h"
 #include "monitor/commands/record.h"
 #include "monitor/commands/replay.h"
+#include "monitor/commands/reset.h"
 #include "monitor/commands/service.h"
 #include "monitor/commands/watch.h"
 
@@ -14,6 +15,7 @@ Commands MakeCommands() {
     commands.push_back(std::make_unique<CRecordCommand>());
     commands.push_back(std::make_unique<CReplayCommand>());
     commands.push_back(std::make_unique<CServiceCommand>());
+    commands.push_back(std::make_unique<CResetCommand>());
     return commands;
 }
 

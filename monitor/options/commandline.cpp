@@ -29,7 +29,7 @@ worker reports to is taken away, then the process is ended by force.
 
 Exit codes:
   0  done as asked: the rounds or the time are over, Ctrl+C, or nobody reads the output any more
-  1  the output could not be written
+  1  the output, or the settings that reset changes, could not be written
   2  the command line is wrong
   3  the worker could not be started, or its host reported a failure
   4  no reading was received
@@ -106,7 +106,8 @@ std::string CheckWorkerWord(const Commands& commands, const std::string& word) {
 // The worker takes the last of equal keys, so these words would undo what the options say.
 std::string CheckPassedWord(const std::string& word) {
     const std::string key = LowerAscii(word.substr(0, word.find('=')));
-    const bool isReserved = key == "--wnd" || key == "--entry" || key == "--library";
+    const bool isReserved = key == "--wnd" || key == "--entry" || key == "--library" ||
+                            key == "--nvml" || key == "--parent";
     return isReserved ? fmt::format("{} is set by zorvanemon itself and cannot be passed on", word)
                       : "";
 }
@@ -129,6 +130,9 @@ void Declare(CLI::App& app, const Commands& commands) {
         part->set_help_flag("-h,--help", "Show this help (also -? and /?)");
         part->set_version_flag("-V,--version", "zorvanemon " ZORVANE_VERSION, "Show the version");
         command->Declare(*part);
+        for (CLI::Option* option : part->get_options()) {
+            option->disable_flag_override();
+        }
         if (isDefault) {
             part->footer(ListOfCommands(commands) + "\n" + kFooter);
         }
@@ -138,6 +142,9 @@ void Declare(CLI::App& app, const Commands& commands) {
         }
     }
 }
+
+// CLI11's complaint, behind the option's name without its dashes.
+constexpr char kFlagWithValue[] = " was given a disallowed flag override";
 
 // What CLI11 puts before the text of a check: the option's name.
 std::string WithoutName(const std::string& text) {
@@ -178,7 +185,9 @@ std::string Sentence(const CLI::ParseError& error, const CLI::App& part) {
         return WithoutName(text);
     }
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) {
-        return text.substr(0, text.find(':')) + " needs a value";
+        const size_t flag = text.find(kFlagWithValue);
+        return flag == std::string::npos ? text.substr(0, text.find(':')) + " needs a value"
+                                         : "--" + text.substr(0, flag) + " takes no value";
     }
     if (dynamic_cast<const CLI::RequiredError*>(&error)) {
         return fmt::format("{} needs {}", part.get_name(), text.substr(0, text.find(' ')));

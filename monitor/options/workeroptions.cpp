@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "base/text.h"
 #include "monitor/options/values.h"
@@ -14,6 +15,15 @@ std::string CheckVariable(const std::string& text) {
     const size_t equals = text.find('=');
     const bool isChange = equals != std::string::npos && equals > 0;
     return isChange ? "" : fmt::format("--env takes NAME=VALUE, not \"{}\"", text);
+}
+
+std::string CheckNvml(const std::string& text) {
+    const std::vector<std::string> known = {"auto", "system", "fixed"};
+    if (std::find(known.begin(), known.end(), LowerAscii(text)) != known.end()) {
+        return "";
+    }
+    return fmt::format("--nvml takes {}, not \"{}\".{}", Listed(known), text,
+                       DidYouMean(text, known));
 }
 
 std::string CheckStaleAfter(const std::string& text) {
@@ -31,6 +41,12 @@ void CWorkerOptions::Declare(CLI::App& app) {
              "PATH");
     AddValue(app, "--entry", m_entry, "The worker's name, shown at most 31 characters long",
              "NAME");
+    AddValue(
+        app, "--nvml", m_nvml,
+        "NVIDIA's library: the one in the NVSMI folder or else the system folder's (auto), the "
+        "system folder's (system), or the NVSMI folder's only (fixed) (default: auto)",
+        "auto|system|fixed")
+        ->check(CheckNvml);
     app.add_option("--env", m_variables, "Set a variable for the worker only; may be repeated")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false)
@@ -50,6 +66,7 @@ WorkerSourceOptions CWorkerOptions::Get(const CommandContext& context) const {
     options.worker.host = m_host.empty() ? context.defaultHost : ToWide(m_host);
     options.worker.libraryPath = ToWide(m_libraryPath);
     options.worker.entry = ToWide(m_entry);
+    options.worker.nvml = ToWide(LowerAscii(m_nvml));
     for (const auto* words : {&m_words, &context.passedOn}) {
         for (const std::string& word : *words) {
             options.worker.words.push_back(ToWide(word));

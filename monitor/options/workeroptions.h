@@ -8,7 +8,7 @@
 
 namespace zorvane {
 
-/** Which worker to start, and how to keep it: --host, --library, --entry, --env and the like. */
+/** Which worker to start, and how to keep it: --host, --library, --nvml, --env and the like. */
 class CWorkerOptions {
   public:
     /** Adds the options and the words to a command; this object stays where it is meanwhile. */
@@ -21,6 +21,7 @@ class CWorkerOptions {
     std::string m_host;
     std::string m_libraryPath;
     std::string m_entry = "zorvanemon";
+    std::string m_nvml;
     std::vector<std::string> m_variables;
     bool m_noRestart = false;
     std::string m_staleAfter = "5";

@@ -60,6 +60,8 @@ int RunOn(Scenario& scenario, const HostWords& words) {
     }
     if (scenario.machine) {
         SimulateMachine(static_cast<HMODULE>(library.Base()), *scenario.machine);
+        // The host's own calls of the service manager would use up the scenario's results.
+        SimulateSystem(nullptr, *scenario.machine);
     }
     RunWorker(library, words);
     return static_cast<int>(HostExit::kOrderlyEnd);
@@ -72,11 +74,11 @@ int main() {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     std::wstring error;
     const HostWords words = ReadHostWords(GetCommandLineW(), error);
-    if (words.help) {
-        return zorvane::WriteText(GetStdHandle(STD_OUTPUT_HANDLE), kHostHelp) ? 1 : 0;
-    }
     if (!error.empty()) {
         return Fail(error, static_cast<int>(HostExit::kBadWord));
+    }
+    if (words.help) {
+        return zorvane::WriteText(GetStdHandle(STD_OUTPUT_HANDLE), kHostHelp) ? 1 : 0;
     }
     try {
         // The replaced functions read it until the process ends.

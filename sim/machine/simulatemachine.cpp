@@ -26,3 +26,8 @@ void SimulateMachine(HMODULE module, Machine& machine) {
     Install(module, DriverReplacements());
     Install(module, WmiReplacements());
 }
+
+void SimulateSystem(HMODULE module, Machine& machine) {
+    SetCurrentMachine(machine);
+    Install(module, SystemReplacements());
+}

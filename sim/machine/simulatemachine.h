@@ -13,3 +13,9 @@
  * version of Windows.
  */
 void SimulateMachine(HMODULE module, Machine& machine);
+
+/**
+ * The same for administrator rights, the version of Windows, its folder and the product's name
+ * alone; the service manager and WMI stay real.
+ */
+void SimulateSystem(HMODULE module, Machine& machine);

@@ -21,6 +21,7 @@ decltype(GetTokenInformation)* s_getTokenInformation = nullptr;
 decltype(VerifyVersionInfoW)* s_verifyVersionInfo = nullptr;
 decltype(GetProcAddress)* s_getProcAddress = nullptr;
 decltype(RegQueryValueExW)* s_regQueryValue = nullptr;
+decltype(GetSystemDirectoryW)* s_getSystemDirectory = nullptr;
 
 BOOL IsAdministrator() {
     const std::optional<bool>& administrator = CurrentMachine().administrator;
@@ -124,6 +125,19 @@ LSTATUS QueryValue(HKEY key, LPCWSTR name, DWORD* reserved, DWORD* type, BYTE* d
     return ERROR_SUCCESS;
 }
 
+UINT NameSystemFolder(LPWSTR buffer, UINT room) {
+    const std::optional<std::wstring>& folder = CurrentMachine().systemFolder;
+    if (!folder) {
+        return s_getSystemDirectory(buffer, room);
+    }
+    const auto length = static_cast<UINT>(folder->size());
+    if (room <= length) {
+        return length + 1;
+    }
+    std::memcpy(buffer, folder->c_str(), (folder->size() + 1) * sizeof(wchar_t));
+    return length;
+}
+
 }  // namespace
 
 std::span<const Replacement> SystemReplacements() {
@@ -133,6 +147,7 @@ std::span<const Replacement> SystemReplacements() {
         Replace("VerifyVersionInfoW", &VerifyVersion, s_verifyVersionInfo),
         Replace("GetProcAddress", &FindFunction, s_getProcAddress),
         Replace("RegQueryValueExW", &QueryValue, s_regQueryValue),
+        Replace("GetSystemDirectoryW", &NameSystemFolder, s_getSystemDirectory),
     };
     return s_rows;
 }

@@ -46,6 +46,8 @@ Machine ReadMachine(const CJsonPlace& place) {
         {"vbs", [&](const CJsonPlace& value) { machine.vbs = ReadVbs(value); }},
         {"productName",
          [&](const CJsonPlace& value) { machine.productName = zorvane::ToWide(value.Text()); }},
+        {"systemFolder",
+         [&](const CJsonPlace& value) { machine.systemFolder = zorvane::ToWide(value.Text()); }},
         {"results",
          [&](const CJsonPlace& value) {
              machine.results = ReadResults(value, WindowsFunctions());

@@ -30,6 +30,8 @@ struct Machine {
     std::optional<WindowsVersion> windows;
     std::optional<VbsAnswer> vbs;
     std::optional<std::wstring> productName;
+    /** A folder in the place of the system's, where the host looks for NVML. */
+    std::optional<std::wstring> systemFolder;
     /** By the names in windowsfunctions.h; codes are Windows error codes. */
     CResults results;
 };

@@ -34,9 +34,13 @@ CSimulatedMachine::CSimulatedMachine(const MachineParts& parts)
     std::filesystem::create_directory(folder / L"Log");
     Copy(bin / L"Zorvane.dll", folder);
     Copy((parts.simulatedProcessor ? sim : bin) / std::filesystem::path(m_host).filename(), folder);
-    Copy((parts.standIn ? std::filesystem::path(BuildFolder(L"platform-standin")) : sim) /
-             L"Platform.dll",
-         folder);
+    const std::filesystem::path standIn = bin / L"platform-standin" / L"Platform.dll";
+    if (parts.unpacked) {
+        std::filesystem::create_directory(folder / L"platform-standin");
+        Copy(standIn, folder / L"platform-standin");
+    } else {
+        Copy(parts.standIn ? standIn : sim / L"Platform.dll", folder);
+    }
     Copy(sim / L"AMDRyzenMasterDriver.sys", folder);
     WriteFileBytes(m_folder.PathOf(L"scenario.json"), parts.scenario);
     if (!parts.settings.empty()) {
@@ -73,6 +77,19 @@ std::vector<std::string> CSimulatedMachine::LogLines() const {
         line.erase(0, line.find("[E]"));
     }
     return lines;
+}
+
+bool CSimulatedMachine::WaitForCall(const std::string& text) const {
+    // A file of another process raises no event that Wine passes on.
+    constexpr DWORD kPolls = 600;
+    constexpr DWORD kPollMs = 50;
+    for (DWORD poll = 0; poll < kPolls; ++poll) {
+        if (ReadFileBytes(m_folder.PathOf(L"calls.log")).find(text) != std::string::npos) {
+            return true;
+        }
+        Sleep(kPollMs);
+    }
+    return false;
 }
 
 std::vector<std::string> CSimulatedMachine::Calls() const {

@@ -19,6 +19,8 @@ struct MachineParts {
     bool simulatedProcessor = true;
     /** The stand-in instead of the simulated vendor library. */
     bool standIn = false;
+    /** As the package is unpacked: no vendor library, and the stand-in in its own folder. */
+    bool unpacked = false;
     /** Content of Qorvella.set; none when empty. */
     std::string settings{};
 };
@@ -50,6 +52,8 @@ class CSimulatedMachine {
     std::vector<std::string> LogLines() const;
     /** Lines of the vendor libraries' call log. */
     std::vector<std::string> Calls() const;
+    /** Waits until the call log has a line with this text; false after half a minute. */
+    bool WaitForCall(const std::string& text) const;
 
   private:
     CTempFolder m_folder;

@@ -46,6 +46,15 @@ TEST(CommandLineTest, LeavesTheLibraryOutWhenTheHostIsToTakeItsOwn) {
               L"\"h.exe\" --wnd=0 --entry=e --parent=7:99");
 }
 
+TEST(CommandLineTest, NamesTheNvmlThatIsChosen) {
+    WorkerCommand command;
+    command.host = L"h.exe";
+    command.entry = L"e";
+    command.nvml = L"fixed";
+    EXPECT_EQ(BuildCommandLine(command, nullptr, {7, 99}),
+              L"\"h.exe\" --wnd=0 --entry=e --parent=7:99 --nvml=fixed");
+}
+
 TEST(CommandLineTest, WritesAWindowHandleAsASignedDecimalOf32Bits) {
     const auto window = [](uintptr_t value) { return reinterpret_cast<HWND>(value); };
     EXPECT_EQ(WindowText(window(132456)), L"132456");

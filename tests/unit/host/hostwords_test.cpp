@@ -45,6 +45,26 @@ TEST(HostWords, AskForHelpInEveryUsualWay) {
     }
 }
 
+TEST(HostWords, ChooseAnNvml) {
+    EXPECT_EQ(Read(L"").nvml, NvmlChoice::kAuto);
+    EXPECT_EQ(Read(L"--nvml=auto").nvml, NvmlChoice::kAuto);
+    EXPECT_EQ(Read(L"--NVML=System").nvml, NvmlChoice::kSystem);
+    EXPECT_EQ(Read(L"--nvml=fixed").nvml, NvmlChoice::kFixed);
+    for (const wchar_t* value : {L"", L"=", L"=sys", L"=C:\\nvml.dll"}) {
+        std::wstring error;
+        Read(std::wstring(L"--nvml") + value, error);
+        EXPECT_TRUE(error.starts_with(L"--nvml takes auto, system or fixed, and got ")) << error;
+    }
+}
+
+TEST(HostWords, TakeNoValueForHelp) {
+    for (const wchar_t* word : {L"--help", L"-h", L"-?", L"/?"}) {
+        std::wstring error;
+        Read(std::wstring(word) + L"=5", error);
+        EXPECT_EQ(error, std::wstring(word) + L" takes no value, and got \"5\"");
+    }
+}
+
 TEST(HostWords, NameTheParentThatMakesNoSense) {
     for (const wchar_t* word : {L"--parent", L"--parent=", L"--parent=12", L"--parent=x:1"}) {
         std::wstring error;
@@ -56,7 +76,7 @@ TEST(HostWords, NameTheParentThatMakesNoSense) {
 TEST(HostHelp, NamesEveryWordAndEveryExitCode) {
     const std::string help = kHostHelp;
     for (const char* word :
-         {"--wnd=", "--entry=", "--library=", "--parent=", "skip_delete", "--help"}) {
+         {"--wnd=", "--entry=", "--library=", "--parent=", "--nvml=", "skip_delete", "--help"}) {
         EXPECT_THAT(help, testing::HasSubstr(word));
     }
     for (const HostExit exit :

@@ -94,7 +94,7 @@ TEST_F(Host, NamesTheLibraryThatTheLibraryNeeds) {
 }
 
 TEST_F(Host, FailsWhenTheLibraryHasNoSuchExport) {
-    m_folder.CopyAs(L"platform-standin", L"Platform.dll", L"Zorvane.dll");
+    m_folder.CopyAs(L"bin\\platform-standin", L"Platform.dll", L"Zorvane.dll");
     EXPECT_THAT(FailureOf(m_folder, L"", HostExit::kExportMissing),
                 HasSubstr("has no export ZorvaneProcess: "));
 }
@@ -110,10 +110,27 @@ TEST_F(Host, WritesItsLineAsUtf8) {
                 HasSubstr("C:\\\xC3\xA4\xE4\xB8\xAD.dll not found: "));
 }
 
+TEST_F(Host, RunsAsUnpackedAndSaysOnceThatItUsesTheStandIn) {
+    m_folder.Copy(L"bin", L"Zorvane.dll");
+    std::filesystem::create_directory(m_folder.PathOf(L"platform-standin"));
+    m_folder.CopyAs(L"bin\\platform-standin", L"Platform.dll", L"platform-standin\\Platform.dll");
+    WriteFileBytes(m_folder.PathOf(L"Qorvella.set"), "[cpu_kernel]\r\nsdk_flag=0\r\n");
+    const CChildProcess host(m_folder.PathOf(L"zorvanehost.exe"), L"--wnd=0 --nvml=fixed");
+    EXPECT_EQ(host.Wait(), Code(HostExit::kOrderlyEnd));
+    EXPECT_EQ(host.Errors(),
+              "zorvanehost: no CPU temperature in this run: the stand-in is used in place of AMD's "
+              "Platform.dll\r\n");
+}
+
 TEST_F(Host, RefusesAParentThatMakesNoSense) {
     m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
     EXPECT_THAT(FailureOf(m_folder, L"--parent=12", HostExit::kBadWord),
                 HasSubstr("--parent wants ID:TIME"));
+}
+
+TEST_F(Host, RefusesAValueForHelp) {
+    EXPECT_THAT(FailureOf(m_folder, L"--help=5", HostExit::kBadWord),
+                HasSubstr("--help takes no value, and got \"5\""));
 }
 
 TEST_F(Host, PrintsItsWordsAndExitCodes) {

@@ -13,14 +13,14 @@ class StubWatch : public testing::Test {
     std::vector<std::string> m_calls;
     CFakeServices m_services{m_calls};
     // Deliberately leaked, as in a host: the watch uses it until the process ends.
-    const CLeftoverService& m_service = *new CLeftoverService();
+    const CLeftovers& m_leftovers = *new CLeftovers();
 };
 
 }  // namespace
 
 TEST_F(StubWatch, AsksTheWorkerToEndWhenTheStubHasGone) {
     CExportThread worker(FakeStub());
-    ASSERT_FALSE(WatchStub(worker.running, m_service));
+    ASSERT_FALSE(WatchStub(worker.running, m_leftovers));
     EXPECT_EQ(worker.asked, 0);
     SetEvent(worker.running.Stub());
     ASSERT_TRUE(worker.PumpUntil([&] { return worker.asked > 0; }));
@@ -34,13 +34,13 @@ TEST_F(StubWatch, ReturnsWhenTheWorkerEnds) {
         ADD_FAILURE() << "ended by force";
         return TRUE;
     });
-    EndWithoutStub(worker.running, m_service);
+    EndWithoutStub(worker.running, m_leftovers);
 }
 
 TEST_F(StubWatch, AsksAgainUntilTheWorkerHasAWindow) {
     const CRunningExport& running = *new CRunningExport(FakeStub(true));
     std::optional<CExportThread> worker;
-    ASSERT_FALSE(WatchStub(running, m_service));
+    ASSERT_FALSE(WatchStub(running, m_leftovers));
     // The watch has found no window yet when this one comes.
     worker.emplace();
     ASSERT_TRUE(worker->PumpUntil([&] { return worker->asked > 0; }));
@@ -53,7 +53,7 @@ TEST_F(StubWatch, NamesTheCallThatFails) {
         return FALSE;
     });
     const CExportThread worker(FakeStub());
-    const auto error = WatchStub(worker.running, m_service);
+    const auto error = WatchStub(worker.running, m_leftovers);
     ASSERT_TRUE(error);
     EXPECT_EQ(error->call, "RegisterWaitForSingleObject");
 }

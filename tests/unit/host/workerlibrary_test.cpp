@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include "host/standin.h"
+#include "tests/support/importpatch.h"
 #include "tests/unit/host/libraryfolder.h"
 
 namespace {
@@ -16,9 +18,30 @@ class WorkerLibrary : public testing::Test {
         return m_error.find(part) != std::wstring::npos;
     }
 
+    // Puts the stand-in where a program in `program` finds it; its path.
+    std::wstring PutStandInBelow(const CLibraryFolder& program) {
+        std::filesystem::create_directory(program.PathOf(L"platform-standin"));
+        const std::wstring standIn = program.CopyAs(L"bin\\platform-standin", L"Platform.dll",
+                                                    L"platform-standin\\Platform.dll");
+        m_programPath = program.PathOf(L"host.exe");
+        return standIn;
+    }
+
     CLibraryFolder m_folder;
+    CLibraryFolder m_program;
     CWorkerLibrary m_library;
     std::wstring m_error;
+
+  private:
+    // Where this program claims to be; empty: where it is.
+    std::wstring m_programPath;
+    PATCH_IMPORT(m_fileName, GetModuleFileNameW,
+                 [this](HMODULE module, LPWSTR buffer, DWORD size) -> DWORD {
+                     if (module || m_programPath.empty()) {
+                         return m_fileName.Original(module, buffer, size);
+                     }
+                     return static_cast<DWORD>(m_programPath.copy(buffer, size));
+                 });
 };
 
 }  // namespace
@@ -48,7 +71,7 @@ TEST_F(WorkerLibrary, CanBeNamedFromTheCurrentFolder) {
 }
 
 TEST_F(WorkerLibrary, FindsWhatItNeedsBesideItself) {
-    m_folder.Copy(L"platform-standin", L"Platform.dll");
+    m_folder.Copy(L"bin\\platform-standin", L"Platform.dll");
     EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), HostExit::kOrderlyEnd) << m_error;
     EXPECT_EQ(GetModuleHandleW(L"Platform.dll"),
               GetModuleHandleW(m_folder.PathOf(L"Platform.dll").c_str()));
@@ -71,16 +94,54 @@ TEST_F(WorkerLibrary, NeedsALibraryThatIsMissing) {
     EXPECT_EQ(Load(path), HostExit::kDependencyMissing);
     EXPECT_TRUE(ErrorHas(L"library " + path + L" needs Platform.dll, which cannot be loaded: "))
         << m_error;
-    EXPECT_TRUE(ErrorHas(L"(126)")) << m_error;
+    EXPECT_TRUE(ErrorHas(L"(126); nor is there a stand-in, ")) << m_error;
     EXPECT_EQ(m_library.Base(), nullptr);
 }
 
 TEST_F(WorkerLibrary, DoesNotTakeWhatItNeedsFromTheCurrentFolderOrThePath) {
     const CLibraryFolder elsewhere;
-    elsewhere.Copy(L"platform-standin", L"Platform.dll");
+    elsewhere.Copy(L"bin\\platform-standin", L"Platform.dll");
     SetCurrentDirectoryW(elsewhere.Path().c_str());
     SetEnvironmentVariableW(L"PATH", elsewhere.Path().c_str());
     EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), HostExit::kDependencyMissing) << m_error;
+}
+
+TEST_F(WorkerLibrary, TakesTheStandInWhereThereIsNoPlatformLibrary) {
+    const std::wstring library = m_folder.Copy(L"bin", L"Zorvane.dll");
+    const std::wstring standIn = PutStandInBelow(m_program);
+    EXPECT_EQ(Load(library), HostExit::kOrderlyEnd) << m_error;
+    EXPECT_EQ(GetModuleHandleW(L"Platform.dll"), GetModuleHandleW(standIn.c_str()));
+    EXPECT_TRUE(IsStandInLoaded());
+}
+
+TEST_F(WorkerLibrary, PrefersThePlatformLibraryBesideItselfToTheStandIn) {
+    const std::wstring platform = m_folder.Copy(L"sim", L"Platform.dll");
+    const std::wstring library = m_folder.Copy(L"bin", L"Zorvane.dll");
+    PutStandInBelow(m_program);
+    EXPECT_EQ(Load(library), HostExit::kOrderlyEnd) << m_error;
+    EXPECT_EQ(GetModuleHandleW(L"Platform.dll"), GetModuleHandleW(platform.c_str()));
+    EXPECT_FALSE(IsStandInLoaded());
+}
+
+TEST_F(WorkerLibrary, TellsAStandInBesideItselfFromTheVendorsLibrary) {
+    m_folder.Copy(L"bin\\platform-standin", L"Platform.dll");
+    EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), HostExit::kOrderlyEnd) << m_error;
+    EXPECT_TRUE(IsStandInLoaded());
+}
+
+TEST_F(WorkerLibrary, DoesNotTakeTheStandInForAPlatformLibraryThatIsBroken) {
+    m_folder.WriteText(L"Platform.dll");
+    const std::wstring library = m_folder.Copy(L"bin", L"Zorvane.dll");
+    PutStandInBelow(m_program);
+    EXPECT_EQ(Load(library), HostExit::kDependencyMissing);
+    EXPECT_TRUE(ErrorHas(L"; without that file the stand-in would take its place")) << m_error;
+}
+
+TEST_F(WorkerLibrary, IsLoadedWithoutTheStandInIfItDoesNotNeedOne) {
+    const std::wstring library = m_folder.Copy(L"tests", L"recordingworker.dll");
+    PutStandInBelow(m_program);
+    EXPECT_EQ(Load(library), HostExit::kOrderlyEnd);
+    EXPECT_FALSE(IsStandInLoaded());
 }
 
 TEST_F(WorkerLibrary, NeedsALibraryThatIsBroken) {
@@ -91,7 +152,7 @@ TEST_F(WorkerLibrary, NeedsALibraryThatIsBroken) {
 }
 
 TEST_F(WorkerLibrary, HasNoSuchExport) {
-    const std::wstring path = m_folder.Copy(L"platform-standin", L"Platform.dll");
+    const std::wstring path = m_folder.Copy(L"bin\\platform-standin", L"Platform.dll");
     EXPECT_EQ(Load(path), HostExit::kExportMissing);
     EXPECT_TRUE(ErrorHas(L"library " + path + L" has no export ZorvaneProcess: ")) << m_error;
     EXPECT_TRUE(ErrorHas(L"(127)")) << m_error;

@@ -25,7 +25,7 @@ HMODULE LoadOrThrow(const std::wstring& path) {
 
 CLoadedLibrary::CLoadedLibrary(bool withLogFolder) {
     Copy(L"bin", L"Zorvane.dll", m_folder);
-    Copy(L"platform-standin", L"Platform.dll", m_folder);
+    Copy(L"bin\\platform-standin", L"Platform.dll", m_folder);
     if (withLogFolder) {
         std::filesystem::create_directory(m_folder.PathOf(L"Log"));
     }

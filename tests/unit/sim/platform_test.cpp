@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/peimage.h"
 #include "tests/support/driverservice.h"
 #include "tests/unit/sim/simfixture.h"
 
@@ -175,8 +176,12 @@ TEST_F(CPlatformTest, InitNeedsTheDriversDevice) {
     EXPECT_FALSE(Platform().Init(nullptr, nullptr));
 }
 
+std::filesystem::path StandInPath() {
+    return SimFolder().parent_path() / "bin" / "platform-standin" / "Platform.dll";
+}
+
 TEST(PlatformStandIn, NeverStartsAndHasNoDevice) {
-    const CLoadedLibrary library(SimFolder().parent_path() / "platform-standin" / "Platform.dll");
+    const CLoadedLibrary library(StandInPath());
     IPlatform& platform = library.Get<IPlatform&()>(kExport)();
     EXPECT_FALSE(platform.Init(nullptr, nullptr));
     EXPECT_EQ(platform.GetDeviceManager().GetDevice(kDeviceTypeCpu, 0), nullptr);
@@ -186,12 +191,19 @@ TEST(PlatformStandIn, NeverStartsAndHasNoDevice) {
 }
 
 TEST(PlatformStandIn, SlotsStandAtTheirNumbers) {
-    const CLoadedLibrary library(SimFolder().parent_path() / "platform-standin" / "Platform.dll");
+    const CLoadedLibrary library(StandInPath());
     void* platform = library.Get<void*()>(kExport)();
     EXPECT_EQ(SlotOf(platform, 0)(platform, nullptr, nullptr) & 0xFF, 0u);
     SlotOf(platform, 1)(platform, nullptr, nullptr);
     void* manager = AsObject(SlotOf(platform, 2)(platform, nullptr, nullptr));
     EXPECT_EQ(SlotOf(manager, 3)(manager, nullptr, nullptr), 0u);
+}
+
+TEST(PlatformStandIn, HasNoThreadCallbacks) {
+    const auto image = zorvane::CPeImage::OfFile(
+        (StandInPath()).native());
+    ASSERT_TRUE(image.IsValid());
+    EXPECT_EQ(image.Directory(IMAGE_DIRECTORY_ENTRY_TLS).VirtualAddress, 0u);
 }
 
 }  // namespace

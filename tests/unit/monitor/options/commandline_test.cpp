@@ -58,6 +58,7 @@ TEST(CommandLineTest, HasDefaultsForEverything) {
     EXPECT_EQ(options.source.worker.host, L"C:\\default host.exe");
     EXPECT_EQ(options.source.worker.libraryPath, L"");
     EXPECT_EQ(options.source.worker.entry, L"zorvanemon");
+    EXPECT_EQ(options.source.worker.nvml, L"");
     EXPECT_TRUE(options.source.worker.words.empty());
     EXPECT_TRUE(options.source.worker.environment.empty());
     EXPECT_TRUE(options.source.restart);
@@ -74,6 +75,8 @@ TEST(CommandLineTest, TakesEveryOption) {
                                     "--library=x.dll",
                                     "--entry",
                                     "\xC3\x84",
+                                    "--nvml",
+                                    "System",
                                     "--format",
                                     "json",
                                     "--count",
@@ -92,6 +95,7 @@ TEST(CommandLineTest, TakesEveryOption) {
                                     "/word"});
     EXPECT_EQ(options.source.worker.host, L"a b.exe");
     EXPECT_EQ(options.source.worker.libraryPath, L"x.dll");
+    EXPECT_EQ(options.source.worker.nvml, L"system");
     EXPECT_EQ(options.source.worker.entry, L"\x00C4");
     EXPECT_EQ(options.view.format, "json");
     EXPECT_EQ(options.limits.count, 3u);
@@ -142,7 +146,8 @@ TEST(CommandLineTest, StartsNoWorkerForAWordThatItDoesNotKnow) {
 }
 
 TEST(CommandLineTest, RefusesWordsThatWouldUndoTheOptions) {
-    for (const char* word : {"--wnd=5", "--WND", "--Entry=x", "--library=y"}) {
+    for (const char* word :
+         {"--wnd=5", "--WND", "--Entry=x", "--library=y", "--nvml=fixed", "--parent=1:2"}) {
         EXPECT_THAT(Sentence({"--", word}), HasSubstr(word));
     }
 }
@@ -162,7 +167,16 @@ TEST(CommandLineTest, NamesWhatIsWrongWithAValue) {
     }
     EXPECT_EQ(Sentence({"--format", "jsno"}),
               "zorvanemon: --format takes table or json, not \"jsno\". Did you mean json?");
+    EXPECT_EQ(Sentence({"--nvml", "fxied"}),
+              "zorvanemon: --nvml takes auto, system or fixed, not \"fxied\". Did you mean fixed?");
     EXPECT_EQ(Sentence({"--host"}), "zorvanemon: --host needs a value.");
+}
+
+TEST(CommandLineTest, RefusesAValueForAnOptionThatTakesNone) {
+    EXPECT_EQ(Sentence({"--no-restart=5"}), "zorvanemon: --no-restart takes no value.");
+    EXPECT_EQ(Sentence({"record", "f", "--overwrite=no"}),
+              "zorvanemon: --overwrite takes no value.");
+    EXPECT_EQ(Sentence({"--help=x"}), "zorvanemon: --help takes no value.");
 }
 
 TEST(CommandLineTest, NamesAnOptionThatThereIsNot) {
@@ -193,9 +207,10 @@ TEST(CommandLineTest, HelpsWithOptionsCommandsAndExitCodes) {
                                Words{"help"}, Words{"watch", "-h"}, Words{"--count", "3", "/?"}}) {
         const ParseEnd end = Refused(words);
         EXPECT_EQ(end.exitCode, kExitDone);
-        for (const char* text : {"--host", "--library", "--entry", "--format", "--count",
-                                 "--duration", "--env", "--no-restart", "--stale-after",
-                                 "skip_delete", "Exit codes", "\n  8  ", "record", "replay"}) {
+        for (const char* text :
+             {"--host", "--library", "--entry", "--format", "--count", "--duration", "--env",
+              "--no-restart", "--stale-after", "--nvml", "skip_delete", "Exit codes", "\n  8  ",
+              "record", "replay", "reset"}) {
             EXPECT_THAT(end.text, HasSubstr(text));
         }
     }

@@ -22,6 +22,7 @@ class CWorkerOptions {
     std::string m_libraryPath;
     std::string m_entry = "zorvanemon";
     std::vector<std::string> m_variables;
+    bool m_isDemo = false;
     bool m_noRestart = false;
     std::string m_staleAfter = "5";
     std::vector<std::string> m_words;

@@ -178,8 +178,10 @@ std::string WorkerLine(const CMachineModel& model) {
     } else if (model.StaleSince()) {
         state = fmt::format("  NO READINGS SINCE {}", LocalClock(*model.StaleSince()));
     }
-    return fmt::format("{}  worker {} {}{}  NVIDIA driver {}", LocalClock(model.Time()),
-                       model.WorkerId(), name, state, DriverVersion(model));
+    const bool isSimulated = model.Start() && model.Start()->simulated;
+    return fmt::format("{}{}  worker {} {}{}  NVIDIA driver {}", LocalClock(model.Time()),
+                       isSimulated ? "  SIMULATED" : "", model.WorkerId(), name, state,
+                       DriverVersion(model));
 }
 
 // What is missing, with the reason if there is one.

@@ -29,7 +29,7 @@ void SetDemo(const std::wstring& folder, WorkerCommand& worker) {
     worker.host = folder + L"zorvanehost.exe";
     worker.environment.push_back({L"ProgramW6432", programs});
     worker.environment.push_back(
-        {L"ZORVANE_SIM_SCENARIO", programs + L"\\NVIDIA Corporation\\NVSMI\\default.json"});
+        {L"ZORVANE_SIM_SCENARIO", programs + L"\\NVIDIA Corporation\\NVSMI\\scenario.json"});
 }
 
 }  // namespace

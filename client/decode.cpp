@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <span>
 #include <string_view>
 #include <type_traits>
 
@@ -187,11 +186,11 @@ Decoded DecodeGpu(const Payload& payload) {
 // n of exactly {"CpuTemp":n}, n being a JSON whole number that fits an int.
 std::optional<int> ParseCpuText(std::string_view text) {
     constexpr std::string_view kPrefix = R"({"CpuTemp":)";
-    if (!text.starts_with(kPrefix) || !text.ends_with('}')) {
+    if (text.substr(0, kPrefix.size()) != kPrefix || text.back() != '}') {
         return std::nullopt;
     }
     const std::string_view number = text.substr(kPrefix.size(), text.size() - kPrefix.size() - 1);
-    const std::string_view digits = number.substr(number.starts_with('-') ? 1 : 0);
+    const std::string_view digits = number.substr(!number.empty() && number.front() == '-' ? 1 : 0);
     if (digits.size() > 1 && digits.front() == '0') {
         return std::nullopt;
     }

@@ -4,7 +4,9 @@
  *   class CMyStub : public zorvane::IWorkerListener { ... };
  *   CMyStub stub;
  *   zorvane::CWorkerSession session(stub);
- *   if (auto error = session.Start({.host = path, .entry = L"mystub"})) ...
+ *   zorvane::WorkerCommand command;
+ *   command.host = path;
+ *   if (auto error = session.Start(command)) ...
  *   // run the message loop; session.Stop() to end; OnExit comes last
  */
 #pragma once

@@ -4,17 +4,38 @@ include(Notices)
 zorvane_notices("${CMAKE_BINARY_DIR}/packaging/NOTICES.txt")
 install(FILES "${CMAKE_BINARY_DIR}/packaging/README.txt" "${CMAKE_BINARY_DIR}/packaging/NOTICES.txt"
   DESTINATION . COMPONENT runtime)
-install(TARGETS Zorvane zorvanehost zorvanemon RUNTIME DESTINATION . COMPONENT runtime)
+install(TARGETS Zorvane zorvaneclient zorvanehost zorvanemon
+  RUNTIME DESTINATION . COMPONENT runtime ARCHIVE DESTINATION lib COMPONENT runtime)
 # The log is written only where its folder is there already.
 install(DIRECTORY DESTINATION Log COMPONENT runtime)
 install(FILES $<TARGET_FILE:Platform> platform-standin/README.txt
   DESTINATION platform-standin COMPONENT runtime)
+install(DIRECTORY "${ZORVANE_BIN_DIR}/demo" DESTINATION . COMPONENT runtime
+  PATTERN "*.log" EXCLUDE PATTERN "*.set" EXCLUDE)
 install(DIRECTORY include/zorvane DESTINATION include COMPONENT runtime)
-install(DIRECTORY base client examples DESTINATION . COMPONENT runtime
-  FILES_MATCHING PATTERN "*.h" PATTERN "*.c" PATTERN "*.cpp")
+
+# For authors of stubs: find_package(Zorvane), the sources of Zorvane::client, the examples.
+include(CMakePackageConfigHelpers)
+configure_file(packaging/ZorvaneConfig.cmake.in
+  "${CMAKE_BINARY_DIR}/packaging/ZorvaneConfig.cmake" @ONLY)
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/packaging/ZorvaneConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES "${CMAKE_BINARY_DIR}/packaging/ZorvaneConfig.cmake"
+  "${CMAKE_BINARY_DIR}/packaging/ZorvaneConfigVersion.cmake"
+  DESTINATION lib/cmake/Zorvane COMPONENT runtime)
+install(FILES client/c/zorvaneclient.def DESTINATION lib COMPONENT runtime)
+install(DIRECTORY client DESTINATION . COMPONENT runtime
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.cpp" PATTERN "c" EXCLUDE)
+install(DIRECTORY base DESTINATION . COMPONENT runtime FILES_MATCHING PATTERN "*.h")
+list(FILTER ZORVANE_PACKAGED_SOURCES INCLUDE REGEX "^base/")
+install(FILES ${ZORVANE_PACKAGED_SOURCES} DESTINATION base COMPONENT runtime)
+install(DIRECTORY examples/ packaging/examples/ DESTINATION examples COMPONENT runtime
+  FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.js" PATTERN "*.py" PATTERN "*.cs"
+  PATTERN "*.rs" PATTERN "*.md")
+install(FILES packaging/examples/CMakeLists.txt DESTINATION examples COMPONENT runtime)
 install(FILES docs/protocol.md docs/support.md docs/zorvanemon.md
   DESTINATION docs COMPONENT runtime)
 
-foreach(target Zorvane zorvanehost zorvanemon Platform)
+foreach(target Zorvane zorvaneclient zorvanehost zorvanemon Platform)
   install(FILES $<TARGET_FILE:${target}>.debug DESTINATION . COMPONENT debug)
 endforeach()

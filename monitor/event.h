@@ -10,8 +10,7 @@
 #include <string>
 #include <variant>
 
-#include "client/decode.h"
-#include "client/workersession.h"
+#include "client/sessionevent.h"
 #include "monitor/moment.h"
 
 namespace zorvane {
@@ -33,64 +32,6 @@ struct StartEvent {
     std::string entry;
 };
 
-/** A worker's process was started; what an earlier one reported no longer counts. */
-struct WorkerStartEvent {
-    DWORD workerId = 0;
-};
-
-struct HelloEvent {
-    Hello hello;
-    DWORD workerId = 0;
-};
-
-struct ErrorEvent {
-    PayloadError error;
-    /** Errors with the same fault that were not reported since the last one that was. */
-    unsigned leftOut = 0;
-};
-
-/** Why something is not read, and what to do about it. */
-struct MissingEvent {
-    /** What is missing: "cpu", "gpu", or "log". */
-    std::string what;
-    /** The reason's stable id: "nvml.path". */
-    std::string id;
-    /** The reason in a few words, to stand in brackets; may be empty. */
-    std::string brief;
-    /** The reason as a sentence. */
-    std::string text;
-    /** What to do, in whole sentences; empty when nothing can be done. */
-    std::string remedy;
-};
-
-/** No complete round has come for too long: readings count as gone. */
-struct StaleEvent {
-    /** When the last reading came, or the worker started. */
-    UtcTime since{};
-};
-
-/** A round has come after a StaleEvent. */
-struct FreshEvent {
-    /** The StaleEvent's. */
-    UtcTime since{};
-};
-
-/** Tells a GPU apart. */
-struct GpuId {
-    uint32_t index = 0;
-    std::optional<std::string> busId;
-};
-
-/** All readings of a GPU fail: it is lost, or needs a reset. */
-struct GpuLostEvent {
-    GpuId gpu;
-};
-
-/** A lost GPU answers again. */
-struct GpuBackEvent {
-    GpuId gpu;
-};
-
 /** A reading has crossed a threshold. */
 struct WarningEvent {
     /** As in --warn: "gpu.temp", "cpu.temp". */
@@ -101,19 +42,6 @@ struct WarningEvent {
     double limit = 0;
     /** Whether the threshold was crossed on the way up, or back. */
     bool over = true;
-};
-
-/** What else people should know; for programs it has an id. */
-struct NoticeEvent {
-    std::string id;
-    /** A sentence without a full stop. */
-    std::string text;
-};
-
-struct ExitEvent {
-    WorkerExit exit;
-    /** When the next worker will be started; empty: none will. */
-    std::optional<std::chrono::milliseconds> restartIn;
 };
 
 using EventBody = std::variant<StartEvent, WorkerStartEvent, HelloEvent, GpuStatic, GpuReading,

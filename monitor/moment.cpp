@@ -12,15 +12,10 @@ namespace {
 using Days = std::chrono::days;
 using Milliseconds = std::chrono::milliseconds;
 
-// Windows counts from 1601, in steps of 100 ns.
-constexpr Milliseconds kWindowsEpoch =
-    std::chrono::sys_days(std::chrono::year(1601) / 1 / 1).time_since_epoch();
-constexpr int64_t kStepsPerMillisecond = 10000;
-
 FILETIME ToFileTime(UtcTime time) {
     ULARGE_INTEGER steps{};
-    steps.QuadPart = static_cast<ULONGLONG>((time.time_since_epoch() - kWindowsEpoch).count() *
-                                            kStepsPerMillisecond);
+    steps.QuadPart = static_cast<ULONGLONG>((time.time_since_epoch() + kWindowsEpochAge).count() *
+                                            kWindowsStepsPerMillisecond);
     return {steps.LowPart, steps.HighPart};
 }
 
@@ -35,15 +30,6 @@ std::optional<int> Number(std::string_view text) {
 }
 
 }  // namespace
-
-Moment ReadMoment() {
-    FILETIME now;
-    GetSystemTimeAsFileTime(&now);
-    const ULARGE_INTEGER steps{{now.dwLowDateTime, now.dwHighDateTime}};
-    const Milliseconds sinceWindowsEpoch(static_cast<int64_t>(steps.QuadPart) /
-                                         kStepsPerMillisecond);
-    return {UtcTime(kWindowsEpoch + sinceWindowsEpoch), Milliseconds(GetTickCount64())};
-}
 
 std::string Rfc3339(UtcTime time) {
     const auto day = std::chrono::floor<Days>(time);

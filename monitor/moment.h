@@ -1,26 +1,13 @@
-/** Points in time, and how they are written. */
+/** How points in time are written. */
 #pragma once
 
-#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "client/moment.h"
+
 namespace zorvane {
-
-/** A point of the calendar, in UTC. */
-using UtcTime = std::chrono::sys_time<std::chrono::milliseconds>;
-
-/** Now, on both of the scales that are needed. Passed on as a value, so that tests need no clock.
- */
-struct Moment {
-    /** For people and files; jumps when the clock is set. */
-    UtcTime utc{};
-    /** Never runs backwards; for pauses and limits. Its zero point is arbitrary. */
-    std::chrono::milliseconds tick{};
-};
-
-Moment ReadMoment();
 
 /** RFC 3339 with milliseconds: "2024-11-21T04:42:11.123Z". */
 std::string Rfc3339(UtcTime time);

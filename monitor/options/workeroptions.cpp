@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "base/modulepath.h"
 #include "base/text.h"
 #include "monitor/options/values.h"
 
@@ -32,6 +33,15 @@ std::string CheckStaleAfter(const std::string& text) {
                : fmt::format("--stale-after takes a number of seconds above 0, not \"{}\"", text);
 }
 
+// A worker beside which there is nothing but a simulated NVML, which reads the scenario.
+void SetDemo(const std::wstring& folder, WorkerCommand& worker) {
+    const std::wstring programs = folder + L"ProgramFiles";
+    worker.host = folder + L"zorvanehost.exe";
+    worker.environment.push_back({L"ProgramW6432", programs});
+    worker.environment.push_back(
+        {L"ZORVANE_SIM_SCENARIO", programs + L"\\NVIDIA Corporation\\NVSMI\\scenario.json"});
+}
+
 }  // namespace
 
 void CWorkerOptions::Declare(CLI::App& app) {
@@ -51,6 +61,8 @@ void CWorkerOptions::Declare(CLI::App& app) {
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false)
         ->check(CheckVariable);
+    app.add_flag("--demo", m_isDemo, "Show simulated GPUs; needs neither a GPU nor a driver")
+        ->excludes("--host", "--library");
     app.add_flag("--no-restart", m_noRestart,
                  "Do not start a worker again that crashed or fell silent");
     AddValue(app, "--stale-after", m_staleAfter,
@@ -76,6 +88,9 @@ WorkerSourceOptions CWorkerOptions::Get(const CommandContext& context) const {
         const size_t equals = text.find('=');
         options.worker.environment.push_back(
             {ToWide(text.substr(0, equals)), ToWide(text.substr(equals + 1))});
+    }
+    if (m_isDemo) {
+        SetDemo(FolderOf(context.defaultHost) + L"demo\\", options.worker);
     }
     options.restart = !m_noRestart;
     options.stale.staleAfter = ParseSeconds(m_staleAfter).value_or(options.stale.staleAfter);

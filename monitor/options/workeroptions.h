@@ -23,6 +23,7 @@ class CWorkerOptions {
     std::string m_entry = "zorvanemon";
     std::string m_nvml;
     std::vector<std::string> m_variables;
+    bool m_isDemo = false;
     bool m_noRestart = false;
     std::string m_staleAfter = "5";
     std::vector<std::string> m_words;

@@ -102,7 +102,7 @@ void CWorkerSource::OnGpuStatic(const GpuStatic& fixed) {
     const auto change = m_health.Check(healthy.first);
     m_anyReading = true;
     if (change) {
-        Tell(now, *change);
+        std::visit([&](const auto& told) { Tell(now, told); }, *change);
     }
     Tell(now, healthy);
 }
@@ -113,7 +113,7 @@ void CWorkerSource::OnGpuReading(const GpuReading& reading) {
     const auto change = m_health.Check(healthy);
     NoteReading(SourceOf(healthy), now);
     if (change) {
-        Tell(now, *change);
+        std::visit([&](const auto& told) { Tell(now, told); }, *change);
     }
     Tell(now, healthy);
 }

@@ -4,11 +4,11 @@
 #include <string>
 
 #include "client/workersession.h"
-#include "monitor/model/gpuhealth.h"
+#include "client/gpuhealth.h"
 #include "monitor/model/machinemodel.h"
-#include "monitor/model/roundtracker.h"
-#include "monitor/model/staleness.h"
-#include "monitor/sources/reportlimiter.h"
+#include "client/roundtracker.h"
+#include "client/staleness.h"
+#include "client/reportlimiter.h"
 #include "monitor/sources/source.h"
 
 namespace zorvane {

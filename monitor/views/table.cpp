@@ -59,6 +59,9 @@ StyledLine WorkerLine(const CMachineModel& model, size_t width) {
         const std::string since = "NO READINGS SINCE " + LocalClock(*model.StaleSince());
         parts.insert(parts.begin() + 2, {1, {since, Style::kAlarm}});
     }
+    if (model.Start() && model.Start()->simulated) {
+        parts.insert(parts.begin() + 1, {1, {"SIMULATED", Style::kAlarm}});
+    }
     return Joined(std::move(parts), width);
 }
 

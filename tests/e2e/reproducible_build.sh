@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Builds the library a second time, in another folder, and compares: the same sources give the same
-# bytes. Usage: reproducible_build.sh SOURCE_FOLDER BUILT_LIBRARY RESULTS_FILE
+# Builds the DLLs a second time, in another folder, and compares: the same sources give the same
+# bytes. Usage: reproducible_build.sh SOURCE_FOLDER FOLDER_OF_THE_DLLS RESULTS_FILE
 set -euo pipefail
 # A compiler cache would compare one result with itself, or give the paths of another folder.
 unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER
 source=$1
-library=$2
+built=$2
 results=$3
 
 copy="$(dirname "$results")/../reproduced/another place"
@@ -14,11 +14,19 @@ mkdir -p "$copy"
 (cd "$source" && git ls-files -z -co --exclude-standard 2>/dev/null || find . -path ./build -prune -o -type f -print0) |
     (cd "$source" && xargs -0 cp --parents -t "$copy")
 
+libraries=(Zorvane zorvaneclient)
+same_files() {
+    local library
+    for library in "${libraries[@]}"; do
+        cmp "$built/$library.dll" "$copy/build/release/bin/$library.dll" &&
+            cmp "$built/$library.dll.debug" "$copy/build/release/bin/$library.dll.debug" || return 1
+    done
+}
+
 verdict='<failure message="the build differs"/>'
 if cmake -S "$copy" --preset release >/dev/null &&
-    (cd "$copy" && cmake --build --preset release --target Zorvane >/dev/null) &&
-    cmp "$library" "$copy/build/release/bin/Zorvane.dll" &&
-    cmp "$library.debug" "$copy/build/release/bin/Zorvane.dll.debug"; then
+    (cd "$copy" && cmake --build --preset release --target "${libraries[@]}" >/dev/null) &&
+    same_files; then
     verdict=
 fi
 rm -rf "$copy"

@@ -1,8 +1,8 @@
-#include "monitor/model/staleness.h"
+#include "client/staleness.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/monitor/readings.h"
+#include "tests/unit/client/readings.h"
 
 namespace zorvane {
 namespace {

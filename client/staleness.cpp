@@ -1,4 +1,4 @@
-#include "monitor/model/staleness.h"
+#include "client/staleness.h"
 
 #include <algorithm>
 #include <utility>

@@ -14,7 +14,7 @@ namespace zorvane {
 class CRoundTracker {
   public:
     /** Whether the open round holds a reading of this source, so that the next one completes it. */
-    bool Holds(const std::string& source) const { return m_sources.contains(source); }
+    bool Holds(const std::string& source) const { return m_sources.count(source) > 0; }
 
     void Add(const std::string& source) { m_sources.insert(source); }
 

@@ -1,4 +1,4 @@
-#include "monitor/sources/reportlimiter.h"
+#include "client/reportlimiter.h"
 
 #include <gtest/gtest.h>
 

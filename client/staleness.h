@@ -4,8 +4,7 @@
 #include <chrono>
 #include <optional>
 
-#include "monitor/event.h"
-#include "monitor/moment.h"
+#include "client/sessionevent.h"
 
 namespace zorvane {
 

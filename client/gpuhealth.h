@@ -3,10 +3,14 @@
 
 #include <map>
 #include <optional>
+#include <variant>
 
-#include "monitor/event.h"
+#include "client/sessionevent.h"
 
 namespace zorvane {
+
+/** A GPU is lost, or answers again. */
+using GpuChange = std::variant<GpuLostEvent, GpuBackEvent>;
 
 /**
  * A GPU is lost when it stops giving readings, or when its record is empty, without even a name. A
@@ -21,7 +25,7 @@ class CGpuHealth {
      * Gives the GpuLostEvent or GpuBackEvent that this reading means, if any. Takes the
      * utilisations out of a lost GPU's reading: its record has 0 there, like that of an idle one.
      */
-    std::optional<EventBody> Check(GpuReading& reading);
+    std::optional<GpuChange> Check(GpuReading& reading);
 
   private:
     struct State {

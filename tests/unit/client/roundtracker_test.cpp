@@ -1,4 +1,4 @@
-#include "monitor/model/roundtracker.h"
+#include "client/roundtracker.h"
 
 #include <gtest/gtest.h>
 

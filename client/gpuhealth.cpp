@@ -1,4 +1,4 @@
-#include "monitor/model/gpuhealth.h"
+#include "client/gpuhealth.h"
 
 #include <algorithm>
 
@@ -17,7 +17,7 @@ bool HasReadings(const GpuReading& reading) {
 
 }  // namespace
 
-std::optional<EventBody> CGpuHealth::Check(GpuReading& reading) {
+std::optional<GpuChange> CGpuHealth::Check(GpuReading& reading) {
     State& state = m_gpus[reading.index];
     if (reading.pci) {
         state.busId = reading.pci->busId;
@@ -26,7 +26,7 @@ std::optional<EventBody> CGpuHealth::Check(GpuReading& reading) {
     if (HasReadings(reading)) {
         const bool wasLost = state.isLost;
         state = {true, false, state.busId};
-        return wasLost ? std::optional<EventBody>(GpuBackEvent{gpu}) : std::nullopt;
+        return wasLost ? std::optional<GpuChange>(GpuBackEvent{gpu}) : std::nullopt;
     }
     const bool isNothing = !reading.name && !reading.pci;
     if (!state.hasAnswered && !isNothing) {
@@ -36,7 +36,7 @@ std::optional<EventBody> CGpuHealth::Check(GpuReading& reading) {
     reading.memoryUtilizationPercent.reset();
     const bool wasLost = state.isLost;
     state.isLost = true;
-    return wasLost ? std::nullopt : std::optional<EventBody>(GpuLostEvent{gpu});
+    return wasLost ? std::nullopt : std::optional<GpuChange>(GpuLostEvent{gpu});
 }
 
 }  // namespace zorvane

@@ -1,0 +1,71 @@
+/** The shipped client DLL, loaded as a foreign program loads it. */
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/tempfolder.h"
+#include "zorvane/client.h"
+
+/** A copy of the DLL; its functions are members. Frees the DLL at its end. */
+class CClientLibrary {
+  public:
+    /** Throws std::runtime_error when it cannot be loaded or lacks an export. */
+    CClientLibrary();
+    ~CClientLibrary();
+    CClientLibrary(const CClientLibrary&) = delete;
+    CClientLibrary& operator=(const CClientLibrary&) = delete;
+
+    /** Loads it again after Free. */
+    void Load();
+    void Free();
+
+    /** Whether the DLL is in memory, whoever holds it. */
+    bool IsLoaded() const;
+
+    decltype(&zorvane_client_version) Version = nullptr;
+    decltype(&zorvane_open) Open = nullptr;
+    decltype(&zorvane_start) Start = nullptr;
+    decltype(&zorvane_stop) Stop = nullptr;
+    decltype(&zorvane_pause) Pause = nullptr;
+    decltype(&zorvane_resume) Resume = nullptr;
+    decltype(&zorvane_next_event) NextEvent = nullptr;
+    decltype(&zorvane_close) Close = nullptr;
+    decltype(&zorvane_result_text) ResultText = nullptr;
+    decltype(&zorvane_event_name) EventName = nullptr;
+
+  private:
+    CTempFolder m_folder;
+    HMODULE m_module = nullptr;
+};
+
+/** A session with the fake worker, whose script stands one step a line. */
+class CTestSession {
+  public:
+    CTestSession(CClientLibrary& library, const std::string& script,
+                 const std::function<void(ZorvaneOptions& options)>& change = {});
+    ~CTestSession();
+    CTestSession(const CTestSession&) = delete;
+    CTestSession& operator=(const CTestSession&) = delete;
+
+    ZorvaneSession Number() const { return m_session; }
+
+    /** The next event; type 0 when none comes within half a minute. */
+    ZorvaneEvent Next() const;
+
+    /** Reads on to the next event of a type; type 0 when none comes within half a minute. */
+    ZorvaneEvent NextOf(ZorvaneEventType type) const;
+
+    /** All events up to the last one of a start. */
+    std::vector<ZorvaneEvent> UntilEnd() const;
+
+  private:
+    CClientLibrary& m_library;
+    ZorvaneSession m_session = 0;
+};
+
+/** The types of these events. */
+std::vector<ZorvaneEventType> TypesOf(const std::vector<ZorvaneEvent>& events);

@@ -11,13 +11,6 @@ namespace {
 
 constexpr char kExportName[] = "ZorvaneProcess";
 
-std::wstring FullPath(const std::wstring& path) {
-    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
-    full.resize(
-        GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full.empty() ? path : full;
-}
-
 // The first library that `path` imports and that cannot be loaded; empty when all can be.
 std::wstring FirstBrokenImport(const std::wstring& path, DWORD& error) {
     const auto image = zorvane::CPeImage::OfFile(path);
@@ -45,7 +38,7 @@ HostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
         error = L"the library has no name: --library wants a path behind its \"=\"";
         return HostExit::kLibraryMissing;
     }
-    const std::wstring fullPath = FullPath(path);
+    const std::wstring fullPath = zorvane::FullPath(path);
     if (GetFileAttributesW(fullPath.c_str()) == INVALID_FILE_ATTRIBUTES) {
         const DWORD code = GetLastError();
         error = L"library " + fullPath + L" not found: " + zorvane::DescribeCode(code);

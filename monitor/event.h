@@ -110,6 +110,9 @@ struct NoticeEvent {
     std::string text;
 };
 
+/** Id of the notice at the end of a recording whose worker goes on in the next one. */
+inline constexpr char kContinuedNotice[] = "recording.continued";
+
 struct ExitEvent {
     WorkerExit exit;
     /** When the next worker will be started; empty: none will. */

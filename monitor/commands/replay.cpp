@@ -7,6 +7,8 @@
 #include "base/text.h"
 #include "monitor/commands/runsource.h"
 #include "monitor/options/values.h"
+#include "monitor/output.h"
+#include "monitor/outputs/samepath.h"
 #include "monitor/sources/recordingsource.h"
 
 namespace zorvane {
@@ -39,12 +41,16 @@ void CReplayCommand::Declare(CLI::App& app) {
 }
 
 int CReplayCommand::Run(const CommandContext&) {
+    if (IsSamePath(ToWide(m_file), m_display.Get().out)) {
+        WriteNote("--out is the recording itself");
+        return kExitUsage;
+    }
     RecordingSourceOptions options{ToWide(m_file), ParsePositive(m_speed, kHighestSpeed)};
     if (m_atOnce) {
         options.speed.reset();
     }
     CRecordingSource source(options);
-    return RunSource(source, m_display.Get(), m_run.Get());
+    return RunSource(source, m_display, m_run.Get());
 }
 
 }  // namespace zorvane

@@ -6,11 +6,11 @@
 
 namespace zorvane {
 
-int RunSource(ISource& source, const ViewOptions& options, const RunLimits& limits,
+int RunSource(ISource& source, const CDisplayOptions& options, const RunLimits& limits,
               const std::vector<IView*>& further) {
     Display display;
-    if (const auto error = MakeDisplay(options, display)) {
-        WriteNote(Describe(*error));
+    if (const auto error = MakeDisplay(options.Get(), display)) {
+        WriteNote(*error);
         return kExitOutput;
     }
     CInterrupts interrupts;
@@ -20,7 +20,11 @@ int RunSource(ISource& source, const ViewOptions& options, const RunLimits& limi
     }
     std::vector<IView*> views{display.view.get()};
     views.insert(views.end(), further.begin(), further.end());
-    return CRun(source, views, *display.notes, limits, interrupts).Execute();
+    std::optional<CGpuFilter> filter;
+    if (const auto gpu = options.Gpu()) {
+        filter.emplace(source, *gpu);
+    }
+    return CRun(filter ? *filter : source, views, *display.notes, limits, interrupts).Execute();
 }
 
 }  // namespace zorvane

@@ -14,7 +14,7 @@ void CWatchCommand::Declare(CLI::App& app) {
 int CWatchCommand::Run(const CommandContext& context) {
     const WorkerSourceOptions options = m_worker.Get(context);
     CWorkerSource source(options, MakeStart(options.worker));
-    return RunSource(source, m_display.Get(), m_run.Get());
+    return RunSource(source, m_display, m_run.Get());
 }
 
 }  // namespace zorvane

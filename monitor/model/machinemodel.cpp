@@ -13,9 +13,12 @@ std::string SourceOfIndex(uint32_t index) { return fmt::format("gpu {:010}", ind
 
 }  // namespace
 
+std::string GpuRow::Label() const { return busId ? *busId : fmt::format("index {}", index); }
+
 void CMachineModel::Apply(const Event& event) {
     m_lastEvent = event.time;
     std::visit([&](const auto& body) { ApplyBody(body, event.time); }, event.body);
+    m_totals.Add(event);
 }
 
 std::string CMachineModel::SourceOf(const GpuReading& reading) const {
@@ -86,10 +89,12 @@ void CMachineModel::ApplyBody(const StartEvent& start, UtcTime time) {
 }
 
 void CMachineModel::ApplyBody(const WorkerStartEvent& start, UtcTime time) {
-    const std::optional<StartEvent> known = std::move(m_start);
-    *this = CMachineModel();
-    m_start = known;
+    CMachineModel next;
+    next.m_start = std::move(m_start);
+    next.m_totals = std::move(m_totals);
+    *this = std::move(next);
     m_workerId = start.workerId;
+    m_workerStart = time;
     m_isWorkerUp = true;
     m_lastEvent = time;
 }
@@ -106,11 +111,13 @@ void CMachineModel::ApplyBody(const GpuReading& reading, UtcTime time) {
     GpuRow& row = RowOf(reading);
     row.latest = reading;
     row.time = time;
+    m_totals.AddReading(row.Label(), time);
 }
 
 void CMachineModel::ApplyBody(const CpuTemperature& temperature, UtcTime time) {
     m_missing.erase(kCpuSource);
     m_cpu = CpuRow{temperature, time};
+    m_totals.AddReading(kCpuSource, time);
 }
 
 void CMachineModel::ApplyBody(const MissingEvent& missing, UtcTime) {

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "monitor/event.h"
+#include "monitor/model/runtotals.h"
 
 namespace zorvane {
 
@@ -25,6 +26,9 @@ struct GpuRow {
     /** When `latest` came. */
     UtcTime time{};
     bool isLost = false;
+
+    /** For people: the bus id, or "index N" where there is none. */
+    std::string Label() const;
 };
 
 struct CpuRow {
@@ -54,6 +58,8 @@ class CMachineModel {
     /** 0: no worker has been started. It may have ended. */
     DWORD WorkerId() const { return m_workerId; }
     bool IsWorkerUp() const { return m_isWorkerUp; }
+    /** When that worker was started. */
+    UtcTime WorkerStart() const { return m_workerStart; }
     const std::optional<Hello>& WorkerHello() const { return m_hello; }
 
     /** By source, so in the order of the bus ids. */
@@ -65,6 +71,9 @@ class CMachineModel {
 
     /** Since when no reading has come, while the worker is silent. */
     const std::optional<UtcTime>& StaleSince() const { return m_staleSince; }
+
+    /** What was counted since the StartEvent, over all workers. */
+    const CRunTotals& Totals() const { return m_totals; }
 
     /**
      * The time to show beside the readings: that of the oldest one, so that no reading is shown
@@ -95,6 +104,7 @@ class CMachineModel {
     std::optional<StartEvent> m_start;
     DWORD m_workerId = 0;
     bool m_isWorkerUp = false;
+    UtcTime m_workerStart{};
     std::optional<Hello> m_hello;
     std::map<std::string, GpuRow> m_gpus;
     std::map<uint32_t, std::string> m_sourceByIndex;
@@ -104,6 +114,7 @@ class CMachineModel {
     std::map<std::string, MissingEvent> m_missing;
     std::optional<UtcTime> m_staleSince;
     UtcTime m_lastEvent{};
+    CRunTotals m_totals;
 };
 
 }  // namespace zorvane

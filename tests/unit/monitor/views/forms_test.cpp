@@ -41,7 +41,7 @@ class FormsTest : public testing::Test {
 
     static Display Made(const std::string& form) {
         Display display;
-        EXPECT_FALSE(MakeDisplay({form}, display));
+        EXPECT_FALSE(MakeDisplay({.format = form}, display));
         return display;
     }
 
@@ -142,8 +142,8 @@ TEST_F(FormsTest, JsonGoesToATerminalAsLinesToo) {
 
 TEST_F(FormsTest, RefusesAFormThatThereIsNot) {
     Display display;
-    EXPECT_TRUE(MakeDisplay({"xml"}, display));
-    EXPECT_THAT(FormNames(), testing::ElementsAre("table", "json"));
+    EXPECT_TRUE(MakeDisplay({.format = "xml"}, display));
+    EXPECT_THAT(FormNames(), testing::ElementsAre("table", "json", "csv", "prometheus"));
 }
 
 }  // namespace

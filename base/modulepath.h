@@ -22,4 +22,7 @@ std::wstring ModuleFolder(HMODULE module);
  */
 std::wstring FolderOf(const std::wstring& path);
 
+/** The path from the root of its drive on; as it is where Windows gives none. */
+std::wstring FullPath(const std::wstring& path);
+
 }  // namespace zorvane

@@ -14,13 +14,6 @@ namespace {
 
 constexpr char kExportName[] = "ZorvaneProcess";
 
-std::wstring FullPath(const std::wstring& path) {
-    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
-    full.resize(
-        GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full.empty() ? path : full;
-}
-
 bool ImportsPlatform(const std::wstring& path) {
     const auto image = zorvane::CPeImage::OfFile(path);
     if (!image.IsValid()) {
@@ -59,7 +52,7 @@ HostExit CWorkerLibrary::Load(const std::wstring& path, std::wstring& error) {
         error = L"the library has no name: --library wants a path behind its \"=\"";
         return HostExit::kLibraryMissing;
     }
-    const std::wstring fullPath = FullPath(path);
+    const std::wstring fullPath = zorvane::FullPath(path);
     if (GetFileAttributesW(fullPath.c_str()) == INVALID_FILE_ATTRIBUTES) {
         const DWORD code = GetLastError();
         error = L"library " + fullPath + L" not found: " + zorvane::DescribeCode(code);

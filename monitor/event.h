@@ -44,6 +44,9 @@ struct WarningEvent {
     bool over = true;
 };
 
+/** Id of the notice at the end of a recording whose worker goes on in the next one. */
+inline constexpr char kContinuedNotice[] = "recording.continued";
+
 using EventBody = std::variant<StartEvent, WorkerStartEvent, HelloEvent, GpuStatic, GpuReading,
                                CpuTemperature, ErrorEvent, MissingEvent, StaleEvent, FreshEvent,
                                GpuLostEvent, GpuBackEvent, WarningEvent, NoticeEvent, ExitEvent>;

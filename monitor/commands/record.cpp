@@ -5,6 +5,8 @@
 #include "base/handle.h"
 #include "base/text.h"
 #include "monitor/commands/runsource.h"
+#include "monitor/outputs/samepath.h"
+#include "monitor/outputs/streamtext.h"
 #include "monitor/sources/startfacts.h"
 #include "monitor/sources/warningsource.h"
 #include "monitor/views/jsonview.h"
@@ -25,6 +27,10 @@ void CRecordCommand::Declare(CLI::App& app) {
 
 int CRecordCommand::Run(const CommandContext& context) {
     const std::wstring path = ToWide(m_file);
+    if (IsSamePath(path, m_display.Get().out)) {
+        WriteNote("--out is the recording itself");
+        return kExitUsage;
+    }
     HANDLE file =
         CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
                     m_overwrite ? CREATE_ALWAYS : CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -36,7 +42,7 @@ int CRecordCommand::Run(const CommandContext& context) {
         return kExitOutput;
     }
     const CUniqueHandle owner(file);
-    COutput output(file);
+    CStreamText output(file);
     CJsonView recording(output);
 
     const WorkerSourceOptions options = m_worker.Get(context);
@@ -44,7 +50,7 @@ int CRecordCommand::Run(const CommandContext& context) {
     CWarningSource source(worker, m_warnings.Get());
     std::vector<IView*> views = context.companions;
     views.push_back(&recording);
-    return RunSource(source, m_display.Get(), m_run.Get(), views);
+    return RunSource(source, m_display, m_run.Get(), views);
 }
 
 }  // namespace zorvane

@@ -7,6 +7,8 @@
 #include "base/text.h"
 #include "monitor/commands/runsource.h"
 #include "monitor/options/values.h"
+#include "monitor/output.h"
+#include "monitor/outputs/samepath.h"
 #include "monitor/sources/recordingsource.h"
 #include "monitor/sources/warningsource.h"
 
@@ -41,6 +43,10 @@ void CReplayCommand::Declare(CLI::App& app) {
 }
 
 int CReplayCommand::Run(const CommandContext&) {
+    if (IsSamePath(ToWide(m_file), m_display.Get().out)) {
+        WriteNote("--out is the recording itself");
+        return kExitUsage;
+    }
     RecordingSourceOptions options{ToWide(m_file), ParsePositive(m_speed, kHighestSpeed)};
     if (m_atOnce) {
         options.speed.reset();
@@ -48,8 +54,8 @@ int CReplayCommand::Run(const CommandContext&) {
     CRecordingSource recording(options);
     // Without --warn, what was warned of when it was recorded.
     CWarningSource source(recording, m_warnings.Get());
-    return RunSource(m_warnings.IsGiven() ? static_cast<ISource&>(source) : recording,
-                     m_display.Get(), m_run.Get());
+    return RunSource(m_warnings.IsGiven() ? static_cast<ISource&>(source) : recording, m_display,
+                     m_run.Get());
 }
 
 }  // namespace zorvane

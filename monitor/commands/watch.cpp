@@ -17,7 +17,7 @@ int CWatchCommand::Run(const CommandContext& context) {
     const WorkerSourceOptions options = m_worker.Get(context);
     CWorkerSource worker(options, MakeStart(options.worker));
     CWarningSource source(worker, m_warnings.Get());
-    return RunSource(source, m_display.Get(), m_run.Get(), context.companions);
+    return RunSource(source, m_display, m_run.Get(), context.companions);
 }
 
 }  // namespace zorvane

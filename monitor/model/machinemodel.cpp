@@ -13,9 +13,12 @@ std::string SourceOfIndex(uint32_t index) { return fmt::format("gpu {:010}", ind
 
 }  // namespace
 
+std::string GpuRow::Label() const { return busId ? *busId : fmt::format("index {}", index); }
+
 void CMachineModel::Apply(const Event& event) {
     m_lastEvent = event.time;
     std::visit([&](const auto& body) { ApplyBody(body, event.time); }, event.body);
+    m_totals.Add(event);
 }
 
 std::string CMachineModel::SourceOf(const GpuReading& reading) const {
@@ -106,8 +109,10 @@ void CMachineModel::ApplyBody(const WorkerStartEvent& start, UtcTime time) {
     fresh.m_start = std::move(m_start);
     fresh.m_histories = std::move(m_histories);
     fresh.m_over = std::move(m_over);
+    fresh.m_totals = std::move(m_totals);
     *this = std::move(fresh);
     m_workerId = start.workerId;
+    m_workerStart = time;
     m_isWorkerUp = true;
     m_lastEvent = time;
 }
@@ -127,12 +132,14 @@ void CMachineModel::ApplyBody(const GpuReading& reading, UtcTime time) {
     SourceHistory& history = m_histories[SourceOf(reading)];
     history.temperature.Add(time, reading.temperatureCelsius);
     history.utilization.Add(time, reading.gpuUtilizationPercent);
+    m_totals.AddReading(row.Label(), time);
 }
 
 void CMachineModel::ApplyBody(const CpuTemperature& temperature, UtcTime time) {
     m_missing.erase(kCpuSource);
     m_cpu = CpuRow{temperature, time};
     m_histories[kCpuSource].temperature.Add(time, temperature.celsius);
+    m_totals.AddReading(kCpuSource, time);
 }
 
 void CMachineModel::ApplyBody(const MissingEvent& missing, UtcTime) {

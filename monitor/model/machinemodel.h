@@ -11,6 +11,7 @@
 
 #include "monitor/event.h"
 #include "monitor/model/history.h"
+#include "monitor/model/runtotals.h"
 
 namespace zorvane {
 
@@ -27,6 +28,9 @@ struct GpuRow {
     /** When `latest` came. */
     UtcTime time{};
     bool isLost = false;
+
+    /** For people: the bus id, or "index N" where there is none. */
+    std::string Label() const;
 };
 
 /** The last minute of a source; of the CPU, the temperature only. */
@@ -62,6 +66,8 @@ class CMachineModel {
     /** 0: no worker has been started. It may have ended. */
     DWORD WorkerId() const { return m_workerId; }
     bool IsWorkerUp() const { return m_isWorkerUp; }
+    /** When that worker was started. */
+    UtcTime WorkerStart() const { return m_workerStart; }
     const std::optional<Hello>& WorkerHello() const { return m_hello; }
 
     /** By source, so in the order of the bus ids. */
@@ -81,6 +87,9 @@ class CMachineModel {
 
     /** Since when no reading has come, while the worker is silent. */
     const std::optional<UtcTime>& StaleSince() const { return m_staleSince; }
+
+    /** What was counted since the StartEvent, over all workers. */
+    const CRunTotals& Totals() const { return m_totals; }
 
     /**
      * The time to show beside the readings: that of the oldest one, so that no reading is shown
@@ -112,6 +121,7 @@ class CMachineModel {
     std::optional<StartEvent> m_start;
     DWORD m_workerId = 0;
     bool m_isWorkerUp = false;
+    UtcTime m_workerStart{};
     std::optional<Hello> m_hello;
     std::map<std::string, GpuRow> m_gpus;
     std::map<uint32_t, std::string> m_sourceByIndex;
@@ -124,6 +134,7 @@ class CMachineModel {
     std::set<std::pair<std::string, std::optional<uint32_t>>> m_over;
     std::optional<UtcTime> m_staleSince;
     UtcTime m_lastEvent{};
+    CRunTotals m_totals;
 };
 
 }  // namespace zorvane

@@ -20,7 +20,11 @@ constexpr char kDescription[] =
     "temperature, once a second.";
 
 constexpr char kFooter[] =
-    R"(Words for the worker:
+    R"(Examples:
+  zorvanemon --format csv --out today.csv --rotate-mib 10
+  zorvanemon --format prometheus --out C:\textfile\zorvane.prom
+
+Words for the worker:
   skip_delete   keeps the AMD driver service installed after the run
   -- WORDS      any others are passed on unchanged behind two dashes
 
@@ -156,7 +160,7 @@ Words OptionNames(const CLI::App& part) {
     Words names;
     for (const CLI::Option* option : part.get_options()) {
         for (const std::string& name : option->get_lnames()) {
-            names.push_back("--" + name);
+            names.push_back(name);
         }
     }
     return names;
@@ -169,8 +173,11 @@ std::string UnknownSentence(const CLI::App& part) {
         return fmt::format("\"{}\" is one word too many for {}", word, part.get_name());
     }
     const std::string name = word.substr(0, word.find('='));
+    // The dashes would count as letters that are right.
+    const auto nearest =
+        Nearest(name.substr(std::min(name.find_first_not_of('-'), name.size())), OptionNames(part));
     return fmt::format("{} has no option {}.{}", part.get_name(), name,
-                       DidYouMean(name, OptionNames(part)));
+                       nearest ? " Did you mean --" + *nearest + "?" : "");
 }
 
 std::string Sentence(const CLI::ParseError& error, const CLI::App& part) {

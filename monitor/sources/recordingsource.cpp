@@ -52,7 +52,9 @@ void CRecordingSource::TellNext() {
     if (std::holds_alternative<WorkerStartEvent>(event.body)) {
         m_workerRuns = true;
     }
-    if (std::holds_alternative<ExitEvent>(event.body)) {
+    const auto* notice = std::get_if<NoticeEvent>(&event.body);
+    if (std::holds_alternative<ExitEvent>(event.body) ||
+        (notice && notice->id == kContinuedNotice)) {
         m_workerRuns = false;
     }
     m_sink->OnEvent(event);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "monitor/output.h"
+#include "monitor/outputs/textoutput.h"
 #include "monitor/terminal/keys.h"
 #include "monitor/views/view.h"
 #include "monitor/views/viewoptions.h"
@@ -15,7 +16,9 @@ namespace zorvane {
 
 /** A view with what it writes to. */
 struct Display {
+    /** One of these. */
     std::unique_ptr<COutput> output;
+    std::unique_ptr<ITextOutput> text;
     std::unique_ptr<IView> view;
     /** The keys that the view takes; null if it takes none. */
     std::unique_ptr<CKeys> keys;
@@ -26,7 +29,7 @@ struct Display {
 /** The names, as --format takes them: in lower case, the default first. */
 const std::vector<std::string>& FormNames();
 
-/** Makes the display for a form of FormNames. The error if there is one. */
-[[nodiscard]] std::optional<CallError> MakeDisplay(const ViewOptions& options, Display& display);
+/** Makes the display for a form of FormNames. A sentence if its file cannot be written. */
+[[nodiscard]] std::optional<std::string> MakeDisplay(const ViewOptions& options, Display& display);
 
 }  // namespace zorvane

@@ -1,20 +1,30 @@
 #pragma once
 
-#include "monitor/views/outputfailure.h"
+#include "monitor/outputs/textoutput.h"
+#include "monitor/views/view.h"
 
 namespace zorvane {
 
 /** Every event as one line of JSON, when it happens: for programs, and as a recording. */
-class CJsonView : public IView {
+class CJsonView : public IView, private IFileFrame {
   public:
     /** `output` outlives the view. */
-    explicit CJsonView(COutput& output) : m_output(output) {}
+    explicit CJsonView(ITextOutput& output) : m_output(output) { m_output.SetFrame(*this); }
 
     void OnEvent(const Event& event, const CMachineModel& model) override;
-    std::optional<ViewFailure> Failure() const override { return FailureOf(m_output); }
+    void OnChange(const CMachineModel&) override { m_output.Rest(); }
+    void OnEnd(const CMachineModel&) override { m_output.Finish(); }
+    std::optional<ViewFailure> Failure() const override { return m_output.Failure(); }
 
   private:
-    COutput& m_output;
+    /** What makes the lines that follow a recording of their own: all but the readings. */
+    std::string Head() const override;
+    std::string Tail() const override;
+
+    ITextOutput& m_output;
+    /** During OnEvent. */
+    const Event* m_event = nullptr;
+    const CMachineModel* m_model = nullptr;
 };
 
 }  // namespace zorvane

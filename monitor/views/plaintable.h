@@ -1,6 +1,7 @@
 #pragma once
 
-#include "monitor/views/outputfailure.h"
+#include "monitor/outputs/textoutput.h"
+#include "monitor/views/view.h"
 
 namespace zorvane {
 
@@ -8,13 +9,15 @@ namespace zorvane {
 class CPlainTableView : public IView {
   public:
     /** `output` outlives the view. */
-    explicit CPlainTableView(COutput& output) : m_output(output) {}
+    explicit CPlainTableView(ITextOutput& output) : m_output(output) {}
 
     void OnRound(const CMachineModel& model) override;
-    std::optional<ViewFailure> Failure() const override { return FailureOf(m_output); }
+    void OnChange(const CMachineModel&) override { m_output.Rest(); }
+    void OnEnd(const CMachineModel&) override { m_output.Finish(); }
+    std::optional<ViewFailure> Failure() const override { return m_output.Failure(); }
 
   private:
-    COutput& m_output;
+    ITextOutput& m_output;
     bool m_isFirst = true;
 };
 

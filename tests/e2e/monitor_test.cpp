@@ -86,6 +86,20 @@ TEST_F(Monitor, ShowsATableWhenNotAskedForJson) {
     EXPECT_THAT(m_monitor->Output(), testing::Not(HasSubstr("4294967295")));
 }
 
+TEST_F(Monitor, GivesTheSameReadingsInTheFormsForOtherTools) {
+    ASSERT_EQ(RunMonitor(TwoGpusOnly(),
+                         L"--format csv --count 1 --fields "
+                         L"pci_bus_id,gpu_temperature_celsius,fan_speed_percent"),
+              0u)
+        << m_monitor->Errors();
+    EXPECT_THAT(m_monitor->Output(), HasSubstr("\r\n00000000:01:00.0,42,52\r\n"));
+    ASSERT_EQ(RunMonitor(TwoGpusOnly(), L"--format prometheus --count 1"), 0u)
+        << m_monitor->Errors();
+    const std::string gpu = R"({worker="zorvanemon",pci_bus_id="00000000:01:00.0"})";
+    EXPECT_THAT(m_monitor->Output(), HasSubstr("zorvane_gpu_temperature_celsius" + gpu + " 42\n"));
+    EXPECT_THAT(m_monitor->Output(), HasSubstr("zorvane_gpu_fan_speed_ratio" + gpu + " 0.52\n"));
+}
+
 TEST_F(Monitor, SaysThatThereWasNothingToRead) {
     MachineParts parts = TwoGpusOnly();
     parts.nvml = L"none";

@@ -50,5 +50,11 @@ TEST(FolderOfTest, KeepsTheLastSeparator) {
     EXPECT_EQ(FolderOf(L""), L"");
 }
 
+TEST(FullPathTest, BeginsAtTheRoot) {
+    EXPECT_EQ(FullPath(L"C:\\Tools\\..\\host.exe"), L"C:\\host.exe");
+    EXPECT_TRUE(FullPath(L"host.exe").ends_with(L"\\host.exe"));
+    EXPECT_EQ(FullPath(L""), L"");
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -165,8 +165,10 @@ TEST(CommandLineTest, NamesWhatIsWrongWithAValue) {
     for (const char* variable : {"A", "=x", ""}) {
         EXPECT_THAT(Sentence({"--env", variable}), HasSubstr("--env")) << variable;
     }
-    EXPECT_EQ(Sentence({"--format", "jsno"}),
-              "zorvanemon: --format takes table or json, not \"jsno\". Did you mean json?");
+    EXPECT_EQ(
+        Sentence({"--format", "jsno"}),
+        "zorvanemon: --format takes table, json, csv or prometheus, not \"jsno\". Did you mean "
+        "json?");
     EXPECT_EQ(Sentence({"--nvml", "fxied"}),
               "zorvanemon: --nvml takes auto, system or fixed, not \"fxied\". Did you mean fixed?");
     EXPECT_EQ(Sentence({"--host"}), "zorvanemon: --host needs a value.");
@@ -177,6 +179,48 @@ TEST(CommandLineTest, RefusesAValueForAnOptionThatTakesNone) {
     EXPECT_EQ(Sentence({"record", "f", "--overwrite=no"}),
               "zorvanemon: --overwrite takes no value.");
     EXPECT_EQ(Sentence({"--help=x"}), "zorvanemon: --help takes no value.");
+}
+
+TEST(CommandLineTest, TakesWhatIsToBeWrittenAndWhere) {
+    const ViewOptions view =
+        Parsed({"--format", "csv", "--out", "\xC3\x84.csv", "--rotate-mib", "2", "--keep", "3",
+                "--separator", "Semicolon", "--fields", "time,GPU_Name", "--interval", "2.5"})
+            .view;
+    EXPECT_EQ(view.out, L"\x00C4.csv");
+    EXPECT_EQ(view.rotateAt, 2u << 20);
+    EXPECT_EQ(view.keep, 3u);
+    EXPECT_EQ(view.separator, ';');
+    EXPECT_EQ(view.fields, (Words{"time", "gpu_name"}));
+    EXPECT_EQ(view.interval, std::chrono::milliseconds(2500));
+    EXPECT_EQ(Parsed({"--format", "csv", "--separator", "\t"}).view.separator, '\t');
+    EXPECT_EQ(Parsed({}).view.keep, 5u);
+}
+
+TEST(CommandLineTest, NamesWhatIsWrongWithAnOutput) {
+    EXPECT_THAT(Sentence({"--format", "csv", "--fields", "time,gpu_nam"}),
+                testing::AllOf(HasSubstr("--fields knows no \"gpu_nam\". Did you mean gpu_name?"),
+                               HasSubstr("There are: time, host, entry, ")));
+    EXPECT_THAT(Sentence({"--format", "csv", "--fields", "time,,host"}), HasSubstr("no \"\"."));
+    EXPECT_THAT(Sentence({"--format", "csv", "--fields", ""}), HasSubstr("--fields"));
+    EXPECT_THAT(Sentence({"--format", "csv", "--separator", "x"}), HasSubstr("--separator takes"));
+    EXPECT_THAT(Sentence({"--gpu", "x"}), HasSubstr("--gpu takes a PCI bus id such as 01:00.0"));
+    EXPECT_THAT(Sentence({"--interval", "0"}), HasSubstr("--interval takes"));
+    EXPECT_THAT(Sentence({"--out", ""}), HasSubstr("--out takes"));
+    for (const char* size : {"0", "x", "1048577"}) {
+        EXPECT_THAT(Sentence({"--out", "f", "--rotate-mib", size}),
+                    HasSubstr("--rotate-mib takes a whole number from 1 to 1048576"));
+    }
+}
+
+TEST(CommandLineTest, RefusesOptionsThatOtherOnesMakeMeaningless) {
+    EXPECT_EQ(Sentence({"--fields", "time"}), "zorvanemon: --fields is for --format csv.");
+    EXPECT_EQ(Sentence({"--format", "json", "--separator", "tab"}),
+              "zorvanemon: --separator is for --format csv.");
+    EXPECT_EQ(Sentence({"--rotate-mib", "1"}),
+              "zorvanemon: --rotate-mib is for the file of --out.");
+    EXPECT_THAT(Sentence({"--format", "prometheus", "--out", "f", "--rotate-mib", "1"}),
+                HasSubstr("--rotate-mib is for files that grow"));
+    EXPECT_EQ(Sentence({"--keep", "2"}), "zorvanemon: --keep requires --rotate-mib.");
 }
 
 TEST(CommandLineTest, NamesAnOptionThatThereIsNot) {

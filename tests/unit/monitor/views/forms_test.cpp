@@ -43,8 +43,8 @@ TEST_F(FormsTest, ATableGoesToATerminalWithoutAlternateScreenAsToAFile) {
 
 TEST_F(FormsTest, RefusesAFormThatThereIsNot) {
     Display display;
-    EXPECT_TRUE(MakeDisplay({"xml"}, display));
-    EXPECT_THAT(FormNames(), testing::ElementsAre("table", "json"));
+    EXPECT_TRUE(MakeDisplay({.format = "xml"}, display));
+    EXPECT_THAT(FormNames(), testing::ElementsAre("table", "json", "csv", "prometheus"));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The table of JSON lines in docs/zorvanemon.md against the lines themselves.
+// The tables of docs/zorvanemon.md against the keys, columns and metrics themselves.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,6 +9,8 @@
 #include <sstream>
 
 #include "monitor/json/jsonline.h"
+#include "monitor/metrics/metrics.h"
+#include "monitor/views/csvcolumns.h"
 #include "tests/support/tempfolder.h"
 #include "tests/unit/monitor/readings.h"
 
@@ -30,16 +32,17 @@ std::vector<std::string> Quoted(const std::string& text) {
     return names;
 }
 
-// The keys by type, as the first two columns of the table name them.
-std::map<std::string, Keys> DocumentedKeys() {
+// The names in a table whose first column has this heading: by the first name of each line, those
+// in all of its columns but the last.
+std::map<std::string, Keys> Documented(const std::string& heading) {
     std::istringstream page(
         ReadFileBytes(std::filesystem::path(ZORVANE_SOURCE_DIR "/docs/zorvanemon.md").wstring()));
     std::map<std::string, Keys> documented;
     bool isInTable = false;
     for (std::string line; std::getline(page, line);) {
-        isInTable = line.starts_with("| `type` |") || (isInTable && line.starts_with("|"));
+        isInTable = line.starts_with("| " + heading + " |") || (isInTable && line.starts_with("|"));
         const std::vector<std::string> names = Quoted(line.substr(0, line.rfind(" | ")));
-        if (isInTable && !names.empty() && names[0] != "type") {
+        if (isInTable && !names.empty() && "`" + names[0] + "`" != heading) {
             documented[names[0]] = Keys(names.begin() + 1, names.end());
         }
     }
@@ -78,7 +81,41 @@ TEST(DocumentedKeysTest, AreThoseOfTheLines) {
         }
         written[line.at("type")] = keys;
     }
-    EXPECT_EQ(DocumentedKeys(), written);
+    EXPECT_EQ(Documented("`type`"), written);
+}
+
+TEST(DocumentedKeysTest, AreTheColumnsOfACsv) {
+    const std::vector<const CsvColumn*> columns = CsvColumns(CsvFieldNames());
+    std::map<std::string, Keys> written;
+    for (const CsvColumn* column : columns) {
+        // What is there without --fields says so.
+        written[column->name] = column->isUsual ? Keys{"*"} : Keys{};
+    }
+    EXPECT_EQ(Documented("column"), written);
+}
+
+TEST(DocumentedKeysTest, AreTheMetricsAndTheirLabels) {
+    CMachineModel model;
+    model.Apply(EventAt(0, StartEvent()));
+    ExitEvent crash;
+    crash.exit.kind = ExitKind::kCrash;
+    model.Apply(EventAt(0, crash));
+    model.Apply(EventAt(0, WorkerStartEvent()));
+    model.Apply(EventAt(0, MissingEvent()));
+    model.Apply(EventAt(0, FullStatic()));
+    model.Apply(EventAt(0, FullReading()));
+    model.Apply(EventAt(0, CpuTemperature()));
+    std::map<std::string, Keys> written;
+    for (const MetricFamily& family : MetricsOf(model)) {
+        ASSERT_FALSE(family.samples.empty()) << family.name;
+        Keys& labels = written[family.name];
+        for (const auto& [name, value] : family.samples[0].labels) {
+            labels.insert(name);
+        }
+        // What every sample has, documented above the table.
+        EXPECT_EQ(labels.erase("worker"), 1u) << family.name;
+    }
+    EXPECT_EQ(Documented("metric"), written);
 }
 
 }  // namespace

@@ -40,9 +40,12 @@ Moment ReadMoment() {
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
     const ULARGE_INTEGER steps{{now.dwLowDateTime, now.dwHighDateTime}};
-    const Milliseconds sinceWindowsEpoch(static_cast<int64_t>(steps.QuadPart) /
-                                         kStepsPerMillisecond);
-    return {UtcTime(kWindowsEpoch + sinceWindowsEpoch), Milliseconds(GetTickCount64())};
+    return {FromFileTime(steps.QuadPart), Milliseconds(GetTickCount64())};
+}
+
+UtcTime FromFileTime(uint64_t steps) {
+    const Milliseconds sinceWindowsEpoch(static_cast<int64_t>(steps) / kStepsPerMillisecond);
+    return UtcTime(kWindowsEpoch + sinceWindowsEpoch);
 }
 
 std::string Rfc3339(UtcTime time) {

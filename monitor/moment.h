@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,6 +22,9 @@ struct Moment {
 };
 
 Moment ReadMoment();
+
+/** A time as Windows keeps it: in steps of 100 ns since 1601. */
+UtcTime FromFileTime(uint64_t steps);
 
 /** RFC 3339 with milliseconds: "2024-11-21T04:42:11.123Z". */
 std::string Rfc3339(UtcTime time);

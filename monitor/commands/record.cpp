@@ -2,9 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "base/handle.h"
-#include "base/text.h"
 #include "monitor/commands/runsource.h"
+#include "monitor/newfile.h"
 #include "monitor/sources/startfacts.h"
 #include "monitor/views/jsonview.h"
 
@@ -22,19 +21,12 @@ void CRecordCommand::Declare(CLI::App& app) {
 }
 
 int CRecordCommand::Run(const CommandContext& context) {
-    const std::wstring path = ToWide(m_file);
-    HANDLE file =
-        CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                    m_overwrite ? CREATE_ALWAYS : CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        const CallError error = LastCallError("CreateFileW");
-        WriteNote(error.code == ERROR_FILE_EXISTS
-                      ? m_file + " exists already; --overwrite replaces it"
-                      : Describe({error.call + " " + m_file, error.code}));
+    auto created = CreateNewFile(m_file, m_overwrite);
+    if (auto* error = std::get_if<std::string>(&created)) {
+        WriteNote(*error);
         return kExitOutput;
     }
-    const CUniqueHandle owner(file);
-    COutput output(file);
+    COutput output(std::get<CUniqueHandle>(created).get());
     CJsonView recording(output);
 
     const WorkerSourceOptions options = m_worker.Get(context);

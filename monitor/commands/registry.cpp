@@ -1,4 +1,5 @@
 #include "monitor/commands/command.h"
+#include "monitor/commands/doctor.h"
 #include "monitor/commands/record.h"
 #include "monitor/commands/replay.h"
 #include "monitor/commands/watch.h"
@@ -10,6 +11,7 @@ Commands MakeCommands() {
     commands.push_back(std::make_unique<CWatchCommand>());
     commands.push_back(std::make_unique<CRecordCommand>());
     commands.push_back(std::make_unique<CReplayCommand>());
+    commands.push_back(std::make_unique<CDoctorCommand>());
     return commands;
 }
 

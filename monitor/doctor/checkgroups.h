@@ -20,6 +20,12 @@ std::span<const Check> RunChecks();
  */
 std::string NoCpuTemperature(const MachineFacts& facts);
 
+/** False only where Windows lists no NVIDIA card and NVML is not installed either. */
+bool MayHaveNvidia(const MachineFacts& facts);
+
+/** A file's version, or that it has none. */
+std::string VersionOf(const FileFacts& file);
+
 /** "zorvanehost.exe (4242), mmc.exe (17)". */
 std::string ListProcesses(const std::vector<ProcessFacts>& processes);
 

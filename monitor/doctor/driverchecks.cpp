@@ -35,8 +35,7 @@ Finding DecideFile(const MachineFacts& facts) {
         return Skip(reason);
     }
     if (file.exists && file.isImage) {
-        return Pass(
-            fmt::format("{}{}{}", file.path, file.version.empty() ? "" : ", ", file.version));
+        return Pass(fmt::format("{}, {}", file.path, VersionOf(file)));
     }
     const std::string seen = fmt::format("{} is {}.", file.path,
                                          file.exists ? "damaged, or no 64-bit driver" : "missing");

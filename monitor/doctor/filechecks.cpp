@@ -10,10 +10,6 @@ constexpr char kGroup[] = "Files";
 constexpr char kUnpackAgain[] =
     "Unpack the whole package into one folder again, or name the file with ";
 
-std::string Version(const FileFacts& file) {
-    return file.version.empty() ? "without a version" : file.version;
-}
-
 Finding DecideFile(const FileFacts& file, const char* what, const char* option) {
     if (!file.exists) {
         return Fail(Blocks::kBoth, fmt::format("{} is missing: {}", what, file.path),
@@ -24,7 +20,7 @@ Finding DecideFile(const FileFacts& file, const char* what, const char* option) 
                     fmt::format("{} is damaged, or not for 64-bit Windows: {}", what, file.path),
                     std::string(kUnpackAgain) + option + ".");
     }
-    return Pass(fmt::format("{}, {}", file.path, Version(file)));
+    return Pass(fmt::format("{}, {}", file.path, VersionOf(file)));
 }
 
 Finding DecideHost(const MachineFacts& facts) {
@@ -40,8 +36,8 @@ Finding DecideVersions(const MachineFacts& facts) {
         return Skip("A file is missing.");
     }
     const std::string seen =
-        fmt::format("zorvanemon {}, the host {}, the library {}.", Version(facts.monitor),
-                    Version(facts.host), Version(facts.library));
+        fmt::format("zorvanemon {}, the host {}, the library {}.", VersionOf(facts.monitor),
+                    VersionOf(facts.host), VersionOf(facts.library));
     const bool same =
         facts.monitor.version == facts.host.version && facts.host.version == facts.library.version;
     return same ? Pass(seen)
@@ -82,7 +78,7 @@ Finding DecidePlatform(const MachineFacts& facts) {
         case PlatformKind::kVendor:
             break;
     }
-    return Pass(fmt::format("{}, {}", platform.file.path, Version(platform.file)));
+    return Pass(fmt::format("{}, {}", platform.file.path, VersionOf(platform.file)));
 }
 
 constexpr Check kChecks[] = {
@@ -95,5 +91,9 @@ constexpr Check kChecks[] = {
 }  // namespace
 
 std::span<const Check> FileChecks() { return kChecks; }
+
+std::string VersionOf(const FileFacts& file) {
+    return file.version.empty() ? "without a version" : file.version;
+}
 
 }  // namespace zorvane

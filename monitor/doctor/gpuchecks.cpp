@@ -27,11 +27,6 @@ bool HasNvml(const MachineFacts& facts) {
     return facts.gpu.fixedNvml.exists || facts.gpu.systemNvml.exists;
 }
 
-// False only where Windows has said so, and nothing of NVIDIA's is installed either.
-bool MayHaveNvidia(const MachineFacts& facts) {
-    return !facts.gpu.adapters || !NvidiaAdapters(facts).empty() || HasNvml(facts);
-}
-
 // Windows' own display driver: the card shows a picture and nothing else.
 bool HasBasicDriver(const AdapterFacts& adapter) {
     return adapter.service.empty() || adapter.service.starts_with("Basic");
@@ -120,8 +115,8 @@ Finding DecideFixed(const MachineFacts& facts) {
                     fmt::format("{} is damaged, or not a 64-bit library.", fixed.path),
                     kReinstallDriver);
     }
-    const std::string seen =
-        fmt::format("{}, {}; this is the one that the library loads.", fixed.path, fixed.version);
+    const std::string seen = fmt::format("{}, {}; this is the one that the library loads.",
+                                         fixed.path, VersionOf(fixed));
     if (system.isImage && system.version != fixed.version) {
         return Warn(seen +
                         " The system folder's has another version, so it may be a copy from an "
@@ -146,7 +141,7 @@ Finding DecideSystem(const MachineFacts& facts) {
         return Warn(fmt::format("{} is damaged, or not a 64-bit library.", system.path),
                     kReinstallDriver);
     }
-    return Pass(fmt::format("{}, {}; {}.", system.path, system.version,
+    return Pass(fmt::format("{}, {}; {}.", system.path, VersionOf(system),
                             facts.gpu.fixedNvml.exists
                                 ? "the library loads the other one"
                                 : "the library gets it from the host program"));
@@ -170,5 +165,9 @@ constexpr Check kChecks[] = {
 }  // namespace
 
 std::span<const Check> GpuChecks() { return kChecks; }
+
+bool MayHaveNvidia(const MachineFacts& facts) {
+    return !facts.gpu.adapters || !NvidiaAdapters(facts).empty() || HasNvml(facts);
+}
 
 }  // namespace zorvane

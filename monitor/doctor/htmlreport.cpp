@@ -28,6 +28,7 @@ table { border-collapse: collapse; width: 100%; }
 th, td { text-align: left; vertical-align: top; padding: .35em .6em; border-bottom: 1px solid #ddd;
          overflow-wrap: anywhere; }
 code { font: 13px/1.4 Consolas, monospace; }
+.id { white-space: nowrap; }
 .r { font-weight: 600; white-space: nowrap; }
 .FAIL { color: #a4161a; } .WARN { color: #8a5a00; } .PASS { color: #1a6b34; } .SKIP { color: #666; }
 .do { display: block; font-weight: 600; }
@@ -126,11 +127,11 @@ std::string ChecksPart(Findings findings, const CWriter& writer) {
             finding.remedy.empty()
                 ? ""
                 : "<span class=\"do\">" + CWriter::Escape(finding.remedy) + "</span>";
-        html += fmt::format(
-            "<tr><td class=\"r "
-            "{0}\">{0}</td><td>{1}<br><code>{2}</code></td><td>{3}{4}</td></tr>\n",
-            ResultName(finding.result), CWriter::Escape(check->title), check->id,
-            writer.Text(finding.seen), remedy);
+        const std::string name =
+            fmt::format("{}: {}<br><code class=\"id\">{}</code>", CWriter::Escape(check->group),
+                        CWriter::Escape(check->title), check->id);
+        html += fmt::format("<tr><td class=\"r {0}\">{0}</td><td>{1}</td><td>{2}{3}</td></tr>\n",
+                            ResultName(finding.result), name, writer.Text(finding.seen), remedy);
     }
     return html + "</table>\n";
 }

@@ -92,7 +92,10 @@ Finding DecideLast(const MachineFacts& facts) {
     std::string remedy;
     AddReason(run->missing.gpu, "GPUs", seen, remedy);
     AddReason(run->missing.cpu, "CPU temperature", seen, remedy);
-    const bool isWell = run->end != RunEnd::kBrokenOff && !run->missing.gpu && !run->missing.cpu;
+    // What cannot be read on this PC anyway is no news.
+    const bool lacksGpu = run->missing.gpu && MayHaveNvidia(facts);
+    const bool lacksCpu = run->missing.cpu && NoCpuTemperature(facts).empty();
+    const bool isWell = run->end != RunEnd::kBrokenOff && !lacksGpu && !lacksCpu;
     return isWell ? Pass(seen) : Warn(seen, remedy);
 }
 

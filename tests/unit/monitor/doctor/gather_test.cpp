@@ -2,14 +2,17 @@
 // each: the library's functions remember what Windows answered.
 #include "monitor/doctor/gather.h"
 
+#include <windows.h>
+
+#include <cfgmgr32.h>
+#include <setupapi.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <setupapi.h>
-#include <windows.h>
 
 #include <filesystem>
 
-#include "monitor/doctor/verdict.h"
+#include "base/handle.h"
 #include "sim/machine/simulatemachine.h"
 #include "sim/scenario/parsejson.h"
 #include "src/log/logfile.h"
@@ -19,11 +22,8 @@
 
 namespace zorvane {
 
-using testing::AnyOf;
 using testing::Contains;
 using testing::EndsWith;
-using testing::Eq;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
@@ -275,17 +275,17 @@ TEST_F(GatherTest, AServiceMarkedForDeleteIsSeenInTheRegistry) {
 }
 
 TEST_F(GatherTest, BlocklistIsOnOffOrLeftToWindows) {
-    static LSTATUS s_status = ERROR_FILE_NOT_FOUND;
-    static DWORD s_value = 0;
+    LSTATUS status = ERROR_FILE_NOT_FOUND;
+    DWORD enabled = 0;
     PATCH_IMPORT(value, RegGetValueW,
-                 [](auto, auto, auto, auto, auto, void* data, auto) -> LSTATUS {
-                     *static_cast<DWORD*>(data) = s_value;
-                     return s_status;
+                 [&](HKEY, LPCWSTR, LPCWSTR, DWORD, DWORD*, void* data, DWORD*) -> LSTATUS {
+                     *static_cast<DWORD*>(data) = enabled;
+                     return status;
                  });
     EXPECT_FALSE(GatherDriver(Target()).blocklist);
-    s_status = ERROR_SUCCESS;
+    status = ERROR_SUCCESS;
     EXPECT_EQ(GatherDriver(Target()).blocklist, false);
-    s_value = 1;
+    enabled = 1;
     EXPECT_EQ(GatherDriver(Target()).blocklist, true);
 }
 

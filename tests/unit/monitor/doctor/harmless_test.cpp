@@ -15,10 +15,7 @@
 
 namespace zorvane {
 
-using testing::Contains;
-using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 namespace {
 

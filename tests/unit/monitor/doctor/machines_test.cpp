@@ -503,6 +503,20 @@ const Situation kSituations[] = {
      kNow,
      "No GPUs: NVML does not start.",
      "Restart."},
+    {"LastRunLackedWhatThisPcCannotHave",
+     [](MachineFacts& facts) {
+         RemoveNvidia(facts);
+         MakeIntel(facts);
+         facts.log.lastRun.emplace();
+         facts.log.lastRun->missing.gpu = Meaning("nvml.path", "There is no NVML.");
+         facts.log.lastRun->missing.cpu = Meaning("amd.vendor", "Not one of AMD's.");
+     },
+     {"gpu.adapters", "cpu.processor"},
+     {},
+     kNever,
+     kNever,
+     "",
+     ""},
     {"NothingAtAll",
      [](MachineFacts& facts) {
          RemoveNvidia(facts);

@@ -12,7 +12,6 @@
 namespace zorvane {
 
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 
 namespace {

@@ -5,12 +5,16 @@
 namespace zorvane {
 
 Moment ReadMoment() {
-    using Milliseconds = std::chrono::milliseconds;
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
     const uint64_t steps = (uint64_t{now.dwHighDateTime} << 32) | now.dwLowDateTime;
-    const Milliseconds sinceWindowsEpoch(static_cast<int64_t>(steps) / kWindowsStepsPerMillisecond);
-    return {UtcTime(sinceWindowsEpoch - kWindowsEpochAge), Milliseconds(GetTickCount64())};
+    return {FromFileTime(steps), std::chrono::milliseconds(GetTickCount64())};
+}
+
+UtcTime FromFileTime(uint64_t steps) {
+    const std::chrono::milliseconds sinceWindowsEpoch(static_cast<int64_t>(steps) /
+                                                      kWindowsStepsPerMillisecond);
+    return UtcTime(sinceWindowsEpoch - kWindowsEpochAge);
 }
 
 }  // namespace zorvane

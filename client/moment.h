@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 
 namespace zorvane {
 
@@ -24,5 +25,8 @@ constexpr std::chrono::milliseconds kWindowsEpochAge{11644473600000};
 constexpr int64_t kWindowsStepsPerMillisecond = 10000;
 
 Moment ReadMoment();
+
+/** A time as Windows keeps it: in steps of 100 ns since 1601. */
+UtcTime FromFileTime(uint64_t steps);
 
 }  // namespace zorvane

@@ -33,7 +33,7 @@ install(DIRECTORY examples/ packaging/examples/ DESTINATION examples COMPONENT r
   FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.js" PATTERN "*.py" PATTERN "*.cs"
   PATTERN "*.rs" PATTERN "*.md")
 install(FILES packaging/examples/CMakeLists.txt DESTINATION examples COMPONENT runtime)
-install(FILES docs/protocol.md docs/support.md docs/zorvanemon.md
+install(FILES docs/doctor.md docs/protocol.md docs/support.md docs/zorvanemon.md
   DESTINATION docs COMPONENT runtime)
 
 foreach(target Zorvane zorvaneclient zorvanehost zorvanemon Platform)

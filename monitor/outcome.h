@@ -8,6 +8,7 @@ enum ExitCode : int {
     kExitOutput = 1,
     kExitUsage = 2,
     kExitNotStarted = 3,
+    /** No reading came; from doctor: none can come. */
     kExitNoReading = 4,
     kExitForced = 5,
     kExitWorkerEnded = 6,

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 
+#include "src/log/logfile.h"
 #include "src/log/logger.h"
 #include "src/module.h"
 #include "src/process/msgloopprocess.h"
@@ -15,7 +16,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
     DisableThreadLibraryCalls(module);
     SetModuleInstance(module);
     ModulePath path;
-    GetPathBesideModule(module, L"Log\\Qorvella_HardwareDll.log", path);
+    GetPathBesideModule(module, ZorLog::kLogFile, path);
     ZorLog::InitLogger(path, L"E");
     return TRUE;
 }

@@ -2,22 +2,14 @@
 
 #include "src/module.h"
 
-namespace {
-
-constexpr wchar_t kFileName[] = L"Qorvella.set";
-constexpr wchar_t kSection[] = L"cpu_kernel";
-constexpr wchar_t kKey[] = L"sdk_flag";
-
-}  // namespace
-
 bool IsAmdTaskSwitchedOn() {
     ModulePath path;
-    GetPathBesideModule(nullptr, kFileName, path);
-    return GetPrivateProfileIntW(kSection, kKey, 1, path) != 0;
+    GetPathBesideModule(nullptr, kSettingsFileName, path);
+    return GetPrivateProfileIntW(kSettingsSection, kSettingsKey, 1, path) != 0;
 }
 
 void SwitchAmdTaskOff() {
     ModulePath path;
-    GetPathBesideModule(nullptr, kFileName, path);
-    WritePrivateProfileStringW(kSection, kKey, L"0", path);
+    GetPathBesideModule(nullptr, kSettingsFileName, path);
+    WritePrivateProfileStringW(kSettingsSection, kSettingsKey, L"0", path);
 }

@@ -2,9 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "base/handle.h"
-#include "base/text.h"
 #include "monitor/commands/runsource.h"
+#include "monitor/newfile.h"
 #include "monitor/outputs/samepath.h"
 #include "monitor/outputs/streamtext.h"
 #include "monitor/sources/startfacts.h"
@@ -26,23 +25,16 @@ void CRecordCommand::Declare(CLI::App& app) {
 }
 
 int CRecordCommand::Run(const CommandContext& context) {
-    const std::wstring path = ToWide(m_file);
-    if (IsSamePath(path, m_display.Get().out)) {
+    if (IsSamePath(ToWide(m_file), m_display.Get().out)) {
         WriteNote("--out is the recording itself");
         return kExitUsage;
     }
-    HANDLE file =
-        CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                    m_overwrite ? CREATE_ALWAYS : CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        const CallError error = LastCallError("CreateFileW");
-        WriteNote(error.code == ERROR_FILE_EXISTS
-                      ? m_file + " exists already; --overwrite replaces it"
-                      : Describe({error.call + " " + m_file, error.code}));
+    auto created = CreateNewFile(m_file, m_overwrite);
+    if (auto* error = std::get_if<std::string>(&created)) {
+        WriteNote(*error);
         return kExitOutput;
     }
-    const CUniqueHandle owner(file);
-    CStreamText output(file);
+    CStreamText output(std::get<CUniqueHandle>(created).get());
     CJsonView recording(output);
 
     const WorkerSourceOptions options = m_worker.Get(context);

@@ -1,4 +1,5 @@
 #include "monitor/commands/command.h"
+#include "monitor/commands/doctor.h"
 #include "monitor/commands/list.h"
 #include "monitor/commands/record.h"
 #include "monitor/commands/replay.h"
@@ -14,6 +15,7 @@ Commands MakeCommands() {
     commands.push_back(std::make_unique<CListCommand>());
     commands.push_back(std::make_unique<CRecordCommand>());
     commands.push_back(std::make_unique<CReplayCommand>());
+    commands.push_back(std::make_unique<CDoctorCommand>());
     commands.push_back(std::make_unique<CServiceCommand>());
     commands.push_back(std::make_unique<CResetCommand>());
     return commands;

@@ -36,7 +36,7 @@ Exit codes:
   1  the output, or the settings that reset changes, could not be written
   2  the command line is wrong
   3  the worker could not be started, or its host reported a failure
-  4  no reading was received
+  4  no reading was received; from doctor: none can be
   5  the worker had to be ended by force
   6  after readings the worker ended by itself, or crashed under --no-restart, too early
   7  the time was over before all rounds of --count had come, or when readings had stopped

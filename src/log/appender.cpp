@@ -13,19 +13,11 @@
 #include <initializer_list>
 
 #include "src/log/criticalsectionguard.h"
+#include "src/log/logfile.h"
 
 namespace ZorLog {
 
 namespace {
-
-// Windows takes a backslash in an object's name for the end of a namespace, so it cannot stay. All
-// processes that write this file must build the same name, whatever version of the utility they
-// belong to.
-std::wstring MutexName(std::wstring path) {
-    std::erase(path, L':');
-    std::erase(path, L'\\');
-    return path;
-}
 
 std::wstring Stamp(const std::wstring& tag) {
     __timeb64 now{};
@@ -73,7 +65,7 @@ struct ErrorText {
 }  // namespace
 
 LogAppender::LogAppender(const wchar_t* path, const wchar_t* tag)
-    : m_path(path ? path : L""), m_mutexName(MutexName(m_path)), m_tag(tag ? tag : L"") {
+    : m_path(path ? path : L""), m_mutexName(LogMutexName(m_path)), m_tag(tag ? tag : L"") {
     InitializeCriticalSection(&m_queueLock);
     DWORD createError = ERROR_SUCCESS;
     m_mutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, m_mutexName.c_str());

@@ -7,6 +7,7 @@
 
 #include "src/log/logsite.h"
 #include "src/module.h"
+#include "src/nvmlinfo/nvmllocation.h"
 #include "src/system/operatingsystem.h"
 #include "zorvane/wire.h"
 
@@ -21,8 +22,7 @@ bool s_staticPass = true;
 // is deliberately not searched.
 void GetNvmlPath(ModulePath& path) {
     std::fill(std::begin(path), std::end(path), L'\0');
-    const DWORD length = ExpandEnvironmentStringsW(
-        L"%ProgramW6432%\\NVIDIA Corporation\\NVSMI\\Nvml.dll", path, MAX_PATH);
+    const DWORD length = ExpandEnvironmentStringsW(kNvmlLocation, path, MAX_PATH);
     // The content of a buffer that was too small is not defined.
     if (length > MAX_PATH) {
         path[0] = L'\0';

@@ -151,14 +151,19 @@ void CWorkerSession::OnPayload(HWND sender, const Payload& payload) {
             }
         },
         decoded);
+    if (payload.code == kCopyDataStop && std::holds_alternative<PayloadError>(decoded)) {
+        m_listener.OnCpuUnread();
+    }
 }
 
 void CWorkerSession::OnCpuTemperature(const CpuTemperature& temperature) {
     const auto doubt = CheckPlausible(temperature);
     ReportDoubt(doubt);
-    if (!doubt) {
-        m_listener.OnCpuTemperature(temperature);
+    if (doubt) {
+        m_listener.OnCpuUnread();
+        return;
     }
+    m_listener.OnCpuTemperature(temperature);
 }
 
 void CWorkerSession::ReportDoubt(const std::optional<PayloadError>& doubt) {

@@ -79,6 +79,11 @@ class IWorkerListener {
     virtual void OnGpuReading(const GpuReading& reading) = 0;
     virtual void OnCpuTemperature(const CpuTemperature& temperature) = 0;
     /**
+     * The worker has reported a CPU temperature that is none: no number, or one that no CPU has.
+     * OnPayloadError has said so. A value that is shown from before no longer holds.
+     */
+    virtual void OnCpuUnread() {}
+    /**
      * Something arrived that was skipped, or is doubted (PayloadFault::kForeignSender), or held
      * numbers that cannot be, which the reading that follows lacks (PayloadFault::kImplausible).
      */

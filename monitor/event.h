@@ -43,6 +43,9 @@ struct HelloEvent {
     DWORD workerId = 0;
 };
 
+/** The worker has reported a CPU temperature that is none; an ErrorEvent says why. */
+struct CpuUnreadEvent {};
+
 struct ErrorEvent {
     PayloadError error;
     /** Errors with the same fault that were not reported since the last one that was. */
@@ -116,9 +119,10 @@ struct ExitEvent {
     std::optional<std::chrono::milliseconds> restartIn;
 };
 
-using EventBody = std::variant<StartEvent, WorkerStartEvent, HelloEvent, GpuStatic, GpuReading,
-                               CpuTemperature, ErrorEvent, MissingEvent, StaleEvent, FreshEvent,
-                               GpuLostEvent, GpuBackEvent, WarningEvent, NoticeEvent, ExitEvent>;
+using EventBody =
+    std::variant<StartEvent, WorkerStartEvent, HelloEvent, GpuStatic, GpuReading, CpuTemperature,
+                 CpuUnreadEvent, ErrorEvent, MissingEvent, StaleEvent, FreshEvent, GpuLostEvent,
+                 GpuBackEvent, WarningEvent, NoticeEvent, ExitEvent>;
 
 struct Event {
     /** When it happened; a recording keeps it. */

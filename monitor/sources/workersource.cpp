@@ -101,6 +101,7 @@ void CWorkerSource::OnGpuStatic(const GpuStatic& fixed) {
     const Moment now = m_clock();
     const auto change = m_health.Check(healthy.first);
     m_anyReading = true;
+    m_staleness.OnSign();
     if (change) {
         Tell(now, *change);
     }
@@ -124,8 +125,21 @@ void CWorkerSource::OnCpuTemperature(const CpuTemperature& temperature) {
     Tell(now, temperature);
 }
 
+// It takes its place in the round: a worker whose only source says nonsense is not a silent one.
+void CWorkerSource::OnCpuUnread() {
+    const Moment now = m_clock();
+    NoteSource(kCpuSource, now);
+    Tell(now, CpuUnreadEvent());
+}
+
 void CWorkerSource::NoteReading(const std::string& source, Moment now) {
     m_anyReading = true;
+    NoteSource(source, now);
+    m_staleness.OnReading(now.utc);
+}
+
+void CWorkerSource::NoteSource(const std::string& source, Moment now) {
+    m_staleness.OnSign();
     if (m_rounds.Holds(source)) {
         m_rounds.Complete();
         if (const auto fresh = m_staleness.OnRound()) {
@@ -133,11 +147,15 @@ void CWorkerSource::NoteReading(const std::string& source, Moment now) {
         }
     }
     m_rounds.Add(source);
-    m_staleness.OnReading(now.utc);
 }
 
 void CWorkerSource::OnPayloadError(const PayloadError& error) {
     const Moment now = m_clock();
+    // The others may come from any process.
+    if (error.fault != PayloadFault::kForeignSender &&
+        error.fault != PayloadFault::kForeignWindow) {
+        m_staleness.OnSign();
+    }
     if (const auto leftOut = m_limiter.Admit(FaultName(error.fault), now.tick)) {
         Tell(now, ErrorEvent{error, *leftOut});
     }

@@ -39,6 +39,7 @@ class CWorkerSource : public ISource, private IWorkerListener {
     void OnGpuStatic(const GpuStatic& fixed) override;
     void OnGpuReading(const GpuReading& reading) override;
     void OnCpuTemperature(const CpuTemperature& temperature) override;
+    void OnCpuUnread() override;
     void OnPayloadError(const PayloadError& error) override;
     void OnStopStep(StopStep step, const std::string& reason) override;
     void OnExit(const WorkerExit& exit) override;
@@ -46,6 +47,7 @@ class CWorkerSource : public ISource, private IWorkerListener {
     void StartWorker(Moment now);
     void GiveUpWorker(Moment now);
     void NoteReading(const std::string& source, Moment now);
+    void NoteSource(const std::string& source, Moment now);
     std::optional<std::chrono::milliseconds> RestartAfter(const WorkerExit& exit);
     void Tell(Moment now, EventBody body);
 

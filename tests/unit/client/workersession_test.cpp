@@ -18,6 +18,7 @@ class CRecorder : public IWorkerListener {
     void OnGpuStatic(const GpuStatic& fixed) override { statics.push_back(fixed); }
     void OnGpuReading(const GpuReading& reading) override { readings.push_back(reading); }
     void OnCpuTemperature(const CpuTemperature& value) override { cpus.push_back(value.celsius); }
+    void OnCpuUnread() override { ++unreadCpus; }
     void OnPayloadError(const PayloadError& error) override { faults.push_back(error.fault); }
     void OnStopStep(StopStep step, const std::string& reason) override {
         steps.push_back(step);
@@ -29,6 +30,7 @@ class CRecorder : public IWorkerListener {
     std::vector<GpuStatic> statics;
     std::vector<GpuReading> readings;
     std::vector<int> cpus;
+    int unreadCpus = 0;
     std::vector<PayloadFault> faults;
     Steps steps;
     std::vector<std::string> reasons;
@@ -281,10 +283,12 @@ TEST_F(WorkerSessionTest, StopsNothingWhenNoWorkerRuns) {
 }
 
 TEST_F(WorkerSessionTest, TellsNoTemperatureThatCannotBe) {
-    Start({L"hello", LR"(cpu:{"CpuTemp":-2147483648})", LR"(cpu:{"CpuTemp":47})"});
+    Start({L"hello", LR"(cpu:{"CpuTemp":-2147483648})", L"rawcpu:x", LR"(cpu:{"CpuTemp":47})"});
     ASSERT_TRUE(PumpUntil([this] { return !m_told.cpus.empty(); }));
     EXPECT_EQ(m_told.cpus, std::vector<int>{47});
-    EXPECT_EQ(m_told.faults, std::vector<PayloadFault>{PayloadFault::kImplausible});
+    EXPECT_EQ(m_told.faults, (std::vector<PayloadFault>{PayloadFault::kImplausible,
+                                                        PayloadFault::kNotTerminated}));
+    EXPECT_EQ(m_told.unreadCpus, 2);
 }
 
 }  // namespace

@@ -30,6 +30,14 @@ class WorkerSourceTest : public testing::Test, public IEventSink {
         }
     }
 
+    // The same for a worker that says everything again and again, its hello too.
+    void PassWhileItSpeaks(int seconds) {
+        for (int i = 0; i < seconds; ++i) {
+            ASSERT_TRUE(WaitFor<HelloEvent>(All<HelloEvent>().size() + 2));
+            Pass(1);
+        }
+    }
+
     template <typename T>
     std::vector<T> All() const {
         std::vector<T> result;
@@ -91,6 +99,22 @@ TEST_F(WorkerSourceTest, EndsASilentWorkerAndStartsItAgain) {
     EXPECT_EQ(m_source->DueTick(), m_now.tick + 1s);
     Pass(1);
     EXPECT_EQ(All<WorkerStartEvent>().size(), 2u);
+}
+
+TEST_F(WorkerSourceTest, TakesNoWorkerForSilentWhoseTemperatureCannotBe) {
+    Start({L"hello", LR"(cpu:{"CpuTemp":-2147483648})", L"repeat:1"});
+    PassWhileItSpeaks(40);
+    EXPECT_GE(All<CpuUnreadEvent>().size(), 40u);
+    EXPECT_TRUE(All<StaleEvent>().empty());
+    EXPECT_TRUE(All<NoticeEvent>().empty());
+}
+
+// After a new start it would say the same.
+TEST_F(WorkerSourceTest, GivesUpNoWorkerThatSpeaksThoughNothingOfItCanBeRead) {
+    Start({L"hello", L"bytes:3344:440", L"repeat:1"});
+    PassWhileItSpeaks(40);
+    EXPECT_EQ(All<StaleEvent>().size(), 1u);
+    EXPECT_TRUE(All<NoticeEvent>().empty());
 }
 
 TEST_F(WorkerSourceTest, GivesUpAHostThatNeverSaysHello) {

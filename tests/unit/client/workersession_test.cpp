@@ -148,6 +148,7 @@ TEST_F(WorkerSessionTest, TakesTheStubWindowAtOnceWhenTheStopMessageIsKeptFromTh
                  });
     m_session->Stop();
     EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken}));
+    EXPECT_TRUE(m_told.reasons[1].starts_with("the worker has more rights than this program"));
     ASSERT_TRUE(WaitForExit());
     EXPECT_EQ(m_told.exits[0].code, 0u);
 }
@@ -166,6 +167,18 @@ TEST_F(WorkerSessionTest, WaitsOnWhenTheStopMessageTimesOut) {
     EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
     ASSERT_TRUE(WaitForExit());
     EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
+}
+
+// The library that the fake worker has loaded, not the path that was asked for. It has ended before
+// its hello is handed out.
+TEST_F(WorkerSessionTest, KnowsWhichLibraryTheWorkerHasLoaded) {
+    WorkerCommand command = FakeWorker({L"hello", L"exit:0"});
+    command.libraryPath = L"nowhere\\KERNEL32.dll";
+    m_session = std::make_unique<CWorkerSession>(m_told, kPatient);
+    ASSERT_FALSE(m_session->Start(command));
+    EXPECT_EQ(m_session->LibraryPath(), L"");
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_session->LibraryPath(), ModulePath(GetModuleHandleW(L"kernel32.dll")));
 }
 
 TEST_F(WorkerSessionTest, TellsThatAWorkerCrashed) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/importpatch.h"
 #include "tests/unit/client/fakeworker.h"
 #include "tests/unit/monitor/readings.h"
 
@@ -126,6 +127,40 @@ TEST_F(WorkerSourceTest, GivesUpAHostThatNeverSaysHello) {
     ASSERT_TRUE(WaitFor<ExitEvent>());
     EXPECT_FALSE(All<ExitEvent>()[0].restartIn);
     EXPECT_EQ(m_source->End(), EndReason::kWorkerEnded);
+}
+
+TEST_F(WorkerSourceTest, TellsThatTheCpuTemperatureIsNoLongerReportedWhileTheGpusGoOn) {
+    Start({L"hello", LR"(cpu:{"CpuTemp":47})", L"gpu:0", L"gpu:0", L"gpu:0", L"gpu:0", L"gpu:0",
+           L"gpu:0"});
+    ASSERT_TRUE(WaitFor<GpuReading>(6));
+    ASSERT_EQ(All<MissingEvent>().size(), 1u);
+    EXPECT_EQ(All<MissingEvent>()[0].id, "cpu.stopped");
+    const auto missing = std::find_if(m_events.begin(), m_events.end(), [](const Event& event) {
+        return std::holds_alternative<MissingEvent>(event.body);
+    });
+    // One round with it, and three without.
+    EXPECT_EQ(std::count_if(m_events.begin(), missing,
+                            [](const Event& event) {
+                                return std::holds_alternative<GpuReading>(event.body);
+                            }),
+              4);
+}
+
+TEST_F(WorkerSourceTest, SaysThatItsWorkerHasMoreRightsAndSoDoesNotHearTheStopMessage) {
+    Start({L"hello"});
+    ASSERT_TRUE(WaitFor<HelloEvent>());
+    PATCH_IMPORT(denied, SendMessageTimeoutW,
+                 [](HWND, UINT, WPARAM, LPARAM, UINT, UINT, PDWORD_PTR) -> LRESULT {
+                     SetLastError(ERROR_ACCESS_DENIED);
+                     return 0;
+                 });
+    m_source->Stop();
+    ASSERT_TRUE(WaitFor<NoticeEvent>());
+    EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.window_taken");
+    EXPECT_THAT(All<NoticeEvent>()[0].text,
+                testing::StartsWith("stopping the worker: the worker has more rights than this "
+                                    "program, so Windows keeps the stop message from it"));
+    ASSERT_TRUE(WaitFor<ExitEvent>());
 }
 
 TEST_F(WorkerSourceTest, TellsALostGpu) {

@@ -9,6 +9,7 @@ void CStaleness::Begin(Moment now) {
     m_runs = true;
     m_lastCheck = now.tick;
     m_silence = {};
+    m_quiet = {};
     m_since = now.utc;
     m_staleSince.reset();
 }
@@ -23,7 +24,9 @@ std::optional<StaleEvent> CStaleness::Check(Moment now) {
     if (!m_runs) {
         return std::nullopt;
     }
-    m_silence += std::min(now.tick - m_lastCheck, kLongestStep);
+    const auto step = std::min(now.tick - m_lastCheck, kLongestStep);
+    m_silence += step;
+    m_quiet += step;
     m_lastCheck = now.tick;
     if (m_staleSince || m_silence < m_times.staleAfter) {
         return std::nullopt;
@@ -33,7 +36,7 @@ std::optional<StaleEvent> CStaleness::Check(Moment now) {
 }
 
 bool CStaleness::IsHopeless() const {
-    return m_runs && m_staleSince && m_silence >= m_times.restartAfter;
+    return m_runs && m_staleSince && m_quiet >= m_times.restartAfter;
 }
 
 std::optional<std::chrono::milliseconds> CStaleness::DueTick() const {

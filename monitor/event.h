@@ -32,6 +32,9 @@ struct StartEvent {
     std::string entry;
 };
 
+/** The worker has reported a CPU temperature that is none; an ErrorEvent says why. */
+struct CpuUnreadEvent {};
+
 /** A reading has crossed a threshold. */
 struct WarningEvent {
     /** As in --warn: "gpu.temp", "cpu.temp". */
@@ -47,9 +50,10 @@ struct WarningEvent {
 /** Id of the notice at the end of a recording whose worker goes on in the next one. */
 inline constexpr char kContinuedNotice[] = "recording.continued";
 
-using EventBody = std::variant<StartEvent, WorkerStartEvent, HelloEvent, GpuStatic, GpuReading,
-                               CpuTemperature, ErrorEvent, MissingEvent, StaleEvent, FreshEvent,
-                               GpuLostEvent, GpuBackEvent, WarningEvent, NoticeEvent, ExitEvent>;
+using EventBody =
+    std::variant<StartEvent, WorkerStartEvent, HelloEvent, GpuStatic, GpuReading, CpuTemperature,
+                 CpuUnreadEvent, ErrorEvent, MissingEvent, StaleEvent, FreshEvent, GpuLostEvent,
+                 GpuBackEvent, WarningEvent, NoticeEvent, ExitEvent>;
 
 struct Event {
     /** When it happened; a recording keeps it. */

@@ -5,18 +5,11 @@
 #include <algorithm>
 
 #include "base/fileversion.h"
+#include "base/modulepath.h"
 #include "base/text.h"
 
 namespace zorvane {
 namespace {
-
-// The library that the host loads by default.
-std::wstring LibraryPath(const WorkerCommand& worker) {
-    if (!worker.libraryPath.empty()) {
-        return worker.libraryPath;
-    }
-    return worker.host.substr(0, worker.host.find_last_of(L"\\/") + 1) + L"Zorvane.dll";
-}
 
 // The simulation has a host program of its own, and its libraries read the scenario from a
 // variable.
@@ -42,12 +35,16 @@ std::string ComputerName() {
     return ToUtf8(name);
 }
 
+std::wstring ExpectedLibrary(const WorkerCommand& worker) {
+    return worker.libraryPath.empty() ? FolderOf(worker.host) + L"Zorvane.dll" : worker.libraryPath;
+}
+
 StartEvent MakeStart(const WorkerCommand& worker) {
     // Characters of the name that a worker sends back.
     constexpr size_t kSentBack = kWireTextLength - 1;
     StartEvent start;
     start.toolVersion = ZORVANE_VERSION;
-    if (const auto version = ReadFileVersion(LibraryPath(worker))) {
+    if (const auto version = ReadFileVersion(ExpectedLibrary(worker))) {
         start.libraryVersion = version->number;
     }
     start.simulated = IsSimulated(worker);

@@ -2,10 +2,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "base/text.h"
 #include "client/restart.h"
+#include "monitor/sources/startfacts.h"
 
 namespace zorvane {
 namespace {
@@ -13,13 +15,17 @@ namespace {
 // For the round tracker: an index stays with its GPU while the worker runs.
 std::string SourceOf(const GpuReading& reading) { return fmt::format("gpu {}", reading.index); }
 
-// Where the worker's log is to be found, for people.
-std::string LogPath(const WorkerCommand& worker) {
-    const std::wstring& file = worker.libraryPath.empty() ? worker.host : worker.libraryPath;
-    const size_t slash = file.find_last_of(L"\\/");
-    const std::wstring folder =
-        slash == std::wstring::npos ? std::wstring() : file.substr(0, slash + 1);
-    return ToUtf8(folder + L"Log\\Qorvella_HardwareDll.log");
+// A record that the stub does not take in time is lost, so one round without it means nothing.
+constexpr int kRoundsUntilGone = 3;
+
+MissingEvent CpuStopped() {
+    return {.what = "cpu",
+            .id = "cpu.stopped",
+            .brief = "no longer reported",
+            .text =
+                "The worker no longer reports the CPU temperature, and its log does not say "
+                "why.",
+            .remedy = "Start the worker again."};
 }
 
 }  // namespace
@@ -43,12 +49,15 @@ void CWorkerSource::StartWorker(Moment now) {
     m_givenUp = false;
     m_rounds.Drop();
     m_health.Reset();
+    m_roundsWithoutCpu.reset();
+    m_log.Prepare(ExpectedLibrary(m_options.worker));
     if (const auto error = m_session.Start(m_options.worker)) {
         Tell(now, NoticeEvent{"worker.not_started", Describe(*error)});
         m_end = EndReason::kNotStarted;
         return;
     }
     m_staleness.Begin(now);
+    m_log.Begin(m_session.WorkerId());
     Tell(now, WorkerStartEvent{m_session.WorkerId()});
 }
 
@@ -59,8 +68,12 @@ void CWorkerSource::OnTime(Moment now) {
     if (m_stopping || m_givenUp) {
         return;
     }
+    if (const auto due = m_log.DueTick(); due && now.tick >= *due) {
+        TellMissing(now, m_log.Check(now.tick));
+    }
     if (const auto stale = m_staleness.Check(now)) {
         Tell(now, *stale);
+        TellMissing(now, m_log.OnUnexplained(now.tick));
     }
     if (m_staleness.IsHopeless()) {
         GiveUpWorker(now);
@@ -80,7 +93,12 @@ std::optional<std::chrono::milliseconds> CWorkerSource::DueTick() const {
     if (m_restartTick) {
         return m_restartTick;
     }
-    return m_stopping || m_givenUp ? std::nullopt : m_staleness.DueTick();
+    if (m_stopping || m_givenUp) {
+        return std::nullopt;
+    }
+    const auto stale = m_staleness.DueTick();
+    const auto log = m_log.DueTick();
+    return stale && log ? std::min(*stale, *log) : stale;
 }
 
 void CWorkerSource::Stop() {
@@ -93,7 +111,9 @@ void CWorkerSource::Stop() {
 }
 
 void CWorkerSource::OnHello(const Hello& hello) {
-    Tell(m_clock(), HelloEvent{hello, m_session.WorkerId()});
+    const Moment now = m_clock();
+    m_log.OnUp(m_session.LibraryPath(), now.tick);
+    Tell(now, HelloEvent{hello, m_session.WorkerId()});
 }
 
 void CWorkerSource::OnGpuStatic(const GpuStatic& fixed) {
@@ -101,6 +121,8 @@ void CWorkerSource::OnGpuStatic(const GpuStatic& fixed) {
     const Moment now = m_clock();
     const auto change = m_health.Check(healthy.first);
     m_anyReading = true;
+    m_log.OnReading("gpu");
+    m_staleness.OnSign();
     if (change) {
         std::visit([&](const auto& told) { Tell(now, told); }, *change);
     }
@@ -111,6 +133,7 @@ void CWorkerSource::OnGpuReading(const GpuReading& reading) {
     GpuReading healthy = reading;
     const Moment now = m_clock();
     const auto change = m_health.Check(healthy);
+    m_log.OnReading("gpu");
     NoteReading(SourceOf(healthy), now);
     if (change) {
         std::visit([&](const auto& told) { Tell(now, told); }, *change);
@@ -120,24 +143,61 @@ void CWorkerSource::OnGpuReading(const GpuReading& reading) {
 
 void CWorkerSource::OnCpuTemperature(const CpuTemperature& temperature) {
     const Moment now = m_clock();
+    m_log.OnReading(kCpuSource);
     NoteReading(kCpuSource, now);
     Tell(now, temperature);
 }
 
+// It takes its place in the round: a worker whose only source says nonsense is not a silent one.
+void CWorkerSource::OnCpuUnread() {
+    const Moment now = m_clock();
+    NoteSource(kCpuSource, now);
+    Tell(now, CpuUnreadEvent());
+}
+
 void CWorkerSource::NoteReading(const std::string& source, Moment now) {
     m_anyReading = true;
+    NoteSource(source, now);
+    m_staleness.OnReading(now.utc);
+}
+
+void CWorkerSource::NoteSource(const std::string& source, Moment now) {
+    m_staleness.OnSign();
     if (m_rounds.Holds(source)) {
+        NoteRoundEnd(now);
         m_rounds.Complete();
         if (const auto fresh = m_staleness.OnRound()) {
             Tell(now, *fresh);
         }
     }
     m_rounds.Add(source);
-    m_staleness.OnReading(now.utc);
+}
+
+// The task of the CPU temperature may have ended while the GPUs go on.
+void CWorkerSource::NoteRoundEnd(Moment now) {
+    if (m_rounds.Holds(kCpuSource)) {
+        m_roundsWithoutCpu = 0;
+        return;
+    }
+    if (!m_roundsWithoutCpu || ++*m_roundsWithoutCpu < kRoundsUntilGone) {
+        return;
+    }
+    m_roundsWithoutCpu.reset();
+    const std::vector<MissingReport> reports = m_log.OnUnexplained(now.tick);
+    TellMissing(now, reports);
+    if (std::none_of(reports.begin(), reports.end(),
+                     [](const MissingReport& report) { return report.what == kCpuSource; })) {
+        Tell(now, CpuStopped());
+    }
 }
 
 void CWorkerSource::OnPayloadError(const PayloadError& error) {
     const Moment now = m_clock();
+    // The others may come from any process.
+    if (error.fault != PayloadFault::kForeignSender &&
+        error.fault != PayloadFault::kForeignWindow) {
+        m_staleness.OnSign();
+    }
     if (const auto leftOut = m_limiter.Admit(FaultName(error.fault), now.tick)) {
         Tell(now, ErrorEvent{error, *leftOut});
     }
@@ -145,8 +205,10 @@ void CWorkerSource::OnPayloadError(const PayloadError& error) {
 
 void CWorkerSource::OnStopStep(StopStep step, const std::string& reason) {
     if (step == StopStep::kWindowTaken) {
-        Tell(m_clock(), NoticeEvent{"worker.window_taken", "stopping the worker: " + reason +
-                                                               "; taking its stub window away"});
+        Tell(m_clock(),
+             NoticeEvent{"worker.window_taken", "stopping the worker: " + reason +
+                                                    "; taking its stub window away, which it "
+                                                    "notices within five seconds"});
     }
     if (step == StopStep::kForced) {
         Tell(m_clock(), NoticeEvent{"worker.forced",
@@ -157,6 +219,7 @@ void CWorkerSource::OnStopStep(StopStep step, const std::string& reason) {
 void CWorkerSource::OnExit(const WorkerExit& exit) {
     const Moment now = m_clock();
     m_staleness.End();
+    TellMissing(now, m_log.CheckAtEnd(exit.kind == ExitKind::kByItself));
     const auto restartIn = RestartAfter(exit);
     Tell(now, ExitEvent{exit, restartIn});
     // The sink may have called Stop.
@@ -165,10 +228,11 @@ void CWorkerSource::OnExit(const WorkerExit& exit) {
         return;
     }
     if (exit.kind == ExitKind::kByItself && !m_stopping && !m_anyReading) {
+        const std::wstring log = m_log.Path();
         Tell(now, NoticeEvent{"worker.nothing_read",
                               "the worker has ended without a reading: no NVIDIA GPU and no AMD "
-                              "CPU sensor could be read, see the log " +
-                                  LogPath(m_options.worker)});
+                              "CPU sensor could be read" +
+                                  (log.empty() ? "" : ", see the log " + ToUtf8(log))});
     }
     // A host that was ended by force has not said that anything is wrong.
     const bool hasFailed = exit.kind == ExitKind::kHostFailure && !exit.forced;
@@ -182,6 +246,12 @@ std::optional<std::chrono::milliseconds> CWorkerSource::RestartAfter(const Worke
     }
     m_restartAttempt = NextAttempt(m_restartAttempt, exit.lived);
     return RestartPause(m_restartAttempt);
+}
+
+void CWorkerSource::TellMissing(Moment now, const std::vector<MissingReport>& reports) {
+    for (const auto& [what, why] : reports) {
+        Tell(now, MissingEvent{what, why.id, why.brief, why.text, why.remedy});
+    }
 }
 
 void CWorkerSource::Tell(Moment now, EventBody body) {

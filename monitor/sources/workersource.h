@@ -10,6 +10,7 @@
 #include "client/staleness.h"
 #include "client/reportlimiter.h"
 #include "monitor/sources/source.h"
+#include "monitor/workerlog/workerlog.h"
 
 namespace zorvane {
 
@@ -39,6 +40,7 @@ class CWorkerSource : public ISource, private IWorkerListener {
     void OnGpuStatic(const GpuStatic& fixed) override;
     void OnGpuReading(const GpuReading& reading) override;
     void OnCpuTemperature(const CpuTemperature& temperature) override;
+    void OnCpuUnread() override;
     void OnPayloadError(const PayloadError& error) override;
     void OnStopStep(StopStep step, const std::string& reason) override;
     void OnExit(const WorkerExit& exit) override;
@@ -46,8 +48,11 @@ class CWorkerSource : public ISource, private IWorkerListener {
     void StartWorker(Moment now);
     void GiveUpWorker(Moment now);
     void NoteReading(const std::string& source, Moment now);
+    void NoteSource(const std::string& source, Moment now);
+    void NoteRoundEnd(Moment now);
     std::optional<std::chrono::milliseconds> RestartAfter(const WorkerExit& exit);
     void Tell(Moment now, EventBody body);
+    void TellMissing(Moment now, const std::vector<MissingReport>& reports);
 
     const WorkerSourceOptions m_options;
     const StartEvent m_start;
@@ -58,6 +63,9 @@ class CWorkerSource : public ISource, private IWorkerListener {
     CRoundTracker m_rounds;
     CStaleness m_staleness;
     CGpuHealth m_health;
+    CWorkerLog m_log;
+    /** Complete rounds since the last one with a CPU temperature; empty: this worker gave none. */
+    std::optional<int> m_roundsWithoutCpu;
     unsigned m_restartAttempt = 0;
     std::optional<std::chrono::milliseconds> m_restartTick;
     /** Whether Stop has been called. */

@@ -13,4 +13,11 @@ void CPlainTableView::OnRound(const CMachineModel& model) {
     m_output.Write(text);
 }
 
+void CPlainTableView::OnEnd(const CMachineModel& model) {
+    if (m_isFirst && !model.Missing().empty()) {
+        OnRound(model);
+    }
+    m_output.Finish();
+}
+
 }  // namespace zorvane

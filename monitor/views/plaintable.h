@@ -5,7 +5,10 @@
 
 namespace zorvane {
 
-/** One table below the other, a round each: for files and pipes. */
+/**
+ * One table below the other, a round each: for files and pipes. A run without a reading whose
+ * worker has told why gets one as well.
+ */
 class CPlainTableView : public IView {
   public:
     /** `output` outlives the view. */
@@ -13,7 +16,7 @@ class CPlainTableView : public IView {
 
     void OnRound(const CMachineModel& model) override;
     void OnChange(const CMachineModel&) override { m_output.Rest(); }
-    void OnEnd(const CMachineModel&) override { m_output.Finish(); }
+    void OnEnd(const CMachineModel& model) override;
     std::optional<ViewFailure> Failure() const override { return m_output.Failure(); }
 
   private:

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <sstream>
 
 #include "monitor/moment.h"
 #include "monitor/terminal/celltext.h"
@@ -65,18 +66,16 @@ StyledLine WorkerLine(const CMachineModel& model, size_t width) {
     return Joined(std::move(parts), width);
 }
 
-// What is missing, with the reason if there is one.
-std::string Because(const CMachineModel& model, const std::string& what) {
+// Why it is missing, in a few words; empty where that is not known.
+std::string Brief(const CMachineModel& model, const std::string& what) {
     const auto reason = model.Missing().find(what);
-    return reason == model.Missing().end() || reason->second.brief.empty()
-               ? std::string()
-               : fmt::format(" ({})", Harmless(reason->second.brief));
+    return reason == model.Missing().end() ? std::string() : Harmless(reason->second.brief);
 }
 
 StyledLines AllGpuLines(const CMachineModel& model, size_t width) {
     if (model.Gpus().empty()) {
-        const std::string reason = Because(model, "gpu");
-        return {"No NVIDIA GPU has been reported" + (reason.empty() ? "." : reason)};
+        const std::string brief = Brief(model, "gpu");
+        return {brief.empty() ? "No NVIDIA GPU has been reported." : "No NVIDIA GPU: " + brief};
     }
     return GpuLines(model, width);
 }
@@ -93,7 +92,8 @@ StyledLine CpuLine(const CMachineModel& model) {
     StyledLine line("CPU temperature: ");
     line.spans.push_back(CpuTemperatureText(model));
     if (!model.Cpu()) {
-        line.spans.push_back({Because(model, kCpuSource)});
+        const std::string brief = Brief(model, kCpuSource);
+        line.spans.push_back({brief.empty() ? "" : fmt::format(" ({})", brief)});
     }
     return line;
 }
@@ -117,6 +117,49 @@ void CutToRows(StyledLines& lines, const CMachineModel& model, size_t rows) {
     lines.resize(std::min(lines.size(), rows));
 }
 
+// Breaks the text at blanks. The lines after the first are set in as far as the heading is long.
+StyledLines Wrapped(const std::string& heading, const std::string& text, size_t width) {
+    std::vector<std::string> lines{heading};
+    const std::string indent(CellsOf(heading), ' ');
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        std::string& line = lines.back();
+        const bool isFirst = CellsOf(line) == indent.size();
+        if (!isFirst && width - std::min(width, CellsOf(line)) <= CellsOf(word)) {
+            lines.push_back(indent + word);
+            continue;
+        }
+        line += (isFirst ? "" : " ") + word;
+    }
+    return {lines.begin(), lines.end()};
+}
+
+// The reasons as sentences, with what to do, for what the table above shows as not read.
+StyledLines ReasonLines(const CMachineModel& model, size_t width) {
+    struct Part {
+        const char* what;
+        const char* heading;
+        bool isMissing;
+    };
+    const bool lacksGpus = model.Gpus().empty();
+    const bool lacksCpu = !model.Cpu();
+    const Part parts[] = {
+        {"gpu", "  GPU: ", lacksGpus},
+        {"cpu", "  CPU: ", lacksCpu},
+        {"log", "  Log: ", lacksGpus || lacksCpu},
+    };
+    StyledLines lines;
+    for (const Part& part : parts) {
+        const auto reason = model.Missing().find(part.what);
+        if (part.isMissing && reason != model.Missing().end()) {
+            const std::string text = reason->second.text + " " + reason->second.remedy;
+            const auto wrapped = Wrapped(part.heading, Harmless(text), width);
+            lines.insert(lines.end(), wrapped.begin(), wrapped.end());
+        }
+    }
+    return lines;
+}
+
 }  // namespace
 
 StyledLines RenderStyledTable(const CMachineModel& model, const TableSpace& space) {
@@ -125,6 +168,10 @@ StyledLines RenderStyledTable(const CMachineModel& model, const TableSpace& spac
     lines.push_back(CpuLine(model));
     const StyledLines history =
         space.hasHistory ? HistoryLines(model, space.columns) : StyledLines();
+    const StyledLines reasons = ReasonLines(model, space.columns);
+    if (lines.size() + reasons.size() <= space.rows) {
+        lines.insert(lines.end(), reasons.begin(), reasons.end());
+    }
     if (lines.size() > space.rows) {
         CutToRows(lines, model, space.rows);
     } else if (!history.empty() && lines.size() + 1 + history.size() <= space.rows) {

@@ -22,9 +22,10 @@ struct TableSpace {
 };
 
 /**
- * The lines of the table: the worker, one line for each GPU, the CPU temperature, and the last
- * minute. What does not fit is shortened or left out, the least telling first. GPUs that have no
- * row are counted in the last line, which has the CPU temperature.
+ * The lines of the table: the worker, one line for each GPU, the CPU temperature, why something is
+ * missing and what to do about it, and the last minute. What does not fit is shortened or left out,
+ * the least telling first. GPUs that have no row are counted in the last line, which has the CPU
+ * temperature.
  */
 StyledLines RenderStyledTable(const CMachineModel& model, const TableSpace& space);
 

@@ -80,6 +80,17 @@ TEST(StalenessTest, GivesTheWorkerUpAfterTheLongerLimit) {
     EXPECT_FALSE(staleness.IsHopeless());
 }
 
+TEST(StalenessTest, GivesNoWorkerUpThatGivesASign) {
+    CStaleness staleness({5s, 30s});
+    staleness.Begin(At(0));
+    EXPECT_EQ(CheckUntil(staleness, 1, 20), 5);
+    staleness.OnSign();
+    EXPECT_FALSE(CheckUntil(staleness, 21, 49));
+    EXPECT_FALSE(staleness.IsHopeless());
+    staleness.Check(At(50));
+    EXPECT_TRUE(staleness.IsHopeless());
+}
+
 TEST(StalenessTest, DoesNotTakeAComputersSleepForSilence) {
     CStaleness staleness({5s, 30s});
     staleness.Begin(At(0));

@@ -107,6 +107,13 @@ TEST_F(RunTest, ShowsARoundWhenOneOfItsSourcesRepeatsItself) {
     EXPECT_EQ(m_view.ends, 1);
 }
 
+TEST_F(RunTest, CountsACpuTemperatureThatCouldNotBeRead) {
+    EXPECT_EQ(Run({CpuTemperature{40}, CpuUnreadEvent(), CpuUnreadEvent(), CpuTemperature{41}},
+                  {.count = 3, .duration = {}}),
+              kExitDone);
+    EXPECT_THAT(m_view.rounds, ElementsAre("round cpu", "round", "round"));
+}
+
 TEST_F(RunTest, ShowsNoReadingOfTheRoundBeforeInAnUnfinishedOne) {
     Run({WorkerStartEvent{1}, Gpu(0), Gpu(1), Gpu(0), ExitEvent{}});
     EXPECT_THAT(m_view.rounds, ElementsAre("round 0 1", "round 0"));

@@ -65,13 +65,6 @@ std::string CheckOnly(const std::string& text) {
     return "";
 }
 
-std::wstring FullPath(const std::wstring& path) {
-    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
-    full.resize(
-        GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full.empty() ? path : full;
-}
-
 // False when that fails, which is then said; a reader that has gone is no failure.
 bool Write(HANDLE target, const std::string& text) {
     COutput output(target);

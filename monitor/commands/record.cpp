@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "base/text.h"
 #include "monitor/commands/runsource.h"
 #include "monitor/newfile.h"
 #include "monitor/outputs/samepath.h"

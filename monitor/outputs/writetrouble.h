@@ -6,7 +6,7 @@
 #include <string>
 
 #include "monitor/moment.h"
-#include "monitor/sources/reportlimiter.h"
+#include "client/reportlimiter.h"
 #include "monitor/views/view.h"
 
 namespace zorvane {

@@ -20,6 +20,7 @@ class CThinnedView : public IView {
     void OnEvent(const Event& event, const CMachineModel& model) override;
     void OnRound(const CMachineModel& model) override;
     void OnChange(const CMachineModel& model) override;
+    void OnKey(Key key) override { m_view->OnKey(key); }
     void OnEnd(const CMachineModel& model) override { m_view->OnEnd(model); }
     std::optional<ViewFailure> Failure() const override { return m_view->Failure(); }
 

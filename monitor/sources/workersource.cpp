@@ -122,7 +122,7 @@ void CWorkerSource::OnGpuStatic(const GpuStatic& fixed) {
     const auto change = m_health.Check(healthy.first);
     m_anyReading = true;
     m_log.OnReading("gpu");
-    m_staleness.OnSign();
+    m_staleness.OnSign(now);
     if (change) {
         std::visit([&](const auto& told) { Tell(now, told); }, *change);
     }
@@ -162,11 +162,11 @@ void CWorkerSource::NoteReading(const std::string& source, Moment now) {
 }
 
 void CWorkerSource::NoteSource(const std::string& source, Moment now) {
-    m_staleness.OnSign();
+    m_staleness.OnSign(now);
     if (m_rounds.Holds(source)) {
         NoteRoundEnd(now);
         m_rounds.Complete();
-        if (const auto fresh = m_staleness.OnRound()) {
+        if (const auto fresh = m_staleness.OnRound(now)) {
             Tell(now, *fresh);
         }
     }
@@ -196,7 +196,7 @@ void CWorkerSource::OnPayloadError(const PayloadError& error) {
     // The others may come from any process.
     if (error.fault != PayloadFault::kForeignSender &&
         error.fault != PayloadFault::kForeignWindow) {
-        m_staleness.OnSign();
+        m_staleness.OnSign(now);
     }
     if (const auto leftOut = m_limiter.Admit(FaultName(error.fault), now.tick)) {
         Tell(now, ErrorEvent{error, *leftOut});

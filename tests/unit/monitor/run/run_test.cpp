@@ -36,10 +36,15 @@ class CListSource : public ISource {
         return std::chrono::milliseconds(0);
     }
 
-    void Stop() override { m_end = m_reason; }
+    void Stop() override {
+        if (--m_stopsNeeded <= 0) {
+            m_end = m_reason;
+        }
+    }
     std::optional<EndReason> End() const override { return m_end; }
 
     void RunOn() { m_runsOn = true; }
+    void EndAfterStops(int count) { m_stopsNeeded = count; }
 
   private:
     std::vector<Event> m_events;
@@ -47,6 +52,7 @@ class CListSource : public ISource {
     IEventSink* m_sink = nullptr;
     size_t m_next = 0;
     bool m_runsOn = false;
+    int m_stopsNeeded = 1;
     std::optional<EndReason> m_end;
 };
 
@@ -166,6 +172,27 @@ TEST_F(RunTest, EndsInPeaceWhenNobodyReadsAnyMore) {
     m_view.failsWith = ViewFailure{{"WriteFile", ERROR_BROKEN_PIPE}, true};
     EXPECT_EQ(Run({Gpu(0), Gpu(0), Gpu(0)}), kExitDone);
     EXPECT_TRUE(m_notes.empty());
+}
+
+// The worker's end takes seconds: whoever pressed Ctrl+C must not wonder what happens.
+TEST_F(RunTest, SaysAtOnceWhatItWaitsForAfterCtrlC) {
+    PHANDLER_ROUTINE handler = nullptr;
+    PATCH_IMPORT(console, SetConsoleCtrlHandler,
+                 [&handler](PHANDLER_ROUTINE routine, WINBOOL) -> WINBOOL {
+                     handler = routine;
+                     return TRUE;
+                 });
+    CInterrupts interrupts;
+    ASSERT_FALSE(interrupts.Install());
+    interrupts.Take();
+    CListSource source({EventAt(0, Gpu(0))}, EndReason::kWorkerEnded);
+    source.RunOn();
+    source.EndAfterStops(2);
+    ASSERT_NE(handler, nullptr);
+    handler(CTRL_C_EVENT);
+    handler(CTRL_C_EVENT);
+    EXPECT_EQ(CRun(source, {&m_view}, *this, {}, interrupts).Execute(), kExitDone);
+    EXPECT_THAT(m_notes, ElementsAre(HasSubstr("waiting for the worker to end in order")));
 }
 
 TEST_F(RunTest, KeepsTheReasonOfASourceThatCouldNotStart) {

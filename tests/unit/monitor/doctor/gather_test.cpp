@@ -17,6 +17,7 @@
 #include "sim/scenario/parsejson.h"
 #include "src/log/logfile.h"
 #include "tests/support/buildfolder.h"
+#include "tests/support/fakecpuid.h"
 #include "tests/support/importpatch.h"
 #include "tests/support/tempfolder.h"
 
@@ -221,6 +222,44 @@ TEST_F(GatherTest, VbsAndProductAreThoseOfTheMachine) {
     EXPECT_EQ(cpu.product, "Surface Laptop 3");
     EXPECT_TRUE(cpu.productSkipped);
     EXPECT_THAT(cpu.processor.vendor, SizeIs(12));
+}
+
+// A Matisse, whose name fills two of three leaves and ends with blanks.
+CpuidRegisters Ryzen(uint32_t leaf) {
+    constexpr uint32_t kBlanks = 0x20202020;
+    switch (leaf) {
+        case 0:
+            return VendorLeaf("AuthenticAMD");
+        case 0x80000000:
+            return {0x80000004, 0, 0, 0};
+        case 0x80000001:
+            return {0x870F10, 0x20000000, 0, 0};
+        case 0x80000002:
+            return {0x20444D41, 0x657A7952, 0x2039206E, 0x30303933};
+        case 0x80000003:
+            return {kBlanks, kBlanks, kBlanks, kBlanks};
+        default:
+            return {};
+    }
+}
+
+TEST_F(GatherTest, ProcessorIsThatOfTheLibrarysTable) {
+    const CFakeCpuid cpuid(&Ryzen);
+    const ProcessorFacts processor = GatherCpu().processor;
+    EXPECT_EQ(processor.vendor, "AuthenticAMD");
+    EXPECT_EQ(processor.name, "AMD Ryzen 9 3900");
+    EXPECT_EQ(processor.packageType, 2);
+    EXPECT_EQ(processor.signature, 0x870F10u);
+    EXPECT_EQ(processor.support, ProcessorSupport::kYes);
+}
+
+TEST_F(GatherTest, ProcessorMayBeUnknownAndWithoutAName) {
+    const CFakeCpuid cpuid(
+        [](uint32_t leaf) { return leaf == 0 ? VendorLeaf("GenuineIntel") : CpuidRegisters{}; });
+    const ProcessorFacts processor = GatherCpu().processor;
+    EXPECT_EQ(processor.vendor, "GenuineIntel");
+    EXPECT_EQ(processor.name, "");
+    EXPECT_EQ(processor.support, ProcessorSupport::kNo);
 }
 
 TEST_F(GatherTest, VbsMayBeUnknown) {

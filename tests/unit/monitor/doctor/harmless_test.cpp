@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <atomic>
 #include <filesystem>
 #include <mutex>
+#include <utility>
 
 #include "base/importtable.h"
 #include "monitor/doctor/gather.h"
@@ -16,11 +18,29 @@
 namespace zorvane {
 
 using testing::IsEmpty;
+using testing::Not;
 
 namespace {
 
 constexpr DWORD kMapsOnly =
     LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_DATAFILE_EXCLUSIVE | LOAD_LIBRARY_AS_IMAGE_RESOURCE;
+
+// Whatever of these a program imports, looking at a machine calls none.
+constexpr const char* kForbidden[] = {
+    "ControlService",   "CreateDirectoryW", "CreateProcessW",
+    "CreateServiceW",   "DeleteFileW",      "DeleteService",
+    "MoveFileExW",      "RegCreateKeyExW",  "RegDeleteValueW",
+    "RegSetValueExW",   "SetFileTime",      "StartServiceW",
+    "TerminateProcess", "WriteFile",        "WritePrivateProfileStringW",
+};
+
+std::atomic<const char*> s_forbiddenCall;
+
+template <size_t kIndex>
+void* Forbidden() {
+    s_forbiddenCall = kForbidden[kIndex];
+    return nullptr;
+}
 
 class HarmlessTest : public testing::Test {
   protected:
@@ -110,6 +130,29 @@ TEST_F(HarmlessTest, LoadsNoVendorsLibraryAsCode) {
     for (const wchar_t* vendors : {L"Platform.dll", L"Nvml.dll", L"Zorvane.dll"}) {
         EXPECT_EQ(GetModuleHandleW(vendors), nullptr) << vendors;
     }
+}
+
+template <size_t... kIndices>
+std::vector<std::pair<void**, void*>> ForbidAll(std::index_sequence<kIndices...>) {
+    void* const traps[] = {reinterpret_cast<void*>(&Forbidden<kIndices>)...};
+    std::vector<std::pair<void**, void*>> replaced;
+    for (size_t i = 0; i < std::size(kForbidden); ++i) {
+        if (void** entry = FindImport(nullptr, kForbidden[i])) {
+            replaced.emplace_back(entry, ExchangeImport(entry, traps[i]));
+        }
+    }
+    return replaced;
+}
+
+TEST_F(HarmlessTest, CallsNothingThatWritesOrStarts) {
+    const auto replaced = ForbidAll(std::make_index_sequence<std::size(kForbidden)>());
+    Gather();
+    for (const auto& [entry, original] : replaced) {
+        ExchangeImport(entry, original);
+    }
+    EXPECT_THAT(replaced, Not(IsEmpty()));
+    const char* const called = s_forbiddenCall;
+    EXPECT_STREQ(called, nullptr);
 }
 
 TEST_F(HarmlessTest, OpensServicesOnlyToLook) {

@@ -26,9 +26,10 @@ install(FILES "${CMAKE_BINARY_DIR}/packaging/ZorvaneConfig.cmake"
 install(FILES client/c/zorvaneclient.def DESTINATION lib COMPONENT runtime)
 install(DIRECTORY client DESTINATION . COMPONENT runtime
   FILES_MATCHING PATTERN "*.h" PATTERN "*.cpp" PATTERN "c" EXCLUDE)
-install(DIRECTORY base DESTINATION . COMPONENT runtime FILES_MATCHING PATTERN "*.h")
-list(FILTER ZORVANE_PACKAGED_SOURCES INCLUDE REGEX "^base/")
-install(FILES ${ZORVANE_PACKAGED_SOURCES} DESTINATION base COMPONENT runtime)
+set(base_files ${ZORVANE_PACKAGED_SOURCES})
+list(FILTER base_files INCLUDE REGEX "^base/")
+list(TRANSFORM base_files REPLACE "\\.cpp$" ".h" OUTPUT_VARIABLE base_headers)
+install(FILES ${base_files} ${base_headers} base/handle.h DESTINATION base COMPONENT runtime)
 install(DIRECTORY examples/ packaging/examples/ DESTINATION examples COMPONENT runtime
   FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.js" PATTERN "*.py" PATTERN "*.cs"
   PATTERN "*.rs" PATTERN "*.md")

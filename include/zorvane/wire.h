@@ -1,6 +1,6 @@
 /**
  * What crosses the process boundary between the worker (Zorvane.dll) and the window that it reports
- * to (the stub). For C11 and C++; Windows only, where wchar_t holds one UTF-16 code unit.
+ * to (the stub). For C and C++; Windows only, where wchar_t holds one UTF-16 code unit.
  *
  * Everything travels as WM_COPYDATA. COPYDATASTRUCT.dwData is 64 bits wide and holds one of the
  * kCopyData codes, whole; lpData and cbData hold the payload that belongs to the code. All numbers
@@ -14,13 +14,17 @@
 #include <stdint.h>
 #include <wchar.h>
 
-#ifdef __cplusplus
+/* Languages without the assertion go without. */
+#if (defined(__cplusplus) && __cplusplus >= 201103L) || \
+    (defined(_MSVC_LANG) && _MSVC_LANG >= 201103L)
 #define ZORVANE_STATIC_ASSERT(condition) static_assert(condition, #condition)
-#else
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
 #define ZORVANE_STATIC_ASSERT(condition) _Static_assert(condition, #condition)
+#else
+#define ZORVANE_STATIC_ASSERT(condition) struct ZorvaneNothing
 #endif
 
-// NOLINTBEGIN(modernize-use-using): this header is C, too.
+/* NOLINTBEGIN(modernize-use-using): this header is C, too. */
 
 /** Codes of COPYDATASTRUCT.dwData. */
 enum {
@@ -55,7 +59,7 @@ enum {
 };
 
 /** NvmlGpuRecord.fanSpeedPercent of a GPU whose fan could not be read. */
-#define ZORVANE_FAN_SPEED_UNKNOWN UINT32_C(0xFFFFFFFF)
+#define ZORVANE_FAN_SPEED_UNKNOWN 0xFFFFFFFFu
 
 /** Clock types, the indices of the clock arrays. */
 enum { kClockGraphics = 0, kClockSm = 1, kClockMemory = 2, kClockVideo = 3, kClockTypeCount = 4 };
@@ -91,7 +95,7 @@ typedef struct NvmlGpuRecord {
     uint32_t reserved2;             /**< 0 */
 } NvmlGpuRecord;
 
-// NOLINTEND(modernize-use-using)
+/* NOLINTEND(modernize-use-using) */
 
 ZORVANE_STATIC_ASSERT(sizeof(wchar_t) == 2);
 ZORVANE_STATIC_ASSERT(sizeof(HelloPayload) == 72);
@@ -125,4 +129,4 @@ ZORVANE_STATIC_ASSERT(offsetof(NvmlGpuRecord, reserved2) == 444);
 
 #undef ZORVANE_STATIC_ASSERT
 
-#endif  // ZORVANE_WIRE_H_
+#endif /* ZORVANE_WIRE_H_ */

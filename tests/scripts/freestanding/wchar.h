@@ -1,0 +1,2 @@
+/* In place of a C library's, which a freestanding compilation lacks. */
+#include <stddef.h>

@@ -12,8 +12,10 @@ install(FILES $<TARGET_FILE:Platform> platform-standin/README.txt
 install(DIRECTORY include/zorvane DESTINATION include COMPONENT runtime)
 install(DIRECTORY base client examples DESTINATION . COMPONENT runtime
   FILES_MATCHING PATTERN "*.h" PATTERN "*.c" PATTERN "*.cpp")
-install(FILES docs/protocol.md docs/support.md docs/zorvanemon.md
+install(FILES docs/fleet.md docs/page.md docs/protocol.md docs/support.md docs/zorvanemon.md
   DESTINATION docs COMPONENT runtime)
+
+install(DIRECTORY integrations DESTINATION . COMPONENT runtime)
 
 foreach(target Zorvane zorvanehost zorvanemon Platform)
   install(FILES $<TARGET_FILE:${target}>.debug DESTINATION . COMPONENT debug)

@@ -13,6 +13,7 @@ enum ExitCode : int {
     kExitWorkerEnded = 6,
     kExitTooShort = 7,
     kExitRecording = 8,
+    kExitListen = 9,
 };
 
 /** Why a run came to its end. */

@@ -7,7 +7,9 @@ set(ZORVANE_LINKED_IN
   "mingw-w64 C runtime library and winpthreads|-|mingw-w64-x86-64-dev"
   "CLI11|CLI|libcli11-dev"
   "{fmt}|fmt|libfmt-dev"
-  "JSON for Modern C++|nlohmann|nlohmann-json3-dev")
+  "JSON for Modern C++|nlohmann|nlohmann-json3-dev"
+  "Boost.Beast and Boost.Asio|boost|libboost1.74-dev"
+  "dygraphs, in the page that zorvanemon serves|-|libjs-dygraphs")
 
 function(zorvane_notices file)
   set(rule "================================================================================\n")

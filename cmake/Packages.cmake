@@ -34,8 +34,10 @@ install(DIRECTORY examples/ packaging/examples/ DESTINATION examples COMPONENT r
   FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.js" PATTERN "*.py" PATTERN "*.cs"
   PATTERN "*.rs" PATTERN "*.md")
 install(FILES packaging/examples/CMakeLists.txt DESTINATION examples COMPONENT runtime)
-install(FILES docs/doctor.md docs/protocol.md docs/support.md docs/zorvanemon.md
+install(FILES docs/doctor.md docs/fleet.md docs/page.md docs/protocol.md docs/support.md docs/zorvanemon.md
   DESTINATION docs COMPONENT runtime)
+
+install(DIRECTORY integrations DESTINATION . COMPONENT runtime)
 
 foreach(target Zorvane zorvaneclient zorvanehost zorvanemon Platform)
   install(FILES $<TARGET_FILE:${target}>.debug DESTINATION . COMPONENT debug)

@@ -2,7 +2,7 @@
 # headers into a cross build, so a folder of our own holds just these packages.
 set(ZORVANE_THIRD_PARTY_DIR "${CMAKE_BINARY_DIR}/third_party")
 file(MAKE_DIRECTORY "${ZORVANE_THIRD_PARTY_DIR}")
-foreach(package CLI fmt nlohmann spdlog)
+foreach(package CLI boost fmt nlohmann spdlog)
   if(CMAKE_CROSSCOMPILING)
     if(NOT EXISTS "/usr/include/${package}")
       message(FATAL_ERROR "Headers /usr/include/${package} are missing: run scripts/setup.")

@@ -14,7 +14,8 @@ enum ExitCode : int {
     kExitWorkerEnded = 6,
     kExitTooShort = 7,
     kExitRecording = 8,
-    kExitService = 9,
+    kExitListen = 9,
+    kExitService = 10,
 };
 
 /** Why a run came to its end. */

@@ -3,7 +3,9 @@
 #include "monitor/commands/list.h"
 #include "monitor/commands/record.h"
 #include "monitor/commands/replay.h"
+#include "monitor/commands/report.h"
 #include "monitor/commands/reset.h"
+#include "monitor/commands/serve.h"
 #include "monitor/commands/service.h"
 #include "monitor/commands/watch.h"
 
@@ -15,6 +17,8 @@ Commands MakeCommands() {
     commands.push_back(std::make_unique<CListCommand>());
     commands.push_back(std::make_unique<CRecordCommand>());
     commands.push_back(std::make_unique<CReplayCommand>());
+    commands.push_back(std::make_unique<CServeCommand>());
+    commands.push_back(std::make_unique<CReportCommand>());
     commands.push_back(std::make_unique<CDoctorCommand>());
     commands.push_back(std::make_unique<CServiceCommand>());
     commands.push_back(std::make_unique<CResetCommand>());

@@ -17,6 +17,7 @@ class CWatchCommand : public ICommand {
     }
     void Declare(CLI::App& app) override;
     bool TakesWords() const override { return true; }
+    std::string ObstacleAsService() const override;
     int Run(const CommandContext& context) override;
 
     /** What the command line said, after parsing. */

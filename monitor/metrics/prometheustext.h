@@ -13,4 +13,7 @@ namespace zorvane {
  */
 std::string PrometheusText(const CMachineModel& model);
 
+/** The same in OpenMetrics 1.0, for scrapers that ask for it. */
+std::string OpenMetricsText(const CMachineModel& model);
+
 }  // namespace zorvane

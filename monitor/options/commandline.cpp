@@ -40,7 +40,9 @@ Exit codes:
   5  the worker had to be ended by force
   6  after readings the worker ended by itself, or crashed under --no-restart, too early
   7  the time was over before all rounds of --count had come, or when readings had stopped
-  8  the recording cannot be read, or not to its end)";
+  8  the recording cannot be read, or not to its end
+  9  the address to serve at is not to be had, or its port is in use
+ 10  the service could not be installed or removed, or does not run (service status))";
 
 // Words that the worker knows.
 const Words kWorkerWords = {"skip_delete"};

@@ -203,5 +203,14 @@ TEST(PrometheusTextTest, HasNoSeriesTwice) {
                 testing::Contains(R"({worker="office",pci_bus_id="index 3"} 0.13)"));
 }
 
+TEST(OpenMetricsTextTest, NamesACounterWithoutItsEndingAndSaysWhereItEnds) {
+    const std::string text = OpenMetricsText(Full());
+    EXPECT_THAT(text, HasSubstr("# TYPE zorvane_worker_restarts counter\n"));
+    EXPECT_THAT(text, HasSubstr("\nzorvane_worker_restarts_total{worker=\"office\"} 0\n"));
+    EXPECT_THAT(text, HasSubstr("# TYPE zorvane_up gauge\n"));
+    EXPECT_THAT(text, Not(HasSubstr("_total counter")));
+    EXPECT_TRUE(text.ends_with("\n# EOF\n"));
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -1,0 +1,202 @@
+#include "monitor/report/reportbuilder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "base/text.h"
+#include "monitor/json/jsonline.h"
+#include "web/webpage.h"
+
+namespace zorvane {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// About 3 MB of numbers in a page, in which one takes about ten bytes.
+constexpr size_t kMostPoints = 300000;
+constexpr size_t kPointsOfAStep = 3;
+constexpr size_t kFirstLines = 500;
+constexpr size_t kLastLines = 1500;
+
+template <typename T>
+std::optional<double> AsDouble(const std::optional<T>& value) {
+    return value ? std::optional(static_cast<double>(*value)) : std::nullopt;
+}
+
+// Whole numbers without a decimal point, the rest with two digits: it is all that is shown.
+Json Short(double value) {
+    constexpr double kHundredths = 100;
+    const double rounded = std::round(value * kHundredths) / kHundredths;
+    const auto whole = static_cast<int64_t>(rounded);
+    return static_cast<double>(whole) == rounded ? Json(whole) : Json(rounded);
+}
+
+// Times as differences to the one before, the first one to `from`.
+void AddPoints(Json& part, const CThinnedSeries& series, UtcTime from) {
+    Json times = Json::array();
+    Json values = Json::array();
+    UtcTime last = from;
+    for (const SeriesPoint& point : series.Points()) {
+        times.push_back((point.time - last).count());
+        values.push_back(point.value ? Short(*point.value) : Json(nullptr));
+        last = point.time;
+    }
+    part["times"] = std::move(times);
+    part["values"] = std::move(values);
+}
+
+Json SeriesPart(const char* quantity, const CThinnedSeries& series, UtcTime from) {
+    const auto summary = series.Summary();
+    Json part = {{"quantity", quantity},
+                 {"lowest", summary ? Short(summary->lowest) : Json(nullptr)},
+                 {"average", summary ? Short(summary->average) : Json(nullptr)},
+                 {"highest", summary ? Short(summary->highest) : Json(nullptr)},
+                 {"last", summary ? Short(summary->last) : Json(nullptr)}};
+    AddPoints(part, series, from);
+    return part;
+}
+
+// A data block in HTML ends at the next "</script", and a "<!--" changes how its end is found.
+std::string EscapedForHtml(std::string text) {
+    for (size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at)) {
+        text.replace(at, 1, "\\u003c");
+    }
+    return text;
+}
+
+}  // namespace
+
+const char* CReportBuilder::NameOf(Quantity quantity) {
+    constexpr const char* kNames[] = {"temperature", "gpu_use", "memory_use", "fan",
+                                      "graphics",    "sm",      "memory",     "video"};
+    static_assert(std::size(kNames) == kQuantityCount);
+    return kNames[quantity];
+}
+
+void CReportBuilder::Add(const Event& event) {
+    m_from = m_lines == 0 ? event.time : std::min(m_from, event.time);
+    m_to = m_lines == 0 ? event.time : std::max(m_to, event.time);
+    ++m_lines;
+    m_model.Apply(event);
+    NoteSecrets(event);
+    if (const auto* reading = std::get_if<GpuReading>(&event.body)) {
+        AddReading(*reading, event.time);
+        return;
+    }
+    if (const auto* cpu = std::get_if<CpuTemperature>(&event.body)) {
+        ++m_readings;
+        m_cpu.Add(event.time, cpu->celsius);
+        return;
+    }
+    if (std::holds_alternative<StaleEvent>(event.body) ||
+        std::holds_alternative<WorkerStartEvent>(event.body) ||
+        std::holds_alternative<ExitEvent>(event.body)) {
+        InterruptAll(event.time);
+    }
+    AddLine(event);
+}
+
+void CReportBuilder::AddReading(const GpuReading& reading, UtcTime time) {
+    ++m_readings;
+    Gpu& gpu = m_gpus[m_model.SourceOf(reading)];
+    gpu.index = reading.index;
+    gpu.busId = reading.pci ? std::optional(reading.pci->busId) : gpu.busId;
+    gpu.name = reading.name ? reading.name : gpu.name;
+    gpu.series[kTemperature].Add(time, AsDouble(reading.temperatureCelsius));
+    gpu.series[kGpuUse].Add(time, AsDouble(reading.gpuUtilizationPercent));
+    gpu.series[kMemoryUse].Add(time, AsDouble(reading.memoryUtilizationPercent));
+    gpu.series[kFan].Add(time, AsDouble(reading.fanSpeedPercent));
+    constexpr int kClockOrder[] = {kClockGraphics, kClockSm, kClockMemory, kClockVideo};
+    for (size_t i = 0; i < std::size(kClockOrder); ++i) {
+        gpu.series[kGraphics + i].Add(
+            time, AsDouble(reading.clocksMHz[static_cast<size_t>(kClockOrder[i])]));
+    }
+}
+
+void CReportBuilder::InterruptAll(UtcTime time) {
+    m_cpu.Interrupt(time);
+    for (auto& [source, gpu] : m_gpus) {
+        for (CThinnedSeries& series : gpu.series) {
+            series.Interrupt(time);
+        }
+    }
+}
+
+void CReportBuilder::NoteSecrets(const Event& event) {
+    if (const auto* start = std::get_if<StartEvent>(&event.body)) {
+        m_secrets.Hide(start->host);
+    }
+    const auto* fixed = std::get_if<GpuStatic>(&event.body);
+    if (fixed && fixed->serial) {
+        m_secrets.Hide(ToUtf8(*fixed->serial));
+    }
+}
+
+void CReportBuilder::AddLine(const Event& event) {
+    std::string line = JsonLine(event, m_model.Start().value_or(StartEvent()));
+    if (m_firstLines.size() < kFirstLines) {
+        m_firstLines.push_back(std::move(line));
+        return;
+    }
+    m_lastLines.push_back(std::move(line));
+    if (m_lastLines.size() > kLastLines) {
+        m_lastLines.pop_front();
+        ++m_linesLeftOut;
+    }
+}
+
+// Every text of the line for itself, so that what is put in never breaks the line.
+std::string CReportBuilder::MaskedLine(const std::string& line) const {
+    Json object = Json::parse(line);
+    for (auto& [key, value] : object.items()) {
+        if (value.is_string() && key != "time" && key != "type") {
+            value = m_secrets.Masked(value.get<std::string>());
+        }
+    }
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+size_t CReportBuilder::SeriesCount() const { return 1 + m_gpus.size() * kQuantityCount; }
+
+std::string CReportBuilder::Page(UtcTime now) {
+    const size_t steps = kMostPoints / kPointsOfAStep / SeriesCount();
+    Json series = Json::array();
+    std::chrono::milliseconds longestStep{};
+    const auto add = [&](const Gpu* gpu, const char* quantity, CThinnedSeries& one) {
+        one.Coarsen(steps);
+        longestStep = std::max(longestStep, one.Step());
+        Json part = SeriesPart(quantity, one, m_from);
+        part["index"] = gpu ? Json(gpu->index) : Json(nullptr);
+        part["bus_id"] = gpu && gpu->busId ? Json(*gpu->busId) : Json(nullptr);
+        part["name"] = gpu && gpu->name ? Json(ToUtf8(*gpu->name)) : Json(nullptr);
+        series.push_back(std::move(part));
+    };
+    for (auto& [source, gpu] : m_gpus) {
+        for (size_t i = 0; i < kQuantityCount; ++i) {
+            add(&gpu, NameOf(static_cast<Quantity>(i)), gpu.series[i]);
+        }
+    }
+    add(nullptr, NameOf(kTemperature), m_cpu);
+    Json data = {{"made", Rfc3339(now)},
+                 {"from", Rfc3339(m_from)},
+                 {"to", Rfc3339(m_to)},
+                 {"step_ms", longestStep.count()},
+                 {"readings", m_readings},
+                 {"masked", m_mask},
+                 {"events_left_out", m_linesLeftOut},
+                 {"series", std::move(series)}};
+    std::string text = data.dump(-1, ' ', false, Json::error_handler_t::replace);
+    // The events are JSON already.
+    text.back() = ',';
+    text += "\"events\":[";
+    for (const auto* lines : {&m_firstLines, &m_lastLines}) {
+        for (const std::string& line : *lines) {
+            text += (text.back() == '[' ? "" : ",") + (m_mask ? MaskedLine(line) : line);
+        }
+    }
+    text += "]}";
+    return std::string(kReportHead) + EscapedForHtml(std::move(text)) + std::string(kReportTail);
+}
+
+}  // namespace zorvane

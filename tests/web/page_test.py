@@ -1,0 +1,277 @@
+"""The page that zorvanemon serves, and a saved report, in a real browser.
+
+Usage: page_test.py RESULTS_FILE
+"""
+import pathlib
+import socket
+import sys
+import tempfile
+import threading
+import unittest
+
+from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.common.keys import Keys
+
+from browser import Browser
+from running import PATIENCE_S, Monitor, Server, gpu, machine, windows_path, write_results
+
+RESULTS = pathlib.Path(sys.argv[1]).resolve()
+HOSTILE = "<img src=x onerror=alert(1)>"
+# As long as NVML gives it; a record has room for 31 characters.
+LONG_NAME = "\u202e'\"&amp;<b onclick=alert(1)>\u200f" + "w" * 31
+HOSTILE_LONG = LONG_NAME[:31]
+VALUES = {
+    "Temperature": "61 °C", "GPU use": "37 %", "Memory use": "11 %", "Fan speed": "47 %",
+    "Graphics clock": "1801 MHz", "SM clock": "1802 MHz", "Memory clock": "9501 MHz",
+    "Video clock": "1503 MHz",
+}
+
+
+class Proxy:
+    """A way to the server that can be cut, under a port that stays."""
+
+    def __init__(self, port):
+        self.target = port
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.port = self.listener.getsockname()[1]
+        self.open = []
+        self.is_cut = False
+        threading.Thread(target=self.accept, daemon=True).start()
+
+    def accept(self):
+        while True:
+            try:
+                client, _ = self.listener.accept()
+            except OSError:
+                return
+            if self.is_cut:
+                client.close()
+                continue
+            server = socket.create_connection(("127.0.0.1", self.target))
+            self.open += [client, server]
+            for pair in ((client, server), (server, client)):
+                threading.Thread(target=self.pass_on, args=pair, daemon=True).start()
+
+    @staticmethod
+    def pass_on(source, target):
+        try:
+            while data := source.recv(65536):
+                target.sendall(data)
+            target.shutdown(socket.SHUT_WR)
+        except OSError:
+            pass
+
+    def cut(self):
+        self.is_cut = True
+        for one in self.open:
+            try:
+                one.shutdown(socket.SHUT_RDWR)
+            except OSError:
+                pass
+        self.open.clear()
+
+    def close(self):
+        self.listener.close()
+        self.cut()
+
+
+class PageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.server = Server(machine(
+            gpu("Plain GPU", 1),
+            gpu(HOSTILE, 2, temperature=None),
+            gpu(LONG_NAME, 3, results={"nvmlDeviceGetTemperature": {"perRead": [0, 0, 0, 15, 15, 0]}}),
+            cpu=55.5), ["--allow-host", "127.0.0.1"])
+        cls.browser = Browser()
+        cls.browser.open(cls.server.url)
+        cls.browser.wait(lambda: cls.browser.numbers().get("CPU", {}).get("Temperature") == "55 °C"
+                         and "Plain GPU" in cls.browser.numbers(), "the readings of all devices")
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.browser.close()
+        cls.server.close()
+
+    def setUp(self):
+        if self.browser.driver.current_url != self.server.url:
+            self.browser.open(self.server.url)
+            self.browser.wait(lambda: HOSTILE_LONG in self.browser.numbers(), "the page")
+
+    def test_shows_exactly_the_values_of_the_machine(self):
+        self.browser.wait(lambda: self.browser.numbers().get("Plain GPU") == VALUES, "the values")
+        numbers = self.browser.numbers()
+        self.assertEqual(numbers[HOSTILE], {**VALUES, "Temperature": "n/a"})
+        self.assertEqual(set(numbers), {"Plain GPU", HOSTILE, HOSTILE_LONG, "CPU"})
+
+    def test_keeps_hostile_names_as_text(self):
+        self.assertIn(HOSTILE_LONG, self.browser.numbers())
+        self.assertEqual(self.browser.all("img, main script, main b, h2 *:not(bdi)"), [])
+        self.assertFalse(self.browser.is_asked())
+
+    def test_shows_a_failing_reading_as_a_gap(self):
+        self.server.wait_for(lambda event: event["type"] == "gpu" and event["index"] == 2
+                             and event["temperature_celsius"] is None)
+        chart = self.chart_of(HOSTILE_LONG)
+        seen = []
+
+        def has_gap():
+            seen[:] = self.values_along(chart)
+            after = seen[seen.index("n/a"):] if "n/a" in seen else []
+            return "61 °C" in seen and "61 °C" in after
+        self.browser.wait(has_gap, "a gap with values on both sides")
+        self.assertEqual(set(seen), {"61 °C", "n/a"})
+
+    def chart_of(self, title):
+        return self.browser.run("""
+            return [...document.querySelectorAll(".card")].find(
+              (card) => card.querySelector("h2").textContent === arguments[0]).querySelector(".chart")""", title)
+
+    def values_along(self, chart):
+        """What the chart's cursor tells from the first to the last second, by keyboard."""
+        self.browser.run("document.querySelector('#ranges button').click(); arguments[0].focus()", chart)
+        ActionChains(self.browser.driver).send_keys(Keys.HOME).perform()
+        texts = []
+        for _ in range(60):
+            ActionChains(self.browser.driver).send_keys(Keys.ARROW_RIGHT).perform()
+            texts.append(chart.get_attribute("aria-valuetext").split("Temperature ")[1])
+        # The beginning of the minute may be before the worker.
+        first = texts.index("61 °C") if "61 °C" in texts else 0
+        return texts[first:]
+
+    def test_names_every_number_in_the_accessibility_tree(self):
+        names = self.browser.accessible_names()
+        for name, value in VALUES.items():
+            self.assertIn(("definition", f"{name} {value}"), names)
+        self.assertIn(("definition", "Temperature 55 °C"), names)
+        self.assertIn(("slider", "Temperature of Plain GPU over time"), names)
+        self.assertIn(("status", ""), {(role, "") for role, _ in names})
+
+    def test_reaches_everything_by_keyboard(self):
+        self.browser.run("document.activeElement.blur(); window.scrollTo(0, 0)")
+        reached = []
+        for _ in range(60):
+            ActionChains(self.browser.driver).send_keys(Keys.TAB).perform()
+            label = self.browser.run("""
+                const node = document.activeElement;
+                return node.getAttribute("aria-label") ?? node.id ?? ""; """) or self.browser.run(
+                    "return document.activeElement.textContent")
+            if label in reached:
+                break
+            reached.append(label)
+        for label in ("1 min", "All", "Earlier", "Later", "Closer", "Wider", "Save report", "mask",
+                      "Download recording", "Temperature of Plain GPU over time",
+                      "Use of Plain GPU over time", "Clocks of Plain GPU over time",
+                      "Fan speed of Plain GPU over time", "Temperature of CPU over time"):
+            self.assertIn(label, reached)
+
+    def test_has_enough_contrast_in_both_schemes(self):
+        for scheme in ("light", "dark"):
+            self.browser.show(1280, 1600, scheme)
+            colours = self.browser.run("""
+                const style = getComputedStyle(document.documentElement);
+                return Object.fromEntries(["ground", "card", "ink", "soft", "accent", "good", "bad"].map(
+                  (name) => [name, style.getPropertyValue("--" + name).trim()]))""")
+            for ink in ("ink", "soft", "accent", "good", "bad"):
+                for ground in ("ground", "card"):
+                    self.assertGreaterEqual(contrast(colours[ink], colours[ground]), 4.5,
+                                            f"{ink} on {ground}, {scheme}")
+
+    def test_fits_every_width(self):
+        for width, height in ((360, 1600), (1280, 1600), (2560, 1600)):
+            for scheme in ("light", "dark"):
+                self.browser.show(width, height, scheme)
+                self.browser.wait(lambda: self.browser.run("return window.innerWidth") == width, "the width")
+                self.assertLessEqual(self.browser.run("return document.documentElement.scrollWidth"), width)
+                self.browser.wait(lambda: self.browser.run(
+                    "return document.querySelector('.plot canvas').clientWidth <= window.innerWidth"), "redrawn")
+                self.browser.save_screenshot(RESULTS.parent / f"page-{width}-{scheme}.png")
+        self.browser.show(1280, 1600, "light")
+
+    def test_connects_again_by_itself_and_says_so(self):
+        proxy = Proxy(self.server.port)
+        try:
+            self.browser.open(f"http://127.0.0.1:{proxy.port}/")
+            self.browser.wait(lambda: self.browser.text("#status") == "Live.", "the first connection")
+            proxy.cut()
+            self.browser.wait(lambda: "connecting again" in self.browser.text("#status"), "the loss")
+            self.assertEqual(self.browser.numbers()["Plain GPU"]["Temperature"], "n/a")
+            proxy.is_cut = False
+            self.browser.wait(lambda: self.browser.text("#status") == "Live.", "the next connection")
+            self.browser.wait(lambda: self.browser.numbers()["Plain GPU"] == VALUES, "the values")
+        finally:
+            proxy.close()
+
+    def test_saves_a_report_that_shows_the_same(self):
+        for query, mask in (("", False), ("?mask=1", True)):
+            status, headers, page = self.server.get("/report.html" + query)
+            self.assertEqual(status, 200)
+            self.assertIn("attachment", headers["Content-Disposition"])
+            self.assertEqual(b"1320523000001" in page, not mask)
+            with tempfile.NamedTemporaryFile(suffix=".html") as file:
+                file.write(page)
+                file.flush()
+                self.browser.open("file://" + file.name)
+                self.check_report(file.name)
+
+    def check_report(self, path):
+        self.assertEqual(set(self.browser.numbers()), {"Plain GPU", HOSTILE, HOSTILE_LONG, "CPU"})
+        self.assertEqual(self.browser.numbers()["Plain GPU"],
+                         {f"{name}, last": value for name, value in VALUES.items()})
+        ranges = self.browser.run("""
+            return [...document.querySelector(".card").querySelectorAll(".range")].map((node) => node.textContent)""")
+        self.assertEqual(ranges[0], "lowest 61, average 61, highest 61")
+        self.assertGreater(len(self.browser.all(".plot canvas")), 0)
+        self.assertEqual(self.browser.complaints(), [])
+        self.assertEqual({url for url in self.browser.requests() if not url.startswith("data:")},
+                         {"file://" + path})
+
+    def test_asks_nobody_but_its_server_and_complains_of_nothing(self):
+        self.browser.open(self.server.url)
+        self.browser.wait(lambda: self.browser.numbers().get("Plain GPU") == VALUES, "the values")
+        asked = self.browser.requests()
+        self.assertIn(self.server.url + "history", asked)
+        self.assertEqual([url for url in asked if not url.startswith((self.server.url, "data:"))], [])
+        self.assertEqual(self.browser.complaints(), [])
+
+    def test_downloads_a_recording_that_can_be_replayed(self):
+        with tempfile.NamedTemporaryFile(suffix=".jsonl") as file:
+            file.write(self.server.get("/recording.jsonl")[2])
+            file.flush()
+            with Monitor(["replay", windows_path(file.name), "--at-once", "--format", "json"]) as replay:
+                lines, _ = replay.process.communicate(timeout=PATIENCE_S)
+                self.assertEqual(replay.process.returncode, 0, replay.said())
+        self.assertIn(b'"temperature_celsius":61', lines)
+
+
+class CrashTest(unittest.TestCase):
+    def test_marks_a_crash_and_goes_on_with_the_next_worker(self):
+        scenario = {**machine(gpu("Crashing GPU")), "crashAfterReadings": 30}
+        browser = Browser()
+        try:
+            with Server(scenario) as server:
+                browser.open(server.url)
+                browser.wait(lambda: any("crashed" in text for text in browser.happened()), "the crash")
+                browser.wait(lambda: any("started again" in text for text in browser.happened()), "the restart")
+                browser.wait(lambda: browser.numbers().get("Crashing GPU") == VALUES, "the values again")
+                self.assertEqual(browser.complaints(), [])
+        finally:
+            browser.close()
+
+
+def contrast(one, other):
+    """The ratio of WCAG for two colours as #rrggbb."""
+    def luminance(colour):
+        parts = [int(colour[i:i + 2], 16) / 255 for i in (1, 3, 5)]
+        parts = [c / 12.92 if c <= 0.04045 else ((c + 0.055) / 1.055) ** 2.4 for c in parts]
+        return 0.2126 * parts[0] + 0.7152 * parts[1] + 0.0722 * parts[2]
+    high, low = sorted((luminance(one), luminance(other)), reverse=True)
+    return (high + 0.05) / (low + 0.05)
+
+
+if __name__ == "__main__":
+    suite = unittest.defaultTestLoader.loadTestsFromModule(sys.modules[__name__])
+    names = [test.id().removeprefix("__main__.") for group in suite for test in group]
+    result = unittest.TextTestRunner(verbosity=2).run(suite)
+    write_results(RESULTS, result, names)
+    sys.exit(not result.wasSuccessful())

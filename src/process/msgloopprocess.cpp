@@ -60,6 +60,7 @@ bool CMsgLoopProcess::SendCopyData(const COPYDATASTRUCT* data) {
 const wchar_t* CMsgLoopProcess::GetEntry() { return m_entry.c_str(); }
 
 void CMsgLoopProcess::Run() {
+    m_loopThread = GetCurrentThreadId();
     try {
         RunLoop();
     } catch (...) {
@@ -77,12 +78,13 @@ void CMsgLoopProcess::Run() {
 
 BOOL CMsgLoopProcess::Quit() {
     SetQuitEvent();
-    return PostMessageW(Window(), WM_CLOSE, 0, 0);
+    return PostClose();
 }
 
 bool CMsgLoopProcess::WaitQuit(DWORD timeoutMs) {
     const CSrwLockSharedGuard inUse(m_quitEventLock);
-    return m_quitEvent && WaitForSingleObject(m_quitEvent, timeoutMs) == WAIT_OBJECT_0;
+    return m_quitEvent &&
+           (WaitForSingleObject(m_quitEvent, timeoutMs) == WAIT_OBJECT_0 || m_quitEventFailed);
 }
 
 void CMsgLoopProcess::SendData(wchar_t* buffer, DWORD size) {
@@ -120,7 +122,7 @@ BOOL CMsgLoopProcess::ProcessWindowMessage(HWND window, UINT message, WPARAM wPa
 
 LRESULT CMsgLoopProcess::OnCreate() {
     if (!StartWorkThread()) {
-        PostMessageW(Window(), WM_CLOSE, 0, 0);
+        PostClose();
         LOG_INFO(L"OnCreate failed, process quit.");
         return 0;
     }
@@ -159,7 +161,7 @@ void CMsgLoopProcess::OnTimer(UINT_PTR timerId) {
         return;
     }
     KillTimer(Window(), kStubCheckTimerId);
-    PostMessageW(Window(), WM_CLOSE, 0, 0);
+    PostClose();
     LOG_INFO(L"Stub do NOT exists, process quit.");
 }
 
@@ -184,10 +186,22 @@ void CMsgLoopProcess::OnClose() {
     CMsgLoopThread::OnClose();
 }
 
+BOOL CMsgLoopProcess::PostClose() {
+    const BOOL posted = PostMessageW(Window(), WM_CLOSE, 0, 0);
+    // The queue is full, and nobody would ask again. WM_QUIT is a mark of the thread, and a sent
+    // message has no queue; Run awaits the work thread in either case.
+    if (!posted && GetCurrentThreadId() == m_loopThread) {
+        PostQuitMessage(0);
+    } else if (!posted) {
+        SendNotifyMessageW(Window(), WM_CLOSE, 0, 0);
+    }
+    return posted;
+}
+
 void CMsgLoopProcess::SetQuitEvent() {
     const CSrwLockSharedGuard inUse(m_quitEventLock);
-    if (m_quitEvent) {
-        SetEvent(m_quitEvent);
+    if (m_quitEvent && !SetEvent(m_quitEvent)) {
+        m_quitEventFailed = true;
     }
 }
 
@@ -230,5 +244,5 @@ void CMsgLoopProcess::WorkThreadFun() noexcept {
         CloseHandle(ownHandle);
     }
     LOG_INFO(L"WorkThreadFun process quit.");
-    PostMessageW(Window(), WM_CLOSE, 0, 0);
+    PostClose();
 }

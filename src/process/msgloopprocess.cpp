@@ -49,6 +49,9 @@ void CMsgLoopProcess::Init(const wchar_t* commandLine, std::function<void()>&& w
 bool CMsgLoopProcess::SendCopyData(const COPYDATASTRUCT* data) {
     if (!IsStubAlive()) {
         LOG_INFO(L"Send msg to stub wnd failed, msg=%d", static_cast<int>(data->dwData));
+        if (m_isStubUnchecked) {
+            Quit();
+        }
         return false;
     }
     // A send that fails or times out is deliberately not logged; only a missing stub is.
@@ -129,7 +132,7 @@ LRESULT CMsgLoopProcess::OnCreate() {
     SendHello();
     // The period starts now, even if the timer should be there already.
     KillTimer(Window(), kStubCheckTimerId);
-    SetTimer(Window(), kStubCheckTimerId, kStubCheckPeriodMs, nullptr);
+    m_isStubUnchecked = !SetTimer(Window(), kStubCheckTimerId, kStubCheckPeriodMs, nullptr);
     return 0;
 }
 

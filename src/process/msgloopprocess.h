@@ -68,6 +68,8 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
     std::wstring m_entry;
     HANDLE m_workThread = nullptr;
     std::atomic<DWORD> m_loopThread{0};
+    // There is no timer for the check: whoever next finds the stub gone ends the worker.
+    std::atomic<bool> m_isStubUnchecked{false};
     HANDLE m_quitEvent;
     // Asked for an end that the event could not tell of; found when a wait for the event is over.
     std::atomic<bool> m_quitEventFailed{false};

@@ -49,6 +49,9 @@ void CMsgLoopProcess::Init(const wchar_t* commandLine, std::function<void()>&& w
 bool CMsgLoopProcess::SendCopyData(const COPYDATASTRUCT* data) {
     if (!IsStubAlive()) {
         LOG_INFO(L"Send msg to stub wnd failed, msg=%d", static_cast<int>(data->dwData));
+        if (m_isStubUnchecked) {
+            Quit();
+        }
         return false;
     }
     // A send that fails or times out is deliberately not logged; only a missing stub is.
@@ -60,6 +63,7 @@ bool CMsgLoopProcess::SendCopyData(const COPYDATASTRUCT* data) {
 const wchar_t* CMsgLoopProcess::GetEntry() { return m_entry.c_str(); }
 
 void CMsgLoopProcess::Run() {
+    m_loopThread = GetCurrentThreadId();
     try {
         RunLoop();
     } catch (...) {
@@ -77,12 +81,13 @@ void CMsgLoopProcess::Run() {
 
 BOOL CMsgLoopProcess::Quit() {
     SetQuitEvent();
-    return PostMessageW(Window(), WM_CLOSE, 0, 0);
+    return PostClose();
 }
 
 bool CMsgLoopProcess::WaitQuit(DWORD timeoutMs) {
     const CSrwLockSharedGuard inUse(m_quitEventLock);
-    return m_quitEvent && WaitForSingleObject(m_quitEvent, timeoutMs) == WAIT_OBJECT_0;
+    return m_quitEvent &&
+           (WaitForSingleObject(m_quitEvent, timeoutMs) == WAIT_OBJECT_0 || m_quitEventFailed);
 }
 
 void CMsgLoopProcess::SendData(wchar_t* buffer, DWORD size) {
@@ -120,14 +125,14 @@ BOOL CMsgLoopProcess::ProcessWindowMessage(HWND window, UINT message, WPARAM wPa
 
 LRESULT CMsgLoopProcess::OnCreate() {
     if (!StartWorkThread()) {
-        PostMessageW(Window(), WM_CLOSE, 0, 0);
+        PostClose();
         LOG_INFO(L"OnCreate failed, process quit.");
         return 0;
     }
     SendHello();
     // The period starts now, even if the timer should be there already.
     KillTimer(Window(), kStubCheckTimerId);
-    SetTimer(Window(), kStubCheckTimerId, kStubCheckPeriodMs, nullptr);
+    m_isStubUnchecked = !SetTimer(Window(), kStubCheckTimerId, kStubCheckPeriodMs, nullptr);
     return 0;
 }
 
@@ -159,7 +164,7 @@ void CMsgLoopProcess::OnTimer(UINT_PTR timerId) {
         return;
     }
     KillTimer(Window(), kStubCheckTimerId);
-    PostMessageW(Window(), WM_CLOSE, 0, 0);
+    PostClose();
     LOG_INFO(L"Stub do NOT exists, process quit.");
 }
 
@@ -184,10 +189,22 @@ void CMsgLoopProcess::OnClose() {
     CMsgLoopThread::OnClose();
 }
 
+BOOL CMsgLoopProcess::PostClose() {
+    const BOOL posted = PostMessageW(Window(), WM_CLOSE, 0, 0);
+    // The queue is full, and nobody would ask again. WM_QUIT is a mark of the thread, and a sent
+    // message has no queue; Run awaits the work thread in either case.
+    if (!posted && GetCurrentThreadId() == m_loopThread) {
+        PostQuitMessage(0);
+    } else if (!posted) {
+        SendNotifyMessageW(Window(), WM_CLOSE, 0, 0);
+    }
+    return posted;
+}
+
 void CMsgLoopProcess::SetQuitEvent() {
     const CSrwLockSharedGuard inUse(m_quitEventLock);
-    if (m_quitEvent) {
-        SetEvent(m_quitEvent);
+    if (m_quitEvent && !SetEvent(m_quitEvent)) {
+        m_quitEventFailed = true;
     }
 }
 
@@ -230,5 +247,5 @@ void CMsgLoopProcess::WorkThreadFun() noexcept {
         CloseHandle(ownHandle);
     }
     LOG_INFO(L"WorkThreadFun process quit.");
-    PostMessageW(Window(), WM_CLOSE, 0, 0);
+    PostClose();
 }

@@ -1,6 +1,7 @@
 /** The host object: the worker's link to the stub window. */
 #pragma once
 
+#include <atomic>
 #include <exception>
 #include <functional>
 #include <string>
@@ -52,6 +53,8 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
     void SendHello();
     bool IsStubAlive() const;
     HANDLE TakeWorkThread();
+    /** Asks the loop thread to close the window; answers PostMessageW's result. Any thread. */
+    BOOL PostClose();
     void SetQuitEvent();
     void CloseQuitEvent();
     void KeepException();
@@ -64,7 +67,12 @@ class CMsgLoopProcess : public IProcess, public CMsgLoopThread {
     HWND m_stub = nullptr;
     std::wstring m_entry;
     HANDLE m_workThread = nullptr;
+    std::atomic<DWORD> m_loopThread{0};
+    // There is no timer for the check: whoever next finds the stub gone ends the worker.
+    std::atomic<bool> m_isStubUnchecked{false};
     HANDLE m_quitEvent;
+    // Asked for an end that the event could not tell of; found when a wait for the event is over.
+    std::atomic<bool> m_quitEventFailed{false};
     // Guarded by m_workThreadLock.
     std::exception_ptr m_exception;
     // Whoever takes the work thread's handle out of its member under this lock closes it. The work

@@ -87,8 +87,23 @@ HWND CWindowBase::CreateHidden(ATOM windowClass) {
         TakeCreation();
         m_life = Life::kNone;
         SetLastError(error);
+        return nullptr;
+    }
+    if (GetWindowLongPtrW(window, GWLP_USERDATA) != reinterpret_cast<LONG_PTR>(this) ||
+        GetWindowLongPtrW(window, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(&StartWindowProc)) {
+        Abandon(window);
+        return nullptr;
     }
     return window;
+}
+
+// A window that could not be told of its object would never reach it, and never end.
+void CWindowBase::Abandon(HWND window) {
+    m_life = Life::kEnding;
+    DestroyWindow(window);
+    m_life = Life::kNone;
+    m_window = nullptr;
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
 }
 
 void CWindowBase::Destroy() {

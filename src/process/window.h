@@ -76,6 +76,7 @@ class CWindowBase {
 
     enum class Life { kNone, kBeginning, kRunning, kEnding };
 
+    void Abandon(HWND window);
     bool IsExpected(UINT message) const;
     LRESULT Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT KeepException(UINT message);

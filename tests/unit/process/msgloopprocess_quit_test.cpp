@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <process.h>
 
 #include <atomic>
 #include <thread>
@@ -186,4 +187,56 @@ TEST(MsgLoopProcessQuit, WaitersOnOtherThreadsLetGoBeforeTheEventIsClosed) {
     waiter.join();
     EXPECT_TRUE(quit);
     EXPECT_FALSE(closedUnderWaiter);
+}
+
+TEST(MsgLoopProcessQuit, IsSeenWhenTheEventCannotBeSet) {
+    PATCH_IMPORT(setting, SetEvent, [](HANDLE) -> BOOL { return FALSE; });
+    PATCH_IMPORT(post, PostMessageW, [](auto...) -> BOOL { return TRUE; });
+    CMsgLoopProcess process;
+    EXPECT_FALSE(process.WaitQuit(0));
+    process.Quit();
+    EXPECT_TRUE(process.WaitQuit(0));
+}
+
+// Windows refuses to post to a thread whose queue is full.
+TEST(MsgLoopProcessQuit, FromAnotherThreadEndsTheLoopWhenNothingCanBePosted) {
+    CTestLog log;
+    CRunningProcess process(L"");
+    ASSERT_NE(process.Window(), nullptr);
+    PATCH_IMPORT(post, PostMessageW, [](auto...) -> BOOL { return FALSE; });
+    EXPECT_FALSE(process->Quit());
+    EXPECT_TRUE(process.WaitForEnd());
+}
+
+TEST(MsgLoopProcessQuit, ByAStopMessageEndsTheLoopWhenNothingCanBePosted) {
+    CTestLog log;
+    CRunningProcess process(L"");
+    ASSERT_NE(process.Window(), nullptr);
+    PATCH_IMPORT(post, PostMessageW, [](auto...) -> BOOL { return FALSE; });
+    COPYDATASTRUCT stop{3345, 0, nullptr};
+    EXPECT_EQ(SendMessageW(process.Window(), WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&stop)),
+              TRUE);
+    EXPECT_TRUE(process.WaitForEnd());
+}
+
+TEST(MsgLoopProcessQuit, ByAStubThatHasGoneEndsTheLoopWhenNothingCanBePosted) {
+    CTestLog log;
+    CRunningProcess process(L"");
+    ASSERT_NE(process.Window(), nullptr);
+    int posts = 0;
+    PATCH_IMPORT(post, PostMessageW, [&](auto... arguments) -> BOOL {
+        return posts++ > 0 && post.Original(arguments...);
+    });
+    SendMessageW(process.Window(), WM_TIMER, 9601, 0);
+    EXPECT_TRUE(process.WaitForEnd());
+}
+
+TEST(MsgLoopProcessQuit, WithoutAWorkThreadEndsTheLoopWhenNothingCanBePosted) {
+    CTestLog log;
+    PATCH_IMPORT(start, _beginthreadex, [](auto...) -> uintptr_t { return 0; });
+    PATCH_IMPORT(post, PostMessageW, [](auto...) -> BOOL { return FALSE; });
+    CMsgLoopProcess process;
+    process.Init(L"", [] {});
+    process.Run();
+    EXPECT_EQ(log.Messages().back(), "[msgloopprocess] OnCreate failed, process quit.");
 }

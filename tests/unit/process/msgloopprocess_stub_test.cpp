@@ -350,3 +350,15 @@ TEST(MsgLoopProcessRun, EndsWithoutTheTimerWhenThereIsNoCommandLine) {
                 ElementsAre(kNoHelloLine, kWorkEndLine, "[msgloopprocess] CMsgLoopProcess OnClose.",
                             "[msgloopthread] CMsgLoopThread quit msg loop."));
 }
+
+TEST(MsgLoopProcessStub, ThatIsGoneIsFoundByTheNextMessageWhenThereIsNoTimer) {
+    CTestLog log;
+    PATCH_IMPORT(set, SetTimer, [](auto...) -> UINT_PTR { return 0; });
+    CRunningProcess process(L"--wnd=1", [](CTestedProcess& host) {
+        EXPECT_TRUE(host.created.Wait());
+        COPYDATASTRUCT data{};
+        EXPECT_FALSE(host.SendCopyData(&data));
+        host.WaitQuit(INFINITE);
+    });
+    EXPECT_TRUE(process.WaitForEnd());
+}

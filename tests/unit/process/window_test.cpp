@@ -412,6 +412,27 @@ TEST(Window, UsesTheProcedureThatItsObjectNames) {
     DestroyWindow(handle);
 }
 
+TEST(Window, IsNotCreatedWhenItCannotBeToldOfItsObject) {
+    for (const int failing : {1, 2}) {
+        SCOPED_TRACE(failing);
+        CWindowClass windowClass;
+        CTestedWindow window;
+        HWND made = nullptr;
+        int calls = 0;
+        PATCH_IMPORT(creation, CreateWindowExW, [&](auto... arguments) {
+            made = creation.Original(arguments...);
+            return made;
+        });
+        PATCH_IMPORT(tell, SetWindowLongPtrW, [&](auto... arguments) -> LONG_PTR {
+            return ++calls == failing ? 0 : tell.Original(arguments...);
+        });
+        EXPECT_EQ(window.CreateHidden(windowClass.Register()), nullptr);
+        EXPECT_NE(made, nullptr);
+        EXPECT_FALSE(IsWindow(made));
+        EXPECT_EQ(window.Window(), nullptr);
+    }
+}
+
 TEST(HandledScope, GivesTheMarkItsOldValueBack) {
     for (const BOOL before : {FALSE, TRUE}) {
         SCOPED_TRACE(before);

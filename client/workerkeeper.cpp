@@ -153,6 +153,7 @@ void CWorkerKeeper::OnGpuStatic(const GpuStatic& fixed) {
     GpuStatic healthy = fixed;
     const Moment now = m_clock();
     m_hasAnyReading = true;
+    m_staleness.OnSign(now);
     CheckHealth(healthy.first, now);
     Tell(now, std::move(healthy));
 }
@@ -177,20 +178,37 @@ void CWorkerKeeper::OnCpuTemperature(const CpuTemperature& temperature) {
     Tell(now, temperature);
 }
 
+// It takes its place in the round: a worker whose only source says nonsense is not a silent one.
+void CWorkerKeeper::OnCpuUnread() {
+    const Moment now = m_clock();
+    NoteSource(kCpuRoundSource, now);
+    Tell(now, CpuUnreadEvent{});
+}
+
 void CWorkerKeeper::NoteReading(const std::string& source, Moment now) {
     m_hasAnyReading = true;
+    NoteSource(source, now);
+    m_staleness.OnReading(now.utc);
+}
+
+void CWorkerKeeper::NoteSource(const std::string& source, Moment now) {
+    m_staleness.OnSign(now);
     if (m_rounds.Holds(source)) {
         m_rounds.Complete();
-        if (const auto fresh = m_staleness.OnRound()) {
+        if (const auto fresh = m_staleness.OnRound(now)) {
             Tell(now, *fresh);
         }
     }
     m_rounds.Add(source);
-    m_staleness.OnReading(now.utc);
 }
 
 void CWorkerKeeper::OnPayloadError(const PayloadError& error) {
     const Moment now = m_clock();
+    // The others may come from any process.
+    if (error.fault != PayloadFault::kForeignSender &&
+        error.fault != PayloadFault::kForeignWindow) {
+        m_staleness.OnSign(now);
+    }
     if (const auto leftOut = m_limiter.Admit(FaultName(error.fault), now.tick)) {
         Tell(now, ErrorEvent{error, *leftOut});
     }

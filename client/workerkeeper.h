@@ -74,6 +74,7 @@ class CWorkerKeeper : private IWorkerListener {
     void OnGpuStatic(const GpuStatic& fixed) override;
     void OnGpuReading(const GpuReading& reading) override;
     void OnCpuTemperature(const CpuTemperature& temperature) override;
+    void OnCpuUnread() override;
     void OnPayloadError(const PayloadError& error) override;
     void OnStopStep(StopStep step, const std::string& reason) override;
     void OnExit(const WorkerExit& exit) override;
@@ -83,6 +84,7 @@ class CWorkerKeeper : private IWorkerListener {
     void GiveUpWorker(Moment now);
     void CheckHealth(GpuReading& reading, Moment now);
     void NoteReading(const std::string& source, Moment now);
+    void NoteSource(const std::string& source, Moment now);
     std::optional<std::chrono::milliseconds> RestartAfter(const WorkerExit& exit);
     void EndAfter(const WorkerExit& exit, Moment now);
     void End(SessionEnd reason, Moment now);

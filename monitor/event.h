@@ -32,9 +32,6 @@ struct StartEvent {
     std::string entry;
 };
 
-/** The worker has reported a CPU temperature that is none; an ErrorEvent says why. */
-struct CpuUnreadEvent {};
-
 /** A reading has crossed a threshold. */
 struct WarningEvent {
     /** As in --warn: "gpu.temp", "cpu.temp". */

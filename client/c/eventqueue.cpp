@@ -8,7 +8,9 @@
 namespace zorvane {
 
 bool IsReading(const SessionEventBody& body) {
-    return std::holds_alternative<GpuReading>(body) || std::holds_alternative<CpuTemperature>(body);
+    return std::holds_alternative<GpuReading>(body) ||
+           std::holds_alternative<CpuTemperature>(body) ||
+           std::holds_alternative<CpuUnreadEvent>(body);
 }
 
 void CEventQueue::Push(QueuedEvent event) {

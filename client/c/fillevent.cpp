@@ -127,6 +127,7 @@ class CFiller {
         m_event.type = kZorvaneEventCpu;
         Put(m_event.cpuTemperatureCelsius, std::optional(event.celsius));
     }
+    void operator()(const CpuUnreadEvent&) { m_event.type = kZorvaneEventCpu; }
     void operator()(const ErrorEvent& event) {
         m_event.type = kZorvaneEventError;
         m_event.fault = static_cast<uint32_t>(event.error.fault) + 1;

@@ -4,7 +4,7 @@
 
 namespace zorvane {
 
-void CHistory::Add(UtcTime time, std::optional<int64_t> value) {
+void CLastMinute::Add(UtcTime time, std::optional<int64_t> value) {
     if (m_lastTime && time - *m_lastTime > kLongestPause) {
         const auto seconds = std::chrono::floor<std::chrono::seconds>(time - *m_lastTime).count();
         const int64_t lacking = std::min<int64_t>(seconds - 1 - m_gaps, kKept);
@@ -17,12 +17,12 @@ void CHistory::Add(UtcTime time, std::optional<int64_t> value) {
     Push(value);
 }
 
-void CHistory::AddGap() {
+void CLastMinute::AddGap() {
     ++m_gaps;
     Push(std::nullopt);
 }
 
-std::optional<LowestHighest> CHistory::Range() const {
+std::optional<LowestHighest> CLastMinute::Range() const {
     std::optional<LowestHighest> range;
     for (const auto& value : m_values) {
         if (!value) {
@@ -35,7 +35,7 @@ std::optional<LowestHighest> CHistory::Range() const {
     return range;
 }
 
-void CHistory::Push(std::optional<int64_t> value) {
+void CLastMinute::Push(std::optional<int64_t> value) {
     m_values.push_back(value);
     if (m_values.size() > kKept) {
         m_values.pop_front();

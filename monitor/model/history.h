@@ -17,7 +17,7 @@ struct LowestHighest {
 };
 
 /** The last kKept readings of one kind, one a round, with gaps where there was none. */
-class CHistory {
+class CLastMinute {
   public:
     static constexpr size_t kKept = 60;
 

@@ -35,8 +35,8 @@ struct GpuRow {
 
 /** The last minute of a source; of the CPU, the temperature only. */
 struct SourceHistory {
-    CHistory temperature;
-    CHistory utilization;
+    CLastMinute temperature;
+    CLastMinute utilization;
 };
 
 struct CpuRow {

@@ -43,7 +43,7 @@ LowestHighest TemperatureScale(const LowestHighest& range) {
     return {range.lowest, std::max(range.highest, range.lowest + kLeastHeight)};
 }
 
-std::string Part(const CHistory& history, bool isTemperature, size_t cells) {
+std::string Part(const CLastMinute& history, bool isTemperature, size_t cells) {
     const auto range = history.Range();
     if (!range) {
         return std::string(cells + kGap, ' ') + PaddedToCells(kNotRead, kRangeCells);
@@ -57,7 +57,7 @@ std::string Part(const CHistory& history, bool isTemperature, size_t cells) {
 
 }  // namespace
 
-std::string Blocks(const CHistory& history, LowestHighest scale, size_t cells) {
+std::string Blocks(const CLastMinute& history, LowestHighest scale, size_t cells) {
     const auto& values = history.Values();
     const size_t count = std::min(values.size(), cells);
     std::string text(cells - count, ' ');
@@ -84,8 +84,8 @@ StyledLines HistoryLines(const CMachineModel& model, size_t width) {
     if (rows.empty() || width < labelCells + kBeside + kFewestBlocks) {
         return {};
     }
-    const size_t blocks = std::min(CHistory::kKept, width - labelCells - kBeside);
-    const bool hasBoth = width >= labelCells + 2 * (kBeside + CHistory::kKept);
+    const size_t blocks = std::min(CLastMinute::kKept, width - labelCells - kBeside);
+    const bool hasBoth = width >= labelCells + 2 * (kBeside + CLastMinute::kKept);
     const std::string margin(labelCells + kGap, ' ');
     std::string heading =
         margin + PaddedToCells("Temperature in the last minute", blocks + kGap + kRangeCells);

@@ -14,7 +14,7 @@ namespace zorvane {
  * the lowest block to the highest. Blanks where there is no value. As wide as `cells`, the newest
  * value at the right end.
  */
-std::string Blocks(const CHistory& history, LowestHighest scale, size_t cells);
+std::string Blocks(const CLastMinute& history, LowestHighest scale, size_t cells);
 
 /**
  * A heading, then a line for each GPU and for the CPU: blocks, the lowest and the highest value.

@@ -14,18 +14,18 @@ using testing::Eq;
 const auto kGap = std::nullopt;
 
 TEST(HistoryTest, KeepsTheLastReadingsAndTheirRange) {
-    CHistory history;
+    CLastMinute history;
     EXPECT_FALSE(history.Range());
     for (int i = 0; i < 70; ++i) {
         history.Add(TimeOfTest(i), i);
     }
-    EXPECT_EQ(history.Values().size(), CHistory::kKept);
+    EXPECT_EQ(history.Values().size(), CLastMinute::kKept);
     EXPECT_EQ(history.Range()->lowest, 10);
     EXPECT_EQ(history.Range()->highest, 69);
 }
 
 TEST(HistoryTest, HasAGapWhereNothingWasRead) {
-    CHistory history;
+    CLastMinute history;
     history.Add(TimeOfTest(0), 50);
     history.Add(TimeOfTest(1), std::nullopt);
     history.AddGap();
@@ -35,7 +35,7 @@ TEST(HistoryTest, HasAGapWhereNothingWasRead) {
 }
 
 TEST(HistoryTest, HasNoGapForRoundsThatTakeLongerThanASecond) {
-    CHistory history;
+    CLastMinute history;
     history.Add(TimeOfTest(0), 1);
     history.Add(TimeOfTest(3), 2);
     history.Add(TimeOfTest(8), 3);
@@ -43,19 +43,19 @@ TEST(HistoryTest, HasNoGapForRoundsThatTakeLongerThanASecond) {
 }
 
 TEST(HistoryTest, ShowsHowLongNothingCame) {
-    CHistory history;
+    CLastMinute history;
     history.Add(TimeOfTest(0), 1);
     history.AddGap();
     history.Add(TimeOfTest(6), 2);
     EXPECT_THAT(history.Values(),
                 ElementsAre(Eq(1), Eq(kGap), Eq(kGap), Eq(kGap), Eq(kGap), Eq(kGap), Eq(2)));
     history.Add(TimeOfTest(100000), 3);
-    EXPECT_EQ(history.Values().size(), CHistory::kKept);
+    EXPECT_EQ(history.Values().size(), CLastMinute::kKept);
     EXPECT_EQ(history.Range()->lowest, 3);
 }
 
 TEST(HistoryTest, GoesOnWhenTheClockIsSetBack) {
-    CHistory history;
+    CLastMinute history;
     history.Add(TimeOfTest(1000), 1);
     history.Add(TimeOfTest(0), 2);
     EXPECT_THAT(history.Values(), ElementsAre(Eq(1), Eq(2)));

@@ -9,8 +9,8 @@
 namespace zorvane {
 namespace {
 
-CHistory Of(const std::vector<std::optional<int64_t>>& values) {
-    CHistory history;
+CLastMinute Of(const std::vector<std::optional<int64_t>>& values) {
+    CLastMinute history;
     int second = 0;
     for (const auto& value : values) {
         history.Add(TimeOfTest(second++), value);

@@ -31,6 +31,7 @@ CHistory::Effect CHistory::EffectOf(const EventBody& body) {
         Effect operator()(const ExitEvent&) const { return {"worker/up", "worker/end"}; }
         Effect operator()(const GpuReading&) const { return {}; }
         Effect operator()(const CpuTemperature&) const { return {}; }
+        Effect operator()(const CpuUnreadEvent&) const { return {}; }
         Effect operator()(const ErrorEvent&) const { return {}; }
         Effect operator()(const WarningEvent& warning) const {
             const std::string key = fmt::format("worker/warning/{}/{}", warning.what,

@@ -30,6 +30,9 @@ TEST(EventLog, HasAnEntryForWhatSomebodyHasToKnow) {
     WorkerExit crash;
     crash.kind = ExitKind::kCrash;
     crash.code = 0xC0000005;
+    WorkerExit replaced;
+    replaced.greeted = true;
+    replaced.asked = true;
     const GpuId gpu{1, "00000000:0A:00.0"};
     StartEvent start;
     start.toolVersion = "1.0.0";
@@ -51,7 +54,7 @@ TEST(EventLog, HasAnEntryForWhatSomebodyHasToKnow) {
          "something"},
         {PausedEvent{}, EventLogId::kNotice, EVENTLOG_INFORMATION_TYPE, "battery"},
         {ResumedEvent{}, EventLogId::kNotice, EVENTLOG_INFORMATION_TYPE, "mains"},
-        {ExitEvent{{}, std::chrono::milliseconds(0)}, EventLogId::kNotice,
+        {ExitEvent{replaced, std::chrono::milliseconds(0)}, EventLogId::kNotice,
          EVENTLOG_INFORMATION_TYPE, "ended in order (0); starting it again"},
     };
     for (const Expected& row : rows) {

@@ -209,6 +209,28 @@ std::string Words(const FaultRun& run) {
     return words;
 }
 
+uint32_t CallsOf(const FaultResult& result, const std::string& function) {
+    for (const Called& called : ReadCalls(result.output)) {
+        if (called.function == function) {
+            return called.calls;
+        }
+    }
+    return 0;
+}
+
+std::vector<size_t> OpenOf(const FaultResult& result, const std::string& kind) {
+    std::vector<size_t> counts;
+    for (const Line& line : ReadOutput(result.output)) {
+        std::istringstream rest(line.rest);
+        std::string name;
+        size_t count = 0;
+        if (line.word == "open" && rest >> name >> count && name == kind) {
+            counts.push_back(count);
+        }
+    }
+    return counts;
+}
+
 std::vector<FaultRun> PlanFaultRuns(const FaultResult& golden) {
     std::vector<FaultRun> runs;
     for (const Called& called : ReadCalls(golden.output)) {

@@ -32,6 +32,8 @@ struct Consequence {
 };
 
 constexpr Consequence kConsequences[] = {
+    // The end of the work thread was not awaited.
+    {"WaitForSingleObject", "the driver's service is left"},
     {"DeleteService", "the driver's service is left"},
     {"OpenSCManagerW", "the driver's service is left"},
     {"OpenServiceW", "the driver's service is left"},

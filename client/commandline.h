@@ -28,6 +28,10 @@ struct WorkerCommand {
     std::vector<EnvironmentChange> environment;
 };
 
+/** The library that the host loads if nothing has been changed about it; a session's `LibraryPath`
+ * is the one that it has loaded. */
+std::wstring ExpectedLibrary(const WorkerCommand& command);
+
 /** The value of --wnd: a window handle has 32 significant bits and travels as a signed decimal. */
 std::wstring WindowText(HWND window);
 

@@ -1,6 +1,7 @@
 /**
- * Keeps a worker running: starts it again when it has crashed or fallen silent, pauses it, and
- * tells what happens as events.
+ * Keeps a worker running: starts it again when it has crashed, fallen silent or run for long
+ * enough, pauses it, and tells what happens as events, with what the worker's log says of missing
+ * readings.
  */
 #pragma once
 
@@ -8,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "client/gpuhealth.h"
 #include "client/moment.h"
@@ -15,6 +17,7 @@
 #include "client/roundtracker.h"
 #include "client/sessionevent.h"
 #include "client/staleness.h"
+#include "client/workerlog/workerlog.h"
 #include "client/workersession.h"
 
 namespace zorvane {
@@ -23,6 +26,11 @@ struct KeeperOptions {
     WorkerCommand worker;
     /** Whether a worker that crashed, or has fallen silent for good, is started again. */
     bool restart = true;
+    /**
+     * The time after which a worker is ended in order and another is started: a worker keeps a
+     * handle open for each line of its log. Empty: never.
+     */
+    std::optional<std::chrono::milliseconds> maxAge;
     StaleTimes stale;
     StopTimes stop;
 };
@@ -44,6 +52,9 @@ class CWorkerKeeper : private IWorkerListener {
     /** Starts a worker. Everything that follows comes as events, a failure to start it too. Does
      * nothing between a start and its EndEvent. */
     void Start();
+
+    /** The same, but paused: the first worker is started at Resume. */
+    void StartPaused();
 
     /**
      * Asks the worker to end; the EndEvent tells when it has. Each further call takes the next
@@ -70,6 +81,9 @@ class CWorkerKeeper : private IWorkerListener {
     bool IsActive() const { return m_isActive; }
 
   private:
+    /** Why the worker that runs was asked to end. */
+    enum class EndCause { kNone, kStop, kPause, kAge, kSilence };
+
     void OnHello(const Hello& hello) override;
     void OnGpuStatic(const GpuStatic& fixed) override;
     void OnGpuReading(const GpuReading& reading) override;
@@ -79,16 +93,20 @@ class CWorkerKeeper : private IWorkerListener {
     void OnStopStep(StopStep step, const std::string& reason) override;
     void OnExit(const WorkerExit& exit) override;
 
+    void Begin();
     void StartWorker(Moment now);
-    void EndWorker();
+    void EndFor(EndCause cause);
     void GiveUpWorker(Moment now);
+    void ReplaceOldWorker(Moment now);
     void CheckHealth(GpuReading& reading, Moment now);
     void NoteReading(const std::string& source, Moment now);
     void NoteSource(const std::string& source, Moment now);
+    void NoteRoundEnd(Moment now);
     std::optional<std::chrono::milliseconds> RestartAfter(const WorkerExit& exit);
     void EndAfter(const WorkerExit& exit, Moment now);
     void End(SessionEnd reason, Moment now);
     void Tell(Moment now, SessionEventBody body);
+    void TellMissing(Moment now, const std::vector<MissingReport>& reports);
 
     const KeeperOptions m_options;
     const Sink m_sink;
@@ -98,18 +116,20 @@ class CWorkerKeeper : private IWorkerListener {
     CRoundTracker m_rounds;
     CStaleness m_staleness;
     CGpuHealth m_health;
+    CWorkerLog m_log;
+    /** Complete rounds since the last one with a CPU temperature; empty: this worker gave none. */
+    std::optional<int> m_roundsWithoutCpu;
+    /** When the worker that runs was started. */
+    std::chrono::milliseconds m_startTick{};
     unsigned m_restartAttempt = 0;
     std::optional<std::chrono::milliseconds> m_restartTick;
     bool m_isActive = false;
     /** Whether Stop has been called. */
     bool m_isStopping = false;
     bool m_isPaused = false;
-    /** Whether the worker that runs has been asked to end, for whatever reason. */
-    bool m_isEnding = false;
-    /** Whether the worker that runs is being replaced. */
-    bool m_isGivenUp = false;
-    /** Whether the worker that runs was asked to end by Pause. */
-    bool m_isEndedByPause = false;
+    /** Whether a worker's end is being told; what follows from it comes after its ExitEvent. */
+    bool m_isTellingExit = false;
+    EndCause m_ending = EndCause::kNone;
     /** Whether the worker that runs has greeted. */
     bool m_hasGreeted = false;
     bool m_hasAnyReading = false;

@@ -25,7 +25,8 @@ install(FILES "${CMAKE_BINARY_DIR}/packaging/ZorvaneConfig.cmake"
   DESTINATION lib/cmake/Zorvane COMPONENT runtime)
 install(FILES client/c/zorvaneclient.def DESTINATION lib COMPONENT runtime)
 install(DIRECTORY client DESTINATION . COMPONENT runtime
-  FILES_MATCHING PATTERN "*.h" PATTERN "*.cpp" PATTERN "c" EXCLUDE)
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.cpp" PATTERN "c" EXCLUDE
+  PATTERN "*supportpage.*" EXCLUDE)
 set(base_files ${ZORVANE_PACKAGED_SOURCES})
 list(FILTER base_files INCLUDE REGEX "^base/")
 list(TRANSFORM base_files REPLACE "\\.cpp$" ".h" OUTPUT_VARIABLE base_headers)

@@ -50,7 +50,7 @@ inline constexpr char kContinuedNotice[] = "recording.continued";
 using EventBody =
     std::variant<StartEvent, WorkerStartEvent, HelloEvent, GpuStatic, GpuReading, CpuTemperature,
                  CpuUnreadEvent, ErrorEvent, MissingEvent, StaleEvent, FreshEvent, GpuLostEvent,
-                 GpuBackEvent, WarningEvent, NoticeEvent, ExitEvent>;
+                 GpuBackEvent, WarningEvent, NoticeEvent, ExitEvent, PausedEvent, ResumedEvent>;
 
 struct Event {
     /** When it happened; a recording keeps it. */

@@ -68,10 +68,21 @@ struct CSentenceMaker {
     Sentence operator()(const ExitEvent& event) const {
         const std::string what = "the worker " + DescribeExit(event.exit);
         if (event.restartIn) {
-            return fmt::format("{}; starting it again in {} s", what,
-                               event.restartIn->count() / 1000);
+            return what + "; starting it again" +
+                   (event.restartIn->count() > 0
+                        ? fmt::format(" in {} s", event.restartIn->count() / 1000)
+                        : "");
         }
         return event.exit.kind == ExitKind::kOrderly ? std::nullopt : Sentence(what);
+    }
+
+    Sentence operator()(const PausedEvent&) const {
+        return "the computer runs on battery: no worker until it is on mains again, because "
+               "readings keep a GPU awake";
+    }
+
+    Sentence operator()(const ResumedEvent&) const {
+        return "the computer is on mains again: starting a worker";
     }
 
     template <typename T>

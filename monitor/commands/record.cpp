@@ -19,6 +19,7 @@ void CRecordCommand::Declare(CLI::App& app) {
         ->required();
     app.add_flag("--overwrite", m_overwrite, "Replace the file if it exists");
     m_worker.Declare(app);
+    m_keeping.Declare(app);
     m_run.Declare(app);
     m_display.Declare(app);
     m_warnings.Declare(app);
@@ -38,7 +39,7 @@ int CRecordCommand::Run(const CommandContext& context) {
     CStreamText output(std::get<CUniqueHandle>(created).get());
     CJsonView recording(output);
 
-    const WorkerSourceOptions options = m_worker.Get(context);
+    const WorkerSourceOptions options = m_keeping.Get(m_worker.Get(context));
     CWorkerSource worker(options, MakeStart(options.worker));
     CWarningSource source(worker, m_warnings.Get());
     std::vector<IView*> views = context.companions;

@@ -2,6 +2,7 @@
 
 #include "monitor/commands/command.h"
 #include "monitor/options/displayoptions.h"
+#include "monitor/options/keepingoptions.h"
 #include "monitor/options/runoptions.h"
 #include "monitor/options/warningoptions.h"
 #include "monitor/options/workeroptions.h"
@@ -23,6 +24,7 @@ class CRecordCommand : public ICommand {
     std::string m_file;
     bool m_overwrite = false;
     CWorkerOptions m_worker;
+    CKeepingOptions m_keeping;
     CRunOptions m_run;
     CDisplayOptions m_display;
     CWarningOptions m_warnings;

@@ -27,6 +27,7 @@ void TellAddress(const ListenAddress& address) {
 void CServeCommand::Declare(CLI::App& app) {
     m_serve.Declare(app);
     m_worker.Declare(app);
+    m_keeping.Declare(app);
     m_run.Declare(app);
     m_warnings.Declare(app);
     app.footer(
@@ -48,7 +49,7 @@ int CServeCommand::Run(const CommandContext& context) {
         return kExitNotStarted;
     }
     TellAddress(server.Address());
-    const WorkerSourceOptions options = m_worker.Get(context);
+    const WorkerSourceOptions options = m_keeping.Get(m_worker.Get(context));
     CWorkerSource worker(options, MakeStart(options.worker));
     CWarningSource source(worker, m_warnings.Get());
     CServeView view(server);

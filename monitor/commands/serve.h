@@ -1,6 +1,7 @@
 #pragma once
 
 #include "monitor/commands/command.h"
+#include "monitor/options/keepingoptions.h"
 #include "monitor/options/runoptions.h"
 #include "monitor/options/serveoptions.h"
 #include "monitor/options/warningoptions.h"
@@ -23,6 +24,7 @@ class CServeCommand : public ICommand {
   private:
     CServeOptions m_serve;
     CWorkerOptions m_worker;
+    CKeepingOptions m_keeping;
     CRunOptions m_run;
     CWarningOptions m_warnings;
 };

@@ -9,6 +9,7 @@ namespace zorvane {
 
 void CWatchCommand::Declare(CLI::App& app) {
     m_worker.Declare(app);
+    m_keeping.Declare(app);
     m_run.Declare(app);
     m_display.Declare(app);
     m_warnings.Declare(app);
@@ -24,7 +25,7 @@ std::string CWatchCommand::ObstacleAsService() const {
 }
 
 int CWatchCommand::Run(const CommandContext& context) {
-    const WorkerSourceOptions options = m_worker.Get(context);
+    const WorkerSourceOptions options = m_keeping.Get(m_worker.Get(context));
     CWorkerSource worker(options, MakeStart(options.worker));
     CWarningSource source(worker, m_warnings.Get());
     return RunSource(source, m_display, m_run.Get(), context.companions);

@@ -2,6 +2,7 @@
 
 #include "monitor/commands/command.h"
 #include "monitor/options/displayoptions.h"
+#include "monitor/options/keepingoptions.h"
 #include "monitor/options/runoptions.h"
 #include "monitor/options/warningoptions.h"
 #include "monitor/options/workeroptions.h"
@@ -22,7 +23,7 @@ class CWatchCommand : public ICommand {
 
     /** What the command line said, after parsing. */
     WorkerSourceOptions WorkerPart(const CommandContext& context) const {
-        return m_worker.Get(context);
+        return m_keeping.Get(m_worker.Get(context));
     }
     RunLimits RunPart() const { return m_run.Get(); }
     ViewOptions DisplayPart() const { return m_display.Get(); }
@@ -30,6 +31,7 @@ class CWatchCommand : public ICommand {
 
   private:
     CWorkerOptions m_worker;
+    CKeepingOptions m_keeping;
     CRunOptions m_run;
     CDisplayOptions m_display;
     CWarningOptions m_warnings;

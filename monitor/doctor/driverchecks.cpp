@@ -6,7 +6,7 @@
 
 #include "base/text.h"
 #include "monitor/doctor/checkgroups.h"
-#include "monitor/reasons/reason.h"
+#include "client/reasons/reason.h"
 #include "src/amdsdk/driverservice.h"
 
 namespace zorvane {

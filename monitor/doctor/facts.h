@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "monitor/moment.h"
-#include "monitor/reasons/missingreasons.h"
+#include "client/reasons/missingreasons.h"
 #include "src/amdsdk/processortable.h"
 
 namespace zorvane {

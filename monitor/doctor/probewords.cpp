@@ -6,7 +6,7 @@
 #include <map>
 
 #include "client/exitcode.h"
-#include "monitor/reasons/reason.h"
+#include "client/reasons/reason.h"
 
 namespace zorvane {
 namespace {
@@ -19,7 +19,7 @@ const CodeMeaning* Meaning(int32_t code) {
         std::find_if(meanings.begin(), meanings.end(), [&](const CodeMeaning& meaning) {
             return meaning.kind == CodeKind::kNvml && meaning.code == code;
         });
-    return found == meanings.end() ? nullptr : &*found;
+    return found == meanings.end() ? nullptr : found;
 }
 
 std::string RemedyOf(int32_t code) {

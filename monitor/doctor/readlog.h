@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "monitor/doctor/facts.h"
-#include "monitor/reasons/logline.h"
+#include "client/reasons/logline.h"
 
 namespace zorvane {
 

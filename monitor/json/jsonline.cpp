@@ -169,6 +169,10 @@ class CLineMaker {
         return line;
     }
 
+    Json operator()(const PausedEvent& event) const { return BeginWithText("paused", event); }
+
+    Json operator()(const ResumedEvent& event) const { return BeginWithText("resumed", event); }
+
   private:
     // What every line begins with.
     Json Begin(const char* type) const {
@@ -193,6 +197,12 @@ class CLineMaker {
         Json line = Begin(type);
         line["index"] = gpu.index;
         line["bus_id"] = OrNull(gpu.busId);
+        return line;
+    }
+
+    Json BeginWithText(const char* type, const EventBody& event) const {
+        Json line = Begin(type);
+        line["text"] = *SentenceOf(event);
         return line;
     }
 

@@ -219,6 +219,8 @@ constexpr Reader kReaders[] = {
          return NoticeEvent{Get<std::string>(line, "id"), Get<std::string>(line, "text")};
      }},
     {"worker_exit", &ReadExit},
+    {"paused", [](const Json&) -> EventBody { return PausedEvent{}; }},
+    {"resumed", [](const Json&) -> EventBody { return ResumedEvent{}; }},
 };
 // One type of lines has two kinds of events: a CPU temperature, and one that could not be read.
 static_assert(std::size(kReaders) + 1 == std::variant_size_v<EventBody>);

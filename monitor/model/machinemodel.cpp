@@ -177,6 +177,10 @@ void CMachineModel::ApplyBody(const ExitEvent&, UtcTime) {
     KeepOnly({});
 }
 
+void CMachineModel::ApplyBody(const PausedEvent&, UtcTime) { m_isPaused = true; }
+
+void CMachineModel::ApplyBody(const ResumedEvent&, UtcTime) { m_isPaused = false; }
+
 // The event comes before the reading that shows it, which may be the GPU's first.
 void CMachineModel::SetLost(const GpuId& gpu, bool isLost) {
     if (isLost) {

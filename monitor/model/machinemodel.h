@@ -88,6 +88,9 @@ class CMachineModel {
     /** Since when no reading has come, while the worker is silent. */
     const std::optional<UtcTime>& StaleSince() const { return m_staleSince; }
 
+    /** Whether no worker runs because the computer runs on battery. */
+    bool IsPaused() const { return m_isPaused; }
+
     /** What was counted since the StartEvent, over all workers. */
     const CRunTotals& Totals() const { return m_totals; }
 
@@ -112,6 +115,8 @@ class CMachineModel {
     void ApplyBody(const GpuBackEvent& back, UtcTime time);
     void ApplyBody(const WarningEvent& warning, UtcTime time);
     void ApplyBody(const ExitEvent& exit, UtcTime time);
+    void ApplyBody(const PausedEvent& paused, UtcTime time);
+    void ApplyBody(const ResumedEvent& resumed, UtcTime time);
     template <typename T>
     void ApplyBody(const T&, UtcTime) {}
 
@@ -134,6 +139,7 @@ class CMachineModel {
     /** What is over its threshold, with the GPU's index. */
     std::set<std::pair<std::string, std::optional<uint32_t>>> m_over;
     std::optional<UtcTime> m_staleSince;
+    bool m_isPaused = false;
     UtcTime m_lastEvent{};
     CRunTotals m_totals;
 };

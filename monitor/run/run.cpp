@@ -153,7 +153,9 @@ void CRun::End(EndReason reason) {
     }
     m_ending = true;
     m_facts.reason = reason;
-    m_facts.tooShort = !m_hasReadings || LacksRounds();
+    // A pause on battery was asked for.
+    const bool lacksReadings = !m_hasReadings && !m_model.IsPaused();
+    m_facts.tooShort = lacksReadings || LacksRounds();
     m_endTick.reset();
     m_source.Stop();
 }

@@ -39,6 +39,8 @@ CHistory::Effect CHistory::EffectOf(const EventBody& body) {
             return warning.over ? Effect{"", key} : Effect{key, ""};
         }
         Effect operator()(const NoticeEvent&) const { return {}; }
+        Effect operator()(const PausedEvent&) const { return {"", "worker/paused"}; }
+        Effect operator()(const ResumedEvent&) const { return {"worker/paused", ""}; }
     };
     return std::visit(Visitor(), body);
 }

@@ -28,6 +28,9 @@ struct CEntryMaker {
 
     // An orderly end is the service's own, and has an entry then.
     Entry operator()(const ExitEvent& event) const {
+        if (event.exit.kind == ExitKind::kOrderly) {
+            return Make(EventLogId::kNotice, EVENTLOG_INFORMATION_TYPE, event);
+        }
         return Make(EventLogId::kWorkerFailed, EVENTLOG_ERROR_TYPE, event);
     }
 
@@ -53,6 +56,14 @@ struct CEntryMaker {
     }
 
     Entry operator()(const NoticeEvent& event) const {
+        return Make(EventLogId::kNotice, EVENTLOG_INFORMATION_TYPE, event);
+    }
+
+    Entry operator()(const PausedEvent& event) const {
+        return Make(EventLogId::kNotice, EVENTLOG_INFORMATION_TYPE, event);
+    }
+
+    Entry operator()(const ResumedEvent& event) const {
         return Make(EventLogId::kNotice, EVENTLOG_INFORMATION_TYPE, event);
     }
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "base/fileversion.h"
-#include "base/modulepath.h"
 #include "base/text.h"
 
 namespace zorvane {
@@ -33,10 +32,6 @@ std::string ComputerName() {
     }
     name.resize(length);
     return ToUtf8(name);
-}
-
-std::wstring ExpectedLibrary(const WorkerCommand& worker) {
-    return worker.libraryPath.empty() ? FolderOf(worker.host) + L"Zorvane.dll" : worker.libraryPath;
 }
 
 StartEvent MakeStart(const WorkerCommand& worker) {

@@ -10,10 +10,6 @@ namespace zorvane {
 /** This computer's name in UTF-8; empty where Windows gives none. */
 std::string ComputerName();
 
-/** The library that the host loads if nothing has been changed about it: see `LibraryPath` of a
- * session for the one that it has loaded. */
-std::wstring ExpectedLibrary(const WorkerCommand& worker);
-
 /** The first event of a run with this worker; asks Windows for the computer's name and for the
  * version in the library's file. */
 StartEvent MakeStart(const WorkerCommand& worker);

@@ -35,6 +35,9 @@ std::string CJsonView::Head() const {
     for (const auto& [what, missing] : m_model->Missing()) {
         add(missing);
     }
+    if (m_model->IsPaused()) {
+        add(PausedEvent());
+    }
     return head;
 }
 

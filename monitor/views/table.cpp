@@ -54,7 +54,9 @@ StyledLine WorkerLine(const CMachineModel& model, size_t width) {
         {2, {fmt::format("worker {} {}", model.WorkerId(), name)}},
         {3, {fmt::format("NVIDIA driver {}", DriverVersion(model))}},
     };
-    if (!model.IsWorkerUp()) {
+    if (model.IsPaused()) {
+        parts[1] = {1, {"PAUSED ON BATTERY", Style::kAlarm}};
+    } else if (!model.IsWorkerUp()) {
         parts.insert(parts.begin() + 2, {1, {"(has ended)", Style::kAlarm}});
     } else if (model.StaleSince()) {
         const std::string since = "NO READINGS SINCE " + LocalClock(*model.StaleSince());

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "monitor/reasons/missingreasons.h"
+#include "client/reasons/missingreasons.h"
 #include "tests/e2e/simulatedmachine.h"
 #include "tests/support/driverservice.h"
 #include "tests/support/records.h"

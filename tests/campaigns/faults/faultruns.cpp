@@ -5,7 +5,7 @@
 #include <set>
 #include <sstream>
 
-#include "monitor/reasons/logline.h"
+#include "client/reasons/logline.h"
 #include "tests/campaigns/faults/failure.h"
 #include "zorvane/wire.h"
 

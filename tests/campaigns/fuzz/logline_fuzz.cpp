@@ -1,8 +1,8 @@
 // The worker's log, and what its lines mean.
 #include <string>
 
-#include "monitor/reasons/findreason.h"
-#include "monitor/reasons/logline.h"
+#include "client/reasons/findreason.h"
+#include "client/reasons/logline.h"
 #include "tests/campaigns/fuzz/require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/tempfolder.h"
 #include "tests/unit/client/fakeworker.h"
 #include "tests/unit/client/readings.h"
 
@@ -15,6 +16,7 @@ class WorkerKeeperTest : public testing::Test {
   protected:
     void Start(const std::vector<std::wstring>& script) {
         m_options.worker = FakeWorker(script);
+        m_options.worker.libraryPath = m_libraryPath;
         m_keeper = std::make_unique<CWorkerKeeper>(
             m_options,
             [this](SessionEvent&& event) {
@@ -33,6 +35,14 @@ class WorkerKeeperTest : public testing::Test {
             m_now.utc += 1s;
             m_now.tick += 1s;
             m_keeper->OnTime(m_now);
+        }
+    }
+
+    // The same for a worker that gives readings without an end.
+    void PassWhileItSpeaks(int seconds) {
+        for (int i = 0; i < seconds; ++i) {
+            ASSERT_TRUE(WaitFor<GpuReading>(All<GpuReading>().size() + 2));
+            Pass(1);
         }
     }
 
@@ -60,6 +70,7 @@ class WorkerKeeperTest : public testing::Test {
 
     Moment m_now{TimeOfTest(), 1000s};
     KeeperOptions m_options;
+    std::wstring m_libraryPath;
     std::function<void(const SessionEventBody& body)> m_onEvent;
     std::vector<SessionEvent> m_events;
     std::unique_ptr<CWorkerKeeper> m_keeper;
@@ -217,6 +228,114 @@ TEST_F(WorkerKeeperTest, EndsAtOnceWhenItIsStoppedWhilePaused) {
     ASSERT_TRUE(WaitFor<PausedEvent>());
     m_keeper->Stop();
     EXPECT_TRUE(EndsWith(SessionEnd::kStopped));
+}
+
+TEST_F(WorkerKeeperTest, StartsItsFirstWorkerAtResumeWhenItIsStartedPaused) {
+    m_options.worker = FakeWorker({L"hello"});
+    m_keeper = std::make_unique<CWorkerKeeper>(
+        m_options, [this](SessionEvent&& event) { m_events.push_back(std::move(event)); });
+    m_keeper->StartPaused();
+    ASSERT_EQ(m_events.size(), 1u);
+    EXPECT_TRUE(std::holds_alternative<PausedEvent>(m_events[0].body));
+    EXPECT_TRUE(m_keeper->IsActive());
+    EXPECT_FALSE(m_keeper->DueTick());
+    m_keeper->Resume();
+    EXPECT_TRUE(WaitFor<HelloEvent>());
+}
+
+TEST_F(WorkerKeeperTest, TellsAnEndLastWhateverIsCalledFromInsideOfIt) {
+    m_onEvent = [&](const SessionEventBody& body) {
+        if (std::holds_alternative<ExitEvent>(body)) {
+            m_keeper->Pause();
+            m_keeper->Stop();
+        }
+    };
+    Start({L"hello", L"crash"});
+    EXPECT_TRUE(EndsWith(SessionEnd::kStopped));
+    EXPECT_TRUE(All<PausedEvent>().empty());
+}
+
+TEST_F(WorkerKeeperTest, StartsAWorkerThatIsResumedFromInsideOfItsEnd) {
+    m_onEvent = [&](const SessionEventBody& body) {
+        if (std::holds_alternative<ExitEvent>(body)) {
+            m_keeper->Resume();
+        }
+    };
+    Start({L"hello"});
+    ASSERT_TRUE(WaitFor<HelloEvent>());
+    m_keeper->Pause();
+    EXPECT_TRUE(WaitFor<HelloEvent>(2));
+    EXPECT_TRUE(All<PausedEvent>().empty());
+}
+
+TEST_F(WorkerKeeperTest, ReplacesAWorkerInOrderThatHasReachedItsGreatestAge) {
+    m_options.maxAge = 60s;
+    Start({L"hello", L"gpu:0", L"repeat:1"});
+    ASSERT_TRUE(WaitFor<GpuReading>());
+    PassWhileItSpeaks(59);
+    EXPECT_TRUE(All<NoticeEvent>().empty());
+    PassWhileItSpeaks(1);
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    ASSERT_EQ(All<NoticeEvent>().size(), 1u);
+    EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.max_age");
+    const ExitEvent exit = All<ExitEvent>()[0];
+    EXPECT_EQ(exit.exit.kind, ExitKind::kOrderly);
+    EXPECT_EQ(exit.restartIn, 0s);
+    m_keeper->OnTime(m_now);
+    ASSERT_TRUE(WaitFor<HelloEvent>(2));
+    PassWhileItSpeaks(59);
+    EXPECT_EQ(All<NoticeEvent>().size(), 1u);
+}
+
+// Its end is no failure, so --no-restart of a program does not concern it.
+TEST_F(WorkerKeeperTest, ReplacesAnOldWorkerAlsoWhereNoRestartIsWanted) {
+    m_options.maxAge = 1s;
+    m_options.restart = false;
+    Start({L"hello"});
+    ASSERT_TRUE(WaitFor<HelloEvent>());
+    Pass(1);
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    EXPECT_EQ(All<ExitEvent>()[0].restartIn, 0s);
+}
+
+TEST_F(WorkerKeeperTest, PausesInPlaceOfReplacingAnOldWorker) {
+    m_options.maxAge = 1s;
+    Start({L"hello"});
+    ASSERT_TRUE(WaitFor<HelloEvent>());
+    Pass(1);
+    m_keeper->Pause();
+    ASSERT_TRUE(WaitFor<PausedEvent>());
+    EXPECT_FALSE(All<ExitEvent>()[0].restartIn);
+    Pass(5);
+    EXPECT_EQ(All<WorkerStartEvent>().size(), 1u);
+}
+
+TEST_F(WorkerKeeperTest, TellsWhyReadingsAreMissingFromTheLogOfItsWorker) {
+    const CTempFolder folder;
+    ASSERT_TRUE(CreateDirectoryW(folder.PathOf(L"Log").c_str(), nullptr));
+    m_libraryPath = folder.PathOf(L"Zorvane.dll");
+    Start({L"hello"});
+    ASSERT_TRUE(WaitFor<HelloEvent>());
+    const std::string stamp =
+        "11-16 00:10:05.123 [ " + std::to_string(All<WorkerStartEvent>()[0].workerId) + "][ 4711]";
+    WriteFileBytes(folder.PathOf(L"Log\\Qorvella_HardwareDll.log"),
+                   stamp + "[E][I][  99][amdsdktask] User is not admin...\r\n" + stamp +
+                       "[E][I][  55][zorvaneprocess] add AmdSdkTask failed\r\n");
+    Pass(1);
+    ASSERT_EQ(All<MissingEvent>().size(), 1u);
+    EXPECT_EQ(All<MissingEvent>()[0].what, "cpu");
+    EXPECT_EQ(All<MissingEvent>()[0].id, "amd.not_admin");
+    EXPECT_NE(All<MissingEvent>()[0].remedy, "");
+    Pass(1);
+    EXPECT_EQ(All<MissingEvent>().size(), 1u);
+}
+
+TEST_F(WorkerKeeperTest, TellsThatTheCpuTemperatureIsNoLongerReportedWhileTheGpusGoOn) {
+    Start({L"hello", L"cpu:{\"CpuTemp\":47}", L"gpu:0", L"gpu:0", L"gpu:0", L"gpu:0", L"gpu:0"});
+    ASSERT_TRUE(WaitFor<MissingEvent>());
+    EXPECT_EQ(All<MissingEvent>()[0].id, "cpu.stopped");
+    // One round with it, and three without.
+    EXPECT_EQ(All<GpuReading>().size(), 4u);
 }
 
 TEST_F(WorkerKeeperTest, CanBeStartedAgainFromItsLastEvent) {

@@ -126,6 +126,17 @@ TEST_F(KitSession, TellsASilenceAndEndsAHungWorkerByAllSteps) {
     EXPECT_EQ(events[5].exit.forced, 1u);
 }
 
+// The fake worker has loaded no library of the product, and so has no log.
+TEST_F(KitSession, TellsWhySomethingIsMissing) {
+    const CTestSession session(m_library, "hello\ngpu:1\nrepeat:100");
+    m_library.Start(session.Number());
+    const ZorvaneEvent missing = session.NextOf(kZorvaneEventMissing);
+    EXPECT_STREQ(missing.what.text, "log");
+    EXPECT_STREQ(missing.id.text, "log.unknown_place");
+    EXPECT_THAT(missing.text.text, HasSubstr("its log cannot be found"));
+    EXPECT_THAT(missing.remedy.text, HasSubstr("Qorvella_HardwareDll.log"));
+}
+
 TEST_F(KitSession, TellsWhichCallFailedWhenThereIsNoHost) {
     const CTestSession session(m_library, "",
                                [](ZorvaneOptions& options) { options.host = "Z:\\missing.exe"; });

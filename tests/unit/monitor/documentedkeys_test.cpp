@@ -59,6 +59,7 @@ TEST(DocumentedKeysTest, AreThoseOfTheLines) {
         FreshEvent(),     GpuLostEvent(),
         GpuBackEvent(),   WarningEvent{"gpu.temp", GpuId(), 1, 2, true},
         NoticeEvent(),    ExitEvent(),
+        PausedEvent(),    ResumedEvent(),
     };
     static_assert(std::size(bodies) == std::variant_size_v<EventBody>);
     std::map<std::string, Keys> written;

@@ -136,6 +136,14 @@ TEST(JsonLineTest, WritesANotice) {
               Begin("notice") + R"("id":"worker.given_up","text":"text"})");
 }
 
+TEST(JsonLineTest, WritesAPauseAndItsEnd) {
+    EXPECT_EQ(LineOf(PausedEvent()),
+              Begin("paused") + R"("text":"the computer runs on battery: no worker until it is on )"
+                                R"(mains again, because readings keep a GPU awake"})");
+    EXPECT_EQ(LineOf(ResumedEvent()),
+              Begin("resumed") + R"("text":"the computer is on mains again: starting a worker"})");
+}
+
 TEST(JsonLineTest, WritesHowAWorkerEnded) {
     WorkerExit exit;
     exit.processId = 312;

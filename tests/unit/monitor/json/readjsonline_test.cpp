@@ -75,6 +75,8 @@ TEST(ReadJsonLineTest, ReadsWhatIsWritten) {
         Exit(4, false),
         restarted,
         forced,
+        PausedEvent(),
+        ResumedEvent(),
     };
     for (const EventBody& body : bodies) {
         const std::string line = JsonLine(EventAt(5, body), Origin());

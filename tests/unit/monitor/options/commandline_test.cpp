@@ -62,6 +62,8 @@ TEST(CommandLineTest, HasDefaultsForEverything) {
     EXPECT_TRUE(options.source.worker.words.empty());
     EXPECT_TRUE(options.source.worker.environment.empty());
     EXPECT_TRUE(options.source.restart);
+    EXPECT_FALSE(options.source.pausesOnBattery);
+    EXPECT_FALSE(options.source.maxAge);
     EXPECT_EQ(options.source.stale.staleAfter, std::chrono::seconds(5));
     EXPECT_EQ(options.source.stale.restartAfter, std::chrono::seconds(30));
     EXPECT_EQ(options.view.format, "table");
@@ -107,6 +109,20 @@ TEST(CommandLineTest, TakesEveryOption) {
     EXPECT_EQ(options.source.stale.staleAfter, std::chrono::seconds(60));
     EXPECT_EQ(options.source.stale.restartAfter, std::chrono::seconds(60));
     EXPECT_EQ(options.source.worker.words, (std::vector<std::wstring>{L"skip_delete", L"/word"}));
+}
+
+TEST(CommandLineTest, TakesWhatKeepsAWorkerInALongRun) {
+    EXPECT_TRUE(Parsed({"--on-battery", "Pause"}).source.pausesOnBattery);
+    EXPECT_FALSE(Parsed({"--on-battery=run"}).source.pausesOnBattery);
+    EXPECT_EQ(Parsed({"--max-age", "24"}).source.maxAge, std::chrono::hours(24));
+    EXPECT_EQ(Parsed({"--max-age", "0.5"}).source.maxAge, std::chrono::minutes(30));
+    EXPECT_EQ(Sentence({"--on-battery", "paus"}),
+              "zorvanemon: --on-battery takes run or pause, not \"paus\". Did you mean pause?");
+    for (const char* wrong : {"0", "-1", "nan", "1e9", "x"}) {
+        EXPECT_EQ(Sentence({"--max-age", wrong}),
+                  "zorvanemon: --max-age takes a number of hours above 0, up to 87600, not \"" +
+                      std::string(wrong) + "\"");
+    }
 }
 
 TEST(CommandLineTest, TakesTheCommandThatWatchesForGranted) {

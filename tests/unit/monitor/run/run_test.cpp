@@ -154,6 +154,13 @@ TEST_F(RunTest, SaysThatNoReadingsCameAtTheEndOfItsTime) {
     EXPECT_EQ(Run({Gpu(0), crash, Gpu(0)}, limits), kExitDone);
 }
 
+// It was asked for.
+TEST_F(RunTest, TakesNoPauseForAnEndOfReadings) {
+    const RunLimits limits{.count = {}, .duration = std::chrono::milliseconds(300)};
+    EXPECT_EQ(Run({Gpu(0), ExitEvent{}, PausedEvent{}}, limits), kExitDone);
+    EXPECT_EQ(Run({Gpu(0), ExitEvent{}, PausedEvent{}, ResumedEvent{}}, limits), kExitTooShort);
+}
+
 TEST_F(RunTest, PutsIntoWordsWhatNeedsThem) {
     Run({CpuTemperature{40}, NoticeEvent{"id", "something"},
          ErrorEvent{{PayloadFault::kWrongSize, "too short"}, 2}});

@@ -52,6 +52,15 @@ TEST_F(HistoryTest, KeepsNoMoreThanItsBytes) {
     EXPECT_EQ(m_history.Bytes(), 1000u);
 }
 
+TEST_F(HistoryTest, KeepsAPauseWhileItLasts) {
+    Add(0, PausedEvent(), "paused");
+    AddReading(100);
+    EXPECT_THAT(Lines(), ElementsAre("paused", "reading 100"));
+    Add(101, ResumedEvent(), "resumed");
+    AddReading(200);
+    EXPECT_THAT(Lines(), ElementsAre("reading 200"));
+}
+
 TEST_F(HistoryTest, KeepsTheFactsThatStillHold) {
     Add(0, StartEvent(), "start");
     Add(0, WorkerStartEvent(), "worker");

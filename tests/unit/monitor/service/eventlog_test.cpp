@@ -49,6 +49,10 @@ TEST(EventLog, HasAnEntryForWhatSomebodyHasToKnow) {
          EVENTLOG_INFORMATION_TYPE, "threshold"},
         {NoticeEvent{"id", "something"}, EventLogId::kNotice, EVENTLOG_INFORMATION_TYPE,
          "something"},
+        {PausedEvent{}, EventLogId::kNotice, EVENTLOG_INFORMATION_TYPE, "battery"},
+        {ResumedEvent{}, EventLogId::kNotice, EVENTLOG_INFORMATION_TYPE, "mains"},
+        {ExitEvent{{}, std::chrono::milliseconds(0)}, EventLogId::kNotice,
+         EVENTLOG_INFORMATION_TYPE, "ended in order (0); starting it again"},
     };
     for (const Expected& row : rows) {
         const auto entry = EntryFor(row.event);

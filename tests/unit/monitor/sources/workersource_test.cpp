@@ -17,8 +17,10 @@ class WorkerSourceTest : public testing::Test, public IEventSink {
   protected:
     void Start(const std::vector<std::wstring>& script) {
         m_options.worker = FakeWorker(script);
-        m_source =
-            std::make_unique<CWorkerSource>(m_options, StartEvent(), [this] { return m_now; });
+        m_source = std::make_unique<CWorkerSource>(m_options, StartEvent(), [this] {
+            ++m_payloads;
+            return m_now;
+        });
         m_source->Start(*this, m_now);
     }
 
@@ -31,10 +33,11 @@ class WorkerSourceTest : public testing::Test, public IEventSink {
         }
     }
 
-    // The same for a worker that says everything again and again, its hello too.
+    // The same for a worker that says everything again and again.
     void PassWhileItSpeaks(int seconds) {
         for (int i = 0; i < seconds; ++i) {
-            ASSERT_TRUE(WaitFor<HelloEvent>(All<HelloEvent>().size() + 2));
+            const size_t before = m_payloads;
+            ASSERT_TRUE(PumpUntil([&] { return m_payloads >= before + 4; }));
             Pass(1);
         }
     }
@@ -58,6 +61,8 @@ class WorkerSourceTest : public testing::Test, public IEventSink {
     void OnEvent(const Event& event) override { m_events.push_back(event); }
 
     Moment m_now{TimeOfTest(), 1000s};
+    /** Grows with every payload that came, whether or not it is told: each asks for the time. */
+    size_t m_payloads = 0;
     WorkerSourceOptions m_options;
     std::vector<Event> m_events;
     std::unique_ptr<CWorkerSource> m_source;
@@ -190,6 +195,80 @@ TEST_F(WorkerSourceTest, KnowsWhetherAnEndWasAskedFor) {
     ASSERT_TRUE(WaitFor<ExitEvent>());
     EXPECT_FALSE(All<ExitEvent>()[0].exit.asked);
     EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.nothing_read");
+}
+
+TEST_F(WorkerSourceTest, SaysThatAWorkerCannotBeStarted) {
+    m_options.worker.host = L"Z:\\missing.exe";
+    CWorkerSource source(m_options, StartEvent());
+    source.Start(*this, m_now);
+    ASSERT_EQ(All<NoticeEvent>().size(), 1u);
+    EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.not_started");
+    EXPECT_THAT(All<NoticeEvent>()[0].text, testing::HasSubstr("missing.exe"));
+    EXPECT_EQ(source.End(), EndReason::kNotStarted);
+}
+
+TEST_F(WorkerSourceTest, KnowsAHostThatReportsAFailureAlsoWhenItIsStoppedMeanwhile) {
+    Start({L"exit:2"});
+    m_source->Stop();
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    EXPECT_EQ(m_source->End(), EndReason::kNotStarted);
+}
+
+// Whether the computer runs on battery is what the test says.
+class BatteryTest : public WorkerSourceTest {
+  protected:
+    BatteryTest() { m_options.pausesOnBattery = true; }
+
+    BYTE m_line = 1;
+    PATCH_IMPORT(m_power, GetSystemPowerStatus, [this](LPSYSTEM_POWER_STATUS status) -> WINBOOL {
+        *status = {};
+        status->ACLineStatus = m_line;
+        return TRUE;
+    });
+};
+
+TEST_F(BatteryTest, EndsItsWorkerInOrderUntilTheComputerIsOnMainsAgain) {
+    Start({L"hello", L"gpu:0"});
+    ASSERT_TRUE(WaitFor<GpuReading>());
+    m_line = 0;
+    Pass(5);
+    ASSERT_TRUE(WaitFor<PausedEvent>());
+    EXPECT_EQ(All<ExitEvent>()[0].exit.kind, ExitKind::kOrderly);
+    EXPECT_EQ(m_source->DueTick(), m_now.tick + CBatteryWatch::kPause);
+    Pass(60);
+    EXPECT_TRUE(All<StaleEvent>().empty());
+    EXPECT_EQ(All<WorkerStartEvent>().size(), 1u);
+    m_line = 1;
+    Pass(5);
+    EXPECT_EQ(All<ResumedEvent>().size(), 1u);
+    EXPECT_TRUE(WaitFor<HelloEvent>(2));
+}
+
+TEST_F(BatteryTest, StartsNoWorkerBeforeTheComputerIsOnMains) {
+    m_line = 0;
+    Start({L"hello"});
+    EXPECT_EQ(All<PausedEvent>().size(), 1u);
+    EXPECT_TRUE(All<WorkerStartEvent>().empty());
+    EXPECT_FALSE(m_source->End());
+    m_line = 1;
+    Pass(5);
+    EXPECT_TRUE(WaitFor<HelloEvent>());
+}
+
+TEST_F(BatteryTest, EndsAtOnceWhenItIsStoppedWhilePaused) {
+    m_line = 0;
+    Start({L"hello"});
+    m_source->Stop();
+    EXPECT_EQ(m_source->End(), EndReason::kWorkerEnded);
+}
+
+TEST_F(BatteryTest, MattersToNobodyWhoHasNotAskedForIt) {
+    m_options.pausesOnBattery = false;
+    m_line = 0;
+    Start({L"hello"});
+    EXPECT_TRUE(WaitFor<HelloEvent>());
+    Pass(5);
+    EXPECT_TRUE(All<PausedEvent>().empty());
 }
 
 TEST_F(WorkerSourceTest, StartsNothingAgainOnceItIsStopped) {

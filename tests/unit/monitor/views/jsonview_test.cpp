@@ -77,6 +77,13 @@ TEST_F(JsonViewTest, BeginsAFurtherFileAsARecordingOfItsOwn) {
     EXPECT_EQ(Parsed(m_output.tail).at(0).at("id"), kContinuedNotice);
 }
 
+TEST_F(JsonViewTest, BeginsAFurtherFileWithThePauseThatLasts) {
+    Tell(0, StartEvent());
+    Tell(1, PausedEvent());
+    Tell(90, NoticeEvent{"id", "text"});
+    EXPECT_THAT(Types(m_output.head), ElementsAre("start", "paused"));
+}
+
 TEST_F(JsonViewTest, TellsOfNoWorkerThatHasEnded) {
     Tell(0, StartEvent());
     Tell(1, WorkerStartEvent{312});

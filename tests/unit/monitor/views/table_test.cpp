@@ -38,6 +38,21 @@ CPU temperature: 47 C
 )");
 }
 
+TEST(TableTest, SaysThatNoWorkerRunsOnBatteryAndShowsNoReadingMeanwhile) {
+    CMachineModel model = TwoGpus();
+    model.Apply(EventAt(1, ExitEvent()));
+    model.Apply(EventAt(1, PausedEvent()));
+    const Lines lines = RenderTable(model, kAnyWidth);
+    EXPECT_EQ(lines[0], LocalClock(TimeOfTest(1)) + "  PAUSED ON BATTERY  NVIDIA driver 551.86");
+    EXPECT_THAT(lines[3], testing::EndsWith("n/a  24564"));
+    EXPECT_EQ(lines[5], "CPU temperature: n/a");
+    model.Apply(EventAt(9, ResumedEvent()));
+    EXPECT_THAT(RenderTable(model, kAnyWidth)[0], testing::Not(testing::HasSubstr("BATTERY")));
+    CMachineModel never;
+    never.Apply(EventAt(0, PausedEvent()));
+    EXPECT_THAT(RenderTable(never, kAnyWidth)[0], testing::HasSubstr("PAUSED ON BATTERY"));
+}
+
 TEST(TableTest, ShortensBusIdsAndNamesBeforeItLeavesColumnsOut) {
     const auto row = [](size_t width) { return "\n" + RenderTable(TwoGpus(), width)[3]; };
     EXPECT_EQ(row(100), R"(

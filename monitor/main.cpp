@@ -54,5 +54,5 @@ int main() {
     }
     const auto& chosen = std::get<zorvane::Chosen>(parsed);
     return chosen.command->Run(
-        {zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe", chosen.passedOn, {}});
+        {zorvane::ModuleFolder(nullptr) + L"zorvanehost.exe", chosen.passedOn});
 }

@@ -20,7 +20,7 @@ struct CommandContext {
     /** The words behind "--". */
     std::vector<std::string> passedOn;
     /** Views that see a run beside the command's own; whoever calls owns them. */
-    std::vector<IView*> companions;
+    std::vector<IView*> companions{};
 };
 
 /**

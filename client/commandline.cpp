@@ -3,8 +3,14 @@
 #include <cstdint>
 
 #include "base/commandline.h"
+#include "base/modulepath.h"
 
 namespace zorvane {
+
+std::wstring ExpectedLibrary(const WorkerCommand& command) {
+    return command.libraryPath.empty() ? FolderOf(command.host) + L"Zorvane.dll"
+                                       : command.libraryPath;
+}
 
 std::wstring WindowText(HWND window) {
     return std::to_wstring(static_cast<int32_t>(reinterpret_cast<intptr_t>(window)));

@@ -26,6 +26,9 @@ struct WorkerCommand {
     std::vector<EnvironmentChange> environment;
 };
 
+/** The library that the host loads for this command, if it finds it there. */
+std::wstring ExpectedLibrary(const WorkerCommand& command);
+
 /** The value of --wnd: a window handle has 32 significant bits and travels as a signed decimal. */
 std::wstring WindowText(HWND window);
 

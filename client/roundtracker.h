@@ -7,6 +7,11 @@
 
 namespace zorvane {
 
+/** Names of the sources that rounds are counted by. A GPU's index stays with it while its worker
+ * runs. */
+inline constexpr char kCpuRoundSource[] = "cpu";
+inline std::string RoundSourceOf(uint32_t gpuIndex) { return "gpu " + std::to_string(gpuIndex); }
+
 /**
  * A round has at most one reading of each source. It is complete when a source that is already in
  * it reports again: there is no other sign, because any source may fall silent.

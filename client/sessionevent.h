@@ -23,6 +23,9 @@ struct HelloEvent {
     DWORD workerId = 0;
 };
 
+/** The worker has reported a CPU temperature that is none; an ErrorEvent says why. */
+struct CpuUnreadEvent {};
+
 struct ErrorEvent {
     PayloadError error;
     /** Errors with the same fault that were not reported since the last one that was. */
@@ -117,9 +120,10 @@ struct EndEvent {
 };
 
 using SessionEventBody =
-    std::variant<WorkerStartEvent, HelloEvent, GpuStatic, GpuReading, CpuTemperature, ErrorEvent,
-                 MissingEvent, StaleEvent, FreshEvent, GpuLostEvent, GpuBackEvent, NoticeEvent,
-                 StopStepEvent, ExitEvent, PausedEvent, ResumedEvent, StartFailedEvent, EndEvent>;
+    std::variant<WorkerStartEvent, HelloEvent, GpuStatic, GpuReading, CpuTemperature,
+                 CpuUnreadEvent, ErrorEvent, MissingEvent, StaleEvent, FreshEvent, GpuLostEvent,
+                 GpuBackEvent, NoticeEvent, StopStepEvent, ExitEvent, PausedEvent, ResumedEvent,
+                 StartFailedEvent, EndEvent>;
 
 struct SessionEvent {
     UtcTime time{};

@@ -7,13 +7,27 @@ namespace zorvane {
 
 void CStaleness::Begin(Moment now) {
     m_runs = true;
-    m_lastCheck = now.tick;
+    m_counted = now.tick;
     m_silence = {};
+    m_quiet = {};
     m_since = now.utc;
     m_staleSince.reset();
 }
 
-std::optional<FreshEvent> CStaleness::OnRound() {
+void CStaleness::CountUntil(Moment now) {
+    const auto step = std::min(now.tick - m_counted, kLongestStep);
+    m_silence += step;
+    m_quiet += step;
+    m_counted = now.tick;
+}
+
+void CStaleness::OnSign(Moment now) {
+    CountUntil(now);
+    m_quiet = {};
+}
+
+std::optional<FreshEvent> CStaleness::OnRound(Moment now) {
+    CountUntil(now);
     m_silence = {};
     const auto since = std::exchange(m_staleSince, std::nullopt);
     return since ? std::optional(FreshEvent{*since}) : std::nullopt;
@@ -23,8 +37,7 @@ std::optional<StaleEvent> CStaleness::Check(Moment now) {
     if (!m_runs) {
         return std::nullopt;
     }
-    m_silence += std::min(now.tick - m_lastCheck, kLongestStep);
-    m_lastCheck = now.tick;
+    CountUntil(now);
     if (m_staleSince || m_silence < m_times.staleAfter) {
         return std::nullopt;
     }
@@ -33,7 +46,7 @@ std::optional<StaleEvent> CStaleness::Check(Moment now) {
 }
 
 bool CStaleness::IsHopeless() const {
-    return m_runs && m_staleSince && m_silence >= m_times.restartAfter;
+    return m_runs && m_staleSince && m_quiet >= m_times.restartAfter;
 }
 
 std::optional<std::chrono::milliseconds> CStaleness::DueTick() const {
@@ -44,7 +57,7 @@ std::optional<std::chrono::milliseconds> CStaleness::DueTick() const {
     // In time for the limit that comes next, and never longer than a step may count.
     const auto untilStale = m_times.staleAfter - m_silence;
     const bool isNear = !m_staleSince && untilStale < kPause;
-    return m_lastCheck + (isNear ? std::max(untilStale, std::chrono::milliseconds(1)) : kPause);
+    return m_counted + (isNear ? std::max(untilStale, std::chrono::milliseconds(1)) : kPause);
 }
 
 }  // namespace zorvane

@@ -16,9 +16,10 @@ struct StaleTimes {
 };
 
 /**
- * Silence is the time without a complete round, added up from one call of Check to the next. Each
- * step counts for kLongestStep at most, so that time does not count in which the computer sleeps or
- * this process is suspended: no reading could arrive then.
+ * Silence is the time without a complete round, or, for giving the worker up, without any sign of
+ * it. It is added up from one call to the next; each step counts for kLongestStep at most,
+ * so that time does not count in which the computer sleeps or this process is suspended: no reading
+ * could arrive then.
  */
 class CStaleness {
   public:
@@ -32,26 +33,37 @@ class CStaleness {
     /** No worker runs. */
     void End() { m_runs = false; }
 
+    /** Something has come from the worker, though perhaps nothing that can be read: it lives. */
+    void OnSign(Moment now);
+
     /** A reading has come, which need not complete a round. */
     void OnReading(UtcTime time) { m_since = time; }
 
     /** A round is complete. Gives the event if there was a StaleEvent before. */
-    std::optional<FreshEvent> OnRound();
+    std::optional<FreshEvent> OnRound(Moment now);
 
     /** Gives the event when the silence has just become too long. To be called once a second. */
     std::optional<StaleEvent> Check(Moment now);
 
-    /** Whether the worker has been silent for so long that it is to be started again. */
+    /**
+     * Whether the worker has given no sign for so long that it is to be started again. One that
+     * speaks would say the same after a new start.
+     */
     bool IsHopeless() const;
 
     /** When to check next; empty while no worker runs. */
     std::optional<std::chrono::milliseconds> DueTick() const;
 
   private:
+    void CountUntil(Moment now);
+
     const StaleTimes m_times;
     bool m_runs = false;
-    std::chrono::milliseconds m_lastCheck{};
+    /** Until when the times below are counted. */
+    std::chrono::milliseconds m_counted{};
     std::chrono::milliseconds m_silence{};
+    /** The time without any sign of the worker. */
+    std::chrono::milliseconds m_quiet{};
     UtcTime m_since{};
     std::optional<UtcTime> m_staleSince;
 };

@@ -10,9 +10,10 @@ constexpr UINT kDeliverMessage = WM_APP;
 
 }  // namespace
 
-std::optional<CallError> CStubWindow::Create(Sink sink) {
+std::optional<CallError> CStubWindow::Create(Sink sink, Glance glance) {
     Destroy();
     m_sink = std::move(sink);
+    m_glance = std::move(glance);
     const auto onMessage = [this](UINT message, WPARAM wParam,
                                   LPARAM lParam) -> std::optional<LRESULT> {
         if (message == WM_COPYDATA) {
@@ -60,6 +61,9 @@ bool CStubWindow::Take(HWND sender, const COPYDATASTRUCT* data) {
     if (data->lpData) {
         const auto* bytes = static_cast<const std::byte*>(data->lpData);
         payload.bytes.assign(bytes, bytes + std::min<size_t>(data->cbData, kKeptBytes));
+    }
+    if (m_glance) {
+        m_glance(payload);
     }
     m_waiting.push_back({sender, std::move(payload)});
     return true;

@@ -29,6 +29,12 @@ class CStubWindow {
      */
     using Sink = std::function<void(HWND sender, const Payload& payload)>;
 
+    /**
+     * Called while the sender still waits for the answer, so it must be quick and send nothing.
+     * Must not throw.
+     */
+    using Glance = std::function<void(const Payload& payload)>;
+
     /** Bytes of a payload that are kept. No payload that can be decoded is longer. */
     static constexpr size_t kKeptBytes = 1024;
 
@@ -39,7 +45,7 @@ class CStubWindow {
      * Makes the window. If the stub is elevated, workers that are not may still send WM_COPYDATA to
      * it. Returns the error if it fails.
      */
-    [[nodiscard]] std::optional<CallError> Create(Sink sink);
+    [[nodiscard]] std::optional<CallError> Create(Sink sink, Glance glance = {});
 
     /**
      * Destroys the window; payloads that wait are dropped. A worker that finds its stub window
@@ -63,6 +69,7 @@ class CStubWindow {
 
     CMessageWindow m_window;
     Sink m_sink;
+    Glance m_glance;
     std::deque<Arrival> m_waiting;
 };
 

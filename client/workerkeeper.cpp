@@ -2,27 +2,9 @@
 
 #include <utility>
 
-#include "base/modulepath.h"
-#include "base/text.h"
 #include "client/restart.h"
 
 namespace zorvane {
-namespace {
-
-constexpr char kCpuRoundSource[] = "cpu";
-
-// For the round tracker: an index stays with its GPU while the worker runs.
-std::string RoundSourceOf(const GpuReading& reading) {
-    return "gpu " + std::to_string(reading.index);
-}
-
-// Where the worker's log is to be found, for people.
-std::string LogPath(const WorkerCommand& worker) {
-    const std::wstring& file = worker.libraryPath.empty() ? worker.host : worker.libraryPath;
-    return ToUtf8(FolderOf(file) + L"Log\\Qorvella_HardwareDll.log");
-}
-
-}  // namespace
 
 CWorkerKeeper::CWorkerKeeper(KeeperOptions options, Sink sink, std::function<Moment()> clock)
     : m_options(std::move(options)),
@@ -38,7 +20,6 @@ void CWorkerKeeper::Start() {
     m_isActive = true;
     m_isStopping = false;
     m_isPaused = false;
-    m_hasAnyReading = false;
     m_restartAttempt = 0;
     StartWorker(m_clock());
 }
@@ -48,9 +29,11 @@ void CWorkerKeeper::StartWorker(Moment now) {
     m_isEnding = false;
     m_isGivenUp = false;
     m_isEndedByPause = false;
-    m_hasGreeted = false;
     m_rounds.Drop();
     m_health.Reset();
+    if (m_options.beforeStart) {
+        m_options.beforeStart();
+    }
     if (const auto error = m_session.Start(m_options.worker)) {
         Tell(now, StartFailedEvent{*error});
         End(SessionEnd::kNotStarted, now);
@@ -142,17 +125,14 @@ std::optional<std::chrono::milliseconds> CWorkerKeeper::DueTick() const {
     return m_isEnding ? std::nullopt : m_staleness.DueTick();
 }
 
-// A worker greets once; what claims to be a further hello tells nothing new.
 void CWorkerKeeper::OnHello(const Hello& hello) {
-    if (!std::exchange(m_hasGreeted, true)) {
-        Tell(m_clock(), HelloEvent{hello, m_session.WorkerId()});
-    }
+    Tell(m_clock(), HelloEvent{hello, m_session.WorkerId()});
 }
 
 void CWorkerKeeper::OnGpuStatic(const GpuStatic& fixed) {
     GpuStatic healthy = fixed;
     const Moment now = m_clock();
-    m_hasAnyReading = true;
+    m_staleness.OnSign(now);
     CheckHealth(healthy.first, now);
     Tell(now, std::move(healthy));
 }
@@ -160,7 +140,7 @@ void CWorkerKeeper::OnGpuStatic(const GpuStatic& fixed) {
 void CWorkerKeeper::OnGpuReading(const GpuReading& reading) {
     GpuReading healthy = reading;
     const Moment now = m_clock();
-    NoteReading(RoundSourceOf(healthy), now);
+    NoteReading(RoundSourceOf(healthy.index), now);
     CheckHealth(healthy, now);
     Tell(now, std::move(healthy));
 }
@@ -177,20 +157,36 @@ void CWorkerKeeper::OnCpuTemperature(const CpuTemperature& temperature) {
     Tell(now, temperature);
 }
 
+// It takes its place in the round: a worker whose only source says nonsense is not a silent one.
+void CWorkerKeeper::OnCpuUnread() {
+    const Moment now = m_clock();
+    NoteSource(kCpuRoundSource, now);
+    Tell(now, CpuUnreadEvent{});
+}
+
 void CWorkerKeeper::NoteReading(const std::string& source, Moment now) {
-    m_hasAnyReading = true;
+    NoteSource(source, now);
+    m_staleness.OnReading(now.utc);
+}
+
+void CWorkerKeeper::NoteSource(const std::string& source, Moment now) {
+    m_staleness.OnSign(now);
     if (m_rounds.Holds(source)) {
         m_rounds.Complete();
-        if (const auto fresh = m_staleness.OnRound()) {
+        if (const auto fresh = m_staleness.OnRound(now)) {
             Tell(now, *fresh);
         }
     }
     m_rounds.Add(source);
-    m_staleness.OnReading(now.utc);
 }
 
 void CWorkerKeeper::OnPayloadError(const PayloadError& error) {
     const Moment now = m_clock();
+    // The others may come from any process.
+    if (error.fault != PayloadFault::kForeignSender &&
+        error.fault != PayloadFault::kForeignWindow) {
+        m_staleness.OnSign(now);
+    }
     if (const auto leftOut = m_limiter.Admit(FaultName(error.fault), now.tick)) {
         Tell(now, ErrorEvent{error, *leftOut});
     }
@@ -220,20 +216,10 @@ void CWorkerKeeper::OnExit(const WorkerExit& exit) {
     } else if (restartIn) {
         m_restartTick = now.tick + *restartIn;
     } else {
-        EndAfter(exit, now);
+        // A host that was ended by force has not said that anything is wrong.
+        const bool hasFailed = exit.kind == ExitKind::kHostFailure && !exit.forced;
+        End(hasFailed ? SessionEnd::kNotStarted : SessionEnd::kWorkerEnded, now);
     }
-}
-
-void CWorkerKeeper::EndAfter(const WorkerExit& exit, Moment now) {
-    if (exit.kind == ExitKind::kByItself && !m_hasAnyReading) {
-        Tell(now, NoticeEvent{"worker.nothing_read",
-                              "the worker has ended without a reading: no NVIDIA GPU and no AMD "
-                              "CPU sensor could be read, see the log " +
-                                  LogPath(m_options.worker)});
-    }
-    // A host that was ended by force has not said that anything is wrong.
-    const bool hasFailed = exit.kind == ExitKind::kHostFailure && !exit.forced;
-    End(hasFailed ? SessionEnd::kNotStarted : SessionEnd::kWorkerEnded, now);
 }
 
 std::optional<std::chrono::milliseconds> CWorkerKeeper::RestartAfter(const WorkerExit& exit) {

@@ -25,6 +25,8 @@ struct KeeperOptions {
     bool restart = true;
     StaleTimes stale;
     StopTimes stop;
+    /** Called before each start of a worker's process; may be empty. Must not throw. */
+    std::function<void()> beforeStart;
 };
 
 /**
@@ -69,11 +71,15 @@ class CWorkerKeeper : private IWorkerListener {
     /** Whether it is between a start and its EndEvent. */
     bool IsActive() const { return m_isActive; }
 
+    /** As CWorkerSession::LibraryPath. */
+    const std::wstring& LibraryPath() const { return m_session.LibraryPath(); }
+
   private:
     void OnHello(const Hello& hello) override;
     void OnGpuStatic(const GpuStatic& fixed) override;
     void OnGpuReading(const GpuReading& reading) override;
     void OnCpuTemperature(const CpuTemperature& temperature) override;
+    void OnCpuUnread() override;
     void OnPayloadError(const PayloadError& error) override;
     void OnStopStep(StopStep step, const std::string& reason) override;
     void OnExit(const WorkerExit& exit) override;
@@ -83,8 +89,8 @@ class CWorkerKeeper : private IWorkerListener {
     void GiveUpWorker(Moment now);
     void CheckHealth(GpuReading& reading, Moment now);
     void NoteReading(const std::string& source, Moment now);
+    void NoteSource(const std::string& source, Moment now);
     std::optional<std::chrono::milliseconds> RestartAfter(const WorkerExit& exit);
-    void EndAfter(const WorkerExit& exit, Moment now);
     void End(SessionEnd reason, Moment now);
     void Tell(Moment now, SessionEventBody body);
 
@@ -108,9 +114,6 @@ class CWorkerKeeper : private IWorkerListener {
     bool m_isGivenUp = false;
     /** Whether the worker that runs was asked to end by Pause. */
     bool m_isEndedByPause = false;
-    /** Whether the worker that runs has greeted. */
-    bool m_hasGreeted = false;
-    bool m_hasAnyReading = false;
 };
 
 }  // namespace zorvane

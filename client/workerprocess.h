@@ -42,6 +42,9 @@ class CWorkerProcess {
     /** Lets go of the process, which keeps running; no message is posted when it ends. */
     void Close();
 
+    /** With all rights; stays this object's. Null when no process was started. */
+    HANDLE Handle() const { return m_process.get(); }
+
     /** 0 when no process was started. */
     DWORD Id() const { return m_id; }
 

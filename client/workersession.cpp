@@ -4,6 +4,8 @@
 #include <type_traits>
 #include <variant>
 
+#include "base/modulepath.h"
+#include "client/loadedlibrary.h"
 #include "client/plausible.h"
 
 namespace zorvane {
@@ -24,6 +26,20 @@ std::optional<CallError> SendStopMessage(HWND stub, HWND worker) {
     return LastCallError("SendMessageTimeoutW");
 }
 
+std::string DescribeSendFailure(const CallError& error) {
+    return error.code == ERROR_ACCESS_DENIED
+               ? "the worker has more rights than this program, so Windows keeps the stop message "
+                 "from it (" +
+                     Describe(error) + ")"
+               : Describe(error);
+}
+
+std::wstring LibraryName(const WorkerCommand& command) {
+    return command.libraryPath.empty()
+               ? L"Zorvane.dll"
+               : command.libraryPath.substr(FolderOf(command.libraryPath).size());
+}
+
 }  // namespace
 
 std::string DescribeExit(const WorkerExit& exit) {
@@ -37,12 +53,15 @@ std::optional<CallError> CWorkerSession::Start(const WorkerCommand& command) {
     m_step = StopStep::kNone;
     m_hasEnded = false;
     m_workerWindow = nullptr;
+    m_libraryName = LibraryName(command);
+    m_libraryPath.clear();
     m_startTick = GetTickCount64();
     if (auto error = MakeControlWindow()) {
         return error;
     }
     if (auto error = m_stub.Create(
-            [this](HWND sender, const Payload& payload) { OnPayload(sender, payload); })) {
+            [this](HWND sender, const Payload& payload) { OnPayload(sender, payload); },
+            [this](const Payload& payload) { OnArrival(payload); })) {
         return error;
     }
     return m_process.Start(command, m_stub.Handle(), m_control.Handle(), kProcessEndMessage);
@@ -92,7 +111,7 @@ void CWorkerSession::SendStop() {
     const auto error = SendStopMessage(m_stub.Handle(), m_workerWindow);
     // A message that timed out may still arrive; any other failure is final.
     if (error && error->code != ERROR_TIMEOUT) {
-        Press(Describe(*error));
+        Press(DescribeSendFailure(*error));
     }
 }
 
@@ -120,6 +139,13 @@ std::optional<LRESULT> CWorkerSession::OnControlMessage(UINT message, WPARAM wPa
         return 0;
     }
     return std::nullopt;
+}
+
+// A worker with nothing to read ends right after its hello: ask before it is answered.
+void CWorkerSession::OnArrival(const Payload& payload) {
+    if (payload.code == kCopyDataHello && m_libraryPath.empty()) {
+        m_libraryPath = FindLoadedLibrary(m_process.Handle(), m_libraryName);
+    }
 }
 
 void CWorkerSession::OnPayload(HWND sender, const Payload& payload) {
@@ -151,14 +177,19 @@ void CWorkerSession::OnPayload(HWND sender, const Payload& payload) {
             }
         },
         decoded);
+    if (payload.code == kCopyDataStop && std::holds_alternative<PayloadError>(decoded)) {
+        m_listener.OnCpuUnread();
+    }
 }
 
 void CWorkerSession::OnCpuTemperature(const CpuTemperature& temperature) {
     const auto doubt = CheckPlausible(temperature);
     ReportDoubt(doubt);
-    if (!doubt) {
-        m_listener.OnCpuTemperature(temperature);
+    if (doubt) {
+        m_listener.OnCpuUnread();
+        return;
     }
+    m_listener.OnCpuTemperature(temperature);
 }
 
 void CWorkerSession::ReportDoubt(const std::optional<PayloadError>& doubt) {

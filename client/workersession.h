@@ -81,6 +81,11 @@ class IWorkerListener {
     virtual void OnGpuReading(const GpuReading& reading) = 0;
     virtual void OnCpuTemperature(const CpuTemperature& temperature) = 0;
     /**
+     * The worker has reported a CPU temperature that is none: no number, or one that no CPU has.
+     * OnPayloadError has said so. A value that is shown from before no longer holds.
+     */
+    virtual void OnCpuUnread() {}
+    /**
      * Something arrived that was skipped, or is doubted (PayloadFault::kForeignSender), or held
      * numbers that cannot be, which the reading that follows lacks (PayloadFault::kImplausible).
      */
@@ -117,12 +122,19 @@ class CWorkerSession {
 
     bool IsRunning() const { return m_process.Id() != 0; }
 
+    /**
+     * The library that the worker has loaded, as its process says: known with the hello, and kept
+     * until the next Start. Empty when the process has no library of that name.
+     */
+    const std::wstring& LibraryPath() const { return m_libraryPath; }
+
     /** 0 when no worker runs. */
     DWORD WorkerId() const { return m_process.Id(); }
 
   private:
     std::optional<CallError> MakeControlWindow();
     std::optional<LRESULT> OnControlMessage(UINT message, WPARAM wParam);
+    void OnArrival(const Payload& payload);
     void OnPayload(HWND sender, const Payload& payload);
     void OnHello(const Hello& hello);
     void OnCpuTemperature(const CpuTemperature& temperature);
@@ -140,6 +152,8 @@ class CWorkerSession {
     CStubWindow m_stub;
     CWorkerProcess m_process;
     HWND m_workerWindow = nullptr;
+    std::wstring m_libraryName;
+    std::wstring m_libraryPath;
     StopStep m_step = StopStep::kNone;
     bool m_hasEnded = false;
     ULONGLONG m_startTick = 0;

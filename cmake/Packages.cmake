@@ -23,9 +23,9 @@ write_basic_package_version_file("${CMAKE_BINARY_DIR}/packaging/ZorvaneConfigVer
 install(FILES "${CMAKE_BINARY_DIR}/packaging/ZorvaneConfig.cmake"
   "${CMAKE_BINARY_DIR}/packaging/ZorvaneConfigVersion.cmake"
   DESTINATION lib/cmake/Zorvane COMPONENT runtime)
-install(FILES client/c/zorvaneclient.def DESTINATION lib COMPONENT runtime)
+install(FILES kit/zorvaneclient.def DESTINATION lib COMPONENT runtime)
 install(DIRECTORY client DESTINATION . COMPONENT runtime
-  FILES_MATCHING PATTERN "*.h" PATTERN "*.cpp" PATTERN "c" EXCLUDE)
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.cpp")
 set(base_files ${ZORVANE_PACKAGED_SOURCES})
 list(FILTER base_files INCLUDE REGEX "^base/")
 list(TRANSFORM base_files REPLACE "\\.cpp$" ".h" OUTPUT_VARIABLE base_headers)
@@ -34,8 +34,26 @@ install(DIRECTORY examples/ packaging/examples/ DESTINATION examples COMPONENT r
   FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.js" PATTERN "*.py" PATTERN "*.cs"
   PATTERN "*.rs" PATTERN "*.md")
 install(FILES packaging/examples/CMakeLists.txt DESTINATION examples COMPONENT runtime)
-install(FILES docs/protocol.md docs/support.md docs/zorvanemon.md
-  DESTINATION docs COMPONENT runtime)
+set(packaged_pages debugging protocol support zorvanemon)
+foreach(page ${packaged_pages})
+  install(FILES "docs/${page}.md" DESTINATION docs COMPONENT runtime)
+endforeach()
+# The same for browsers, where the build machine can make it; scripts/package installs what it takes.
+find_program(ZORVANE_CMARK cmark-gfm)
+if(ZORVANE_CMARK)
+  foreach(page ${packaged_pages})
+    set(html "${CMAKE_BINARY_DIR}/packaging/docs/${page}.html")
+    add_custom_command(OUTPUT "${html}"
+      COMMAND ${CMAKE_COMMAND} -D "CMARK=${ZORVANE_CMARK}" -D "PAGE=${CMAKE_SOURCE_DIR}/docs/${page}.md"
+              -D "HTML=${html}" -P "${CMAKE_SOURCE_DIR}/cmake/HtmlPage.cmake"
+      DEPENDS "docs/${page}.md" cmake/HtmlPage.cmake
+      VERBATIM)
+    list(APPEND html_pages "${html}")
+  endforeach()
+  add_custom_target(html_pages DEPENDS ${html_pages})
+  add_dependencies(packaged html_pages)
+  install(FILES ${html_pages} DESTINATION docs COMPONENT runtime OPTIONAL)
+endif()
 
 foreach(target Zorvane zorvaneclient zorvanehost zorvanemon Platform)
   install(FILES $<TARGET_FILE:${target}>.debug DESTINATION . COMPONENT debug)

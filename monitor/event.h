@@ -44,9 +44,10 @@ struct WarningEvent {
     bool over = true;
 };
 
-using EventBody = std::variant<StartEvent, WorkerStartEvent, HelloEvent, GpuStatic, GpuReading,
-                               CpuTemperature, ErrorEvent, MissingEvent, StaleEvent, FreshEvent,
-                               GpuLostEvent, GpuBackEvent, WarningEvent, NoticeEvent, ExitEvent>;
+using EventBody =
+    std::variant<StartEvent, WorkerStartEvent, HelloEvent, GpuStatic, GpuReading, CpuTemperature,
+                 CpuUnreadEvent, ErrorEvent, MissingEvent, StaleEvent, FreshEvent, GpuLostEvent,
+                 GpuBackEvent, WarningEvent, NoticeEvent, ExitEvent>;
 
 struct Event {
     /** When it happened; a recording keeps it. */

@@ -12,6 +12,13 @@ std::string NameOf(const GpuId& gpu) {
                      : fmt::format("GPU {}", gpu.index);
 }
 
+std::string NameOfMissing(const std::string& what) {
+    if (what == "gpu") {
+        return "NVIDIA GPU";
+    }
+    return what == "cpu" ? "CPU temperature" : what;
+}
+
 struct CSentenceMaker {
     Sentence operator()(const ErrorEvent& event) const {
         const std::string more =
@@ -21,7 +28,8 @@ struct CSentenceMaker {
     }
 
     Sentence operator()(const MissingEvent& event) const {
-        return event.remedy.empty() ? event.text : event.text + " " + event.remedy;
+        const std::string what = "no " + NameOfMissing(event.what) + ": " + event.text;
+        return event.remedy.empty() ? what : what + " " + event.remedy;
     }
 
     Sentence operator()(const StaleEvent& event) const {

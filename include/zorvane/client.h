@@ -73,7 +73,8 @@ enum {
     kZorvaneEventGpuStatic = 3,
     /** Readings of a GPU, once a second: gpu, without its static members. */
     kZorvaneEventGpu = 4,
-    /** The CPU's temperature, once a second: cpuTemperatureCelsius. */
+    /** The CPU's temperature, once a second: cpuTemperatureCelsius. Not valid: it was reported as
+     * something that is none; what was shown before no longer holds. */
     kZorvaneEventCpu = 5,
     /** Something came that was not understood or not believed: fault, id, text, leftOut. */
     kZorvaneEventError = 6,

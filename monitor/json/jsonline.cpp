@@ -90,6 +90,12 @@ class CLineMaker {
         return line;
     }
 
+    Json operator()(const CpuUnreadEvent&) const {
+        Json line = Begin("cpu");
+        line["temperature_celsius"] = nullptr;
+        return line;
+    }
+
     Json operator()(const ErrorEvent& event) const {
         Json line = Begin("error");
         line["cause"] = FaultName(event.error.fault);

@@ -143,7 +143,8 @@ EventBody ReadReading(const Json& line) {
 }
 
 EventBody ReadCpu(const Json& line) {
-    return CpuTemperature{Get<int>(line, "temperature_celsius")};
+    const auto celsius = GetOrNull<int>(line, "temperature_celsius");
+    return celsius ? EventBody(CpuTemperature{*celsius}) : EventBody(CpuUnreadEvent());
 }
 
 EventBody ReadError(const Json& line) {
@@ -219,7 +220,8 @@ constexpr Reader kReaders[] = {
      }},
     {"worker_exit", &ReadExit},
 };
-static_assert(std::size(kReaders) == std::variant_size_v<EventBody>);
+// One type of lines has two kinds of events: a CPU temperature, and one that could not be read.
+static_assert(std::size(kReaders) + 1 == std::variant_size_v<EventBody>);
 
 Event Read(const Json& line) {
     if (!line.is_object()) {

@@ -113,6 +113,8 @@ void CMachineModel::ApplyBody(const CpuTemperature& temperature, UtcTime time) {
     m_cpu = CpuRow{temperature, time};
 }
 
+void CMachineModel::ApplyBody(const CpuUnreadEvent&, UtcTime) { m_cpu.reset(); }
+
 void CMachineModel::ApplyBody(const MissingEvent& missing, UtcTime) {
     m_missing[missing.what] = missing;
 }

@@ -79,6 +79,7 @@ class CMachineModel {
     void ApplyBody(const GpuStatic& fixed, UtcTime time);
     void ApplyBody(const GpuReading& reading, UtcTime time);
     void ApplyBody(const CpuTemperature& temperature, UtcTime time);
+    void ApplyBody(const CpuUnreadEvent& unread, UtcTime time);
     void ApplyBody(const MissingEvent& missing, UtcTime time);
     void ApplyBody(const StaleEvent& stale, UtcTime time);
     void ApplyBody(const FreshEvent& fresh, UtcTime time);

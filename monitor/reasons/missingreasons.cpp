@@ -25,12 +25,13 @@ void Consider(const Explanation& explanation, std::optional<Explanation>& missin
 
 void CRunDiagnosis::Add(const LogLine& line) {
     if (IsRunStart(line)) {
-        m_missing = {};
+        *this = CRunDiagnosis();
     }
     const std::optional<Explanation> explanation = ExplainLine(line.source, line.message);
     if (!explanation) {
         return;
     }
+    NoteProgress(*explanation);
     const Concern concern = explanation->concern;
     if (concern != Concern::kGpu) {
         Consider(*explanation, m_missing.cpu);
@@ -38,6 +39,26 @@ void CRunDiagnosis::Add(const LogLine& line) {
     if (concern == Concern::kGpu || concern == Concern::kWorker) {
         Consider(*explanation, m_missing.gpu);
     }
+}
+
+void CRunDiagnosis::NoteProgress(const Explanation& explanation) {
+    // The first line of a cycle, and the first of the end. Without a GPU a cycle has no line of its
+    // own; then the worker has said that it has none.
+    m_hasStarted =
+        m_hasStarted || explanation.id == "gpu.cycle" || explanation.id == "worker.tasks_end" ||
+        (explanation.concern == Concern::kWorker && explanation.kind == ReasonKind::kCause);
+    if (explanation.kind == ReasonKind::kConsequence) {
+        m_hasNoCpu = m_hasNoCpu || explanation.concern == Concern::kCpu;
+        m_hasNoGpu = m_hasNoGpu || explanation.concern == Concern::kGpu;
+    }
+}
+
+MissingReadings CRunDiagnosis::Settled() const {
+    const auto isSettled = [this](const std::optional<Explanation>& missing, bool hasNone) {
+        return missing && (hasNone || (m_hasStarted && missing->kind == ReasonKind::kCause));
+    };
+    return {.cpu = isSettled(m_missing.cpu, m_hasNoCpu) ? m_missing.cpu : std::nullopt,
+            .gpu = isSettled(m_missing.gpu, m_hasNoGpu) ? m_missing.gpu : std::nullopt};
 }
 
 MissingReadings FindMissingReadings(std::span<const LogLine> run) {

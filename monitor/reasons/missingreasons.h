@@ -26,8 +26,21 @@ class CRunDiagnosis {
 
     const MissingReadings& Missing() const { return m_missing; }
 
+    /**
+     * The same without what may still turn out otherwise: while a worker starts, one thing that
+     * fails is often made good by another.
+     */
+    MissingReadings Settled() const;
+
   private:
+    void NoteProgress(const Explanation& explanation);
+
     MissingReadings m_missing;
+    /** Whether the worker has finished its start, in whatever way. */
+    bool m_hasStarted = false;
+    /** Whether it has said that it will not read this. */
+    bool m_hasNoCpu = false;
+    bool m_hasNoGpu = false;
 };
 
 /** The same for the lines of one run, as LatestRun gives them. */

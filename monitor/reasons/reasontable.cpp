@@ -249,7 +249,7 @@ constexpr SpecialCase kSpecialCases[] = {
      "The worker found no stub window for its first message, so it ends within five seconds.",
      "Pass the window's handle to --wnd in decimal, and keep the window until the worker has "
      "ended."},
-    {"nvml.count", 0, kCause, "no NVIDIA GPU", "NVML works and sees no GPU.",
+    {"nvml.count", 0, kCause, "NVML sees none", "NVML works and sees no GPU.",
      "Check in Device Manager that the card is present, enabled and without a warning sign."},
     {"driver.open", 1060, kHealthy, "",
      "The driver's service is not installed yet, as at every first start; the worker installs it.",
@@ -258,6 +258,9 @@ constexpr SpecialCase kSpecialCases[] = {
      "The driver's service is marked for deletion; the worker tries to start it as it is.", ""},
     {"driver.create", 1073, kInformational, "",
      "The driver's service exists already; the worker starts it.", ""},
+    {"driver.reopen", 1060, kCause, "AMD's driver cannot be installed",
+     "The driver's service was marked for deletion, and has gone meanwhile.",
+     "Start the worker again."},
     {"driver.service", 6, kConsequence, "AMD's driver does not start",
      "The driver's service could not be created; the log says why before this line.", ""},
     {"driver.delete_manager", 5, kInformational, "",

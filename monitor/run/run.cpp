@@ -138,7 +138,8 @@ void CRun::End(EndReason reason) {
 
 void CRun::OnEvent(const Event& event) {
     const bool isReading = std::holds_alternative<GpuReading>(event.body) ||
-                           std::holds_alternative<CpuTemperature>(event.body);
+                           std::holds_alternative<CpuTemperature>(event.body) ||
+                           std::holds_alternative<CpuUnreadEvent>(event.body);
     // When the run is over, what still comes belongs to a round that nobody asked for.
     if (m_ending && (isReading || std::holds_alternative<GpuStatic>(event.body))) {
         return;

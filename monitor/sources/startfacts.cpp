@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "base/modulepath.h"
 #include "base/text.h"
 
 namespace zorvane {
@@ -19,14 +20,6 @@ std::string ComputerName() {
     }
     name.resize(length);
     return ToUtf8(name);
-}
-
-// The library that the host loads by default.
-std::wstring LibraryPath(const WorkerCommand& worker) {
-    if (!worker.libraryPath.empty()) {
-        return worker.libraryPath;
-    }
-    return worker.host.substr(0, worker.host.find_last_of(L"\\/") + 1) + L"Zorvane.dll";
 }
 
 std::optional<std::string> FileVersion(const std::wstring& path) {
@@ -63,7 +56,7 @@ StartEvent MakeStart(const WorkerCommand& worker) {
     constexpr size_t kSentBack = kWireTextLength - 1;
     StartEvent start;
     start.toolVersion = ZORVANE_VERSION;
-    start.libraryVersion = FileVersion(LibraryPath(worker));
+    start.libraryVersion = FileVersion(ExpectedLibrary(worker));
     start.simulated = IsSimulated(worker);
     start.host = ComputerName();
     start.entry = ToUtf8(worker.entry.substr(0, kSentBack));

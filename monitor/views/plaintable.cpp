@@ -13,4 +13,10 @@ void CPlainTableView::OnRound(const CMachineModel& model) {
     m_output.Write(text);
 }
 
+void CPlainTableView::OnEnd(const CMachineModel& model) {
+    if (m_isFirst && !model.Missing().empty()) {
+        OnRound(model);
+    }
+}
+
 }  // namespace zorvane

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <sstream>
 
 #include "base/text.h"
 #include "monitor/moment.h"
@@ -184,18 +185,16 @@ std::string WorkerLine(const CMachineModel& model) {
                        DriverVersion(model));
 }
 
-// What is missing, with the reason if there is one.
-std::string Because(const CMachineModel& model, const std::string& what) {
+// Why it is missing, in a few words; empty where that is not known.
+std::string Brief(const CMachineModel& model, const std::string& what) {
     const auto reason = model.Missing().find(what);
-    return reason == model.Missing().end() || reason->second.brief.empty()
-               ? std::string()
-               : fmt::format(" ({})", Harmless(ToWide(reason->second.brief)));
+    return reason == model.Missing().end() ? std::string() : Harmless(ToWide(reason->second.brief));
 }
 
 std::vector<std::string> GpuLines(const CMachineModel& model, size_t width) {
     if (model.Gpus().empty()) {
-        const std::string reason = Because(model, "gpu");
-        return {"No NVIDIA GPU has been reported" + (reason.empty() ? "." : reason)};
+        const std::string brief = Brief(model, "gpu");
+        return {brief.empty() ? "No NVIDIA GPU has been reported." : "No NVIDIA GPU: " + brief};
     }
     std::vector<FilledColumn> columns;
     for (const Column& column : kColumns) {
@@ -213,7 +212,53 @@ std::string CpuLine(const CMachineModel& model) {
     if (model.Cpu()) {
         return fmt::format("CPU temperature: {} C", model.Cpu()->temperature.celsius);
     }
-    return fmt::format("CPU temperature: {}{}", kNotRead, Because(model, kCpuSource));
+    const std::string brief = Brief(model, kCpuSource);
+    return fmt::format("CPU temperature: {}{}", kNotRead,
+                       brief.empty() ? "" : fmt::format(" ({})", brief));
+}
+
+// Breaks the text at blanks. The lines after the first are set in as far as the heading is long.
+std::vector<std::string> Wrapped(const std::string& heading, const std::string& text,
+                                 size_t width) {
+    std::vector<std::string> lines{heading};
+    const std::string indent(Length(heading), ' ');
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        std::string& line = lines.back();
+        const bool isFirst = Length(line) == indent.size();
+        if (!isFirst && width - std::min(width, Length(line)) <= Length(word)) {
+            lines.push_back(indent + word);
+            continue;
+        }
+        line += (isFirst ? "" : " ") + word;
+    }
+    return lines;
+}
+
+// The reasons as sentences, with what to do, for what the table above shows as not read.
+std::vector<std::string> ReasonLines(const CMachineModel& model, size_t width) {
+    struct Part {
+        const char* what;
+        const char* heading;
+        bool isMissing;
+    };
+    const bool lacksGpus = model.Gpus().empty();
+    const bool lacksCpu = !model.Cpu();
+    const Part parts[] = {
+        {"gpu", "  GPU: ", lacksGpus},
+        {"cpu", "  CPU: ", lacksCpu},
+        {"log", "  Log: ", lacksGpus || lacksCpu},
+    };
+    std::vector<std::string> lines;
+    for (const Part& part : parts) {
+        const auto reason = model.Missing().find(part.what);
+        if (part.isMissing && reason != model.Missing().end()) {
+            const std::string text = reason->second.text + " " + reason->second.remedy;
+            const auto wrapped = Wrapped(part.heading, Harmless(ToWide(text)), width);
+            lines.insert(lines.end(), wrapped.begin(), wrapped.end());
+        }
+    }
+    return lines;
 }
 
 }  // namespace
@@ -227,6 +272,8 @@ std::vector<std::string> RenderTable(const CMachineModel& model, size_t width) {
     std::vector<std::string> lines = GpuLines(model, width);
     lines.insert(lines.begin(), WorkerLine(model));
     lines.push_back(CpuLine(model));
+    const std::vector<std::string> reasons = ReasonLines(model, width);
+    lines.insert(lines.end(), reasons.begin(), reasons.end());
     for (std::string& line : lines) {
         line = Cut(line, width);
     }

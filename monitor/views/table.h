@@ -13,9 +13,10 @@ namespace zorvane {
 constexpr size_t kAnyWidth = static_cast<size_t>(-1);
 
 /**
- * The lines of the table, in UTF-8 and without line ends: the worker, one line for each GPU, and
- * the CPU temperature. Columns that do not fit into `width` characters are left out, the least
- * telling first; lines that are still too long are cut.
+ * The lines of the table, in UTF-8 and without line ends: the worker, one line for each GPU, the
+ * CPU temperature, and why something is missing and what to do about it. Columns that do not fit
+ * into `width` characters are left out, the least telling first; lines that are still too long are
+ * cut.
  */
 std::vector<std::string> RenderTable(const CMachineModel& model, size_t width);
 

@@ -52,5 +52,6 @@ TEST(Demo, ServesProgramsOnTheClientLibrary) {
                                              "GPU \\d+ %  \\d+ C  fan \\d+ %"));
     const std::string text = stub.Output();
     EXPECT_GE(std::count(text.begin(), text.end(), '\n'), 10);
+    EXPECT_THAT(stub.Errors(), HasSubstr("missing  ")) << "the CPU temperature, with the reason";
     EXPECT_THAT(stub.Errors(), HasSubstr("worker_exit  ended in order (0)"));
 }

@@ -2,10 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-#include <sstream>
-
-#include "tests/e2e/simulatedmachine.h"
+#include "tests/e2e/monitor.h"
 #include "tests/support/records.h"
 
 using testing::ElementsAre;
@@ -18,22 +15,16 @@ class Monitor : public testing::Test {
     // Runs zorvanemon on a machine to its end; its exit code.
     std::optional<DWORD> RunMonitor(const MachineParts& parts, const std::wstring& words) {
         m_machine = std::make_unique<CSimulatedMachine>(parts);
-        m_monitor = std::make_unique<CChildProcess>(
-            BuildFolder(L"bin") + L"\\zorvanemon.exe",
-            L"--stale-after 600 --host \"" + m_machine->Host() + L"\" " + words,
-            m_machine->Environment());
+        m_monitor = StartMonitor(*m_machine, L"--stale-after 600 " + words);
         return m_monitor->Wait();
     }
 
     std::vector<nlohmann::json> Lines() const {
-        std::vector<nlohmann::json> lines;
-        std::istringstream text(m_monitor->Output());
-        for (std::string line; std::getline(text, line);) {
-            lines.push_back(nlohmann::json::parse(line));
-        }
-        // Where the readings come from is not what these tests are about.
+        std::vector<nlohmann::json> lines = JsonLines(*m_monitor);
+        // Where the readings come from, and why others do not, is not what these tests are about.
         std::erase_if(lines, [](const nlohmann::json& line) {
-            return line["type"] == "start" || line["type"] == "worker_start";
+            return line["type"] == "start" || line["type"] == "worker_start" ||
+                   line["type"] == "missing";
         });
         return lines;
     }

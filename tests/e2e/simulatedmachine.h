@@ -35,6 +35,7 @@ class CSimulatedMachine {
     std::wstring Host() const { return m_host; }
     std::vector<zorvane::EnvironmentChange> Environment() const;
 
+    const std::wstring& Folder() const { return m_folder.Path(); }
     std::wstring LogPath() const { return m_folder.PathOf(L"Log\\Qorvella_HardwareDll.log"); }
     std::wstring SettingsPath() const { return m_folder.PathOf(L"Qorvella.set"); }
     std::wstring DriverPath() const { return m_folder.PathOf(L"AMDRyzenMasterDriver.sys"); }

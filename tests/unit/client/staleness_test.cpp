@@ -27,7 +27,7 @@ TEST(StalenessTest, TellsASilenceOnceWhenItIsTooLong) {
     CStaleness staleness({5s, 30s});
     staleness.Begin(At(0));
     staleness.OnReading(TimeOfTest(2));
-    staleness.OnRound();
+    staleness.OnRound(At(0));
     EXPECT_EQ(CheckUntil(staleness, 1, 20), 5);
     EXPECT_FALSE(staleness.IsHopeless());
 }
@@ -51,21 +51,35 @@ TEST(StalenessTest, BeginsAnewWithEachRoundButNotWithASingleReading) {
     CStaleness staleness({5s, 30s});
     staleness.Begin(At(0));
     EXPECT_FALSE(CheckUntil(staleness, 1, 4));
-    staleness.OnRound();
+    staleness.OnRound(At(4));
     EXPECT_FALSE(CheckUntil(staleness, 5, 8));
     staleness.OnReading(TimeOfTest(8));
     EXPECT_TRUE(staleness.Check(At(9)));
 }
 
+// The checks, once a second, need not fall together with the rounds.
+TEST(StalenessTest, CountsFromTheRoundAndNotFromTheCheckBeforeIt) {
+    CStaleness staleness({2s, 30s});
+    staleness.Begin(At(0));
+    for (int second = 1; second <= 10; ++second) {
+        Moment now = At(second);
+        now.tick -= 10ms;
+        staleness.OnRound(now);
+        EXPECT_FALSE(staleness.Check(At(second))) << second;
+    }
+    EXPECT_FALSE(staleness.Check(At(11)));
+    EXPECT_TRUE(staleness.Check(At(12)));
+}
+
 TEST(StalenessTest, TellsWhenARoundHasComeAgain) {
     CStaleness staleness({5s, 30s});
     staleness.Begin(At(0));
-    EXPECT_FALSE(staleness.OnRound());
+    EXPECT_FALSE(staleness.OnRound(At(0)));
     CheckUntil(staleness, 1, 10);
-    const auto fresh = staleness.OnRound();
+    const auto fresh = staleness.OnRound(At(10));
     ASSERT_TRUE(fresh);
     EXPECT_EQ(fresh->since, TimeOfTest(0));
-    EXPECT_FALSE(staleness.OnRound());
+    EXPECT_FALSE(staleness.OnRound(At(10)));
     EXPECT_EQ(CheckUntil(staleness, 11, 20), 15);
 }
 
@@ -78,6 +92,17 @@ TEST(StalenessTest, GivesTheWorkerUpAfterTheLongerLimit) {
     EXPECT_TRUE(staleness.IsHopeless());
     staleness.Begin(At(31));
     EXPECT_FALSE(staleness.IsHopeless());
+}
+
+TEST(StalenessTest, GivesNoWorkerUpThatGivesASign) {
+    CStaleness staleness({5s, 30s});
+    staleness.Begin(At(0));
+    EXPECT_EQ(CheckUntil(staleness, 1, 20), 5);
+    staleness.OnSign(At(20));
+    EXPECT_FALSE(CheckUntil(staleness, 21, 49));
+    EXPECT_FALSE(staleness.IsHopeless());
+    staleness.Check(At(50));
+    EXPECT_TRUE(staleness.IsHopeless());
 }
 
 TEST(StalenessTest, DoesNotTakeAComputersSleepForSilence) {

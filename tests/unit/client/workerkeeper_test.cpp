@@ -78,12 +78,6 @@ TEST_F(WorkerKeeperTest, TellsWhatAWorkerReportsAndItsEnd) {
     EXPECT_TRUE(std::get<ExitEvent>(m_events[6].body).exit.asked);
 }
 
-TEST_F(WorkerKeeperTest, TellsAFurtherHelloToNobody) {
-    Start({L"hello", L"hello", L"gpu:0"});
-    ASSERT_TRUE(WaitFor<GpuReading>());
-    EXPECT_EQ(All<HelloEvent>().size(), 1u);
-}
-
 TEST_F(WorkerKeeperTest, TellsWhyAWorkerCannotBeStarted) {
     m_options.worker.host = L"Z:\\missing.exe";
     m_keeper = std::make_unique<CWorkerKeeper>(
@@ -118,10 +112,27 @@ TEST_F(WorkerKeeperTest, TellsAHostThatReportsAFailure) {
     EXPECT_FALSE(All<ExitEvent>()[0].restartIn);
 }
 
-TEST_F(WorkerKeeperTest, SaysThatNothingCouldBeRead) {
+TEST_F(WorkerKeeperTest, TellsAWorkerThatEndsByItself) {
     Start({L"hello", L"exit:0"});
-    ASSERT_TRUE(EndsWith(SessionEnd::kWorkerEnded));
-    EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.nothing_read");
+    EXPECT_TRUE(EndsWith(SessionEnd::kWorkerEnded));
+}
+
+TEST_F(WorkerKeeperTest, TakesAWorkerForALiveOneWhoseOnlySourceSaysNonsense) {
+    Start({L"hello", L"cpu:{\"CpuTemp\":999}", L"cpu:{\"CpuTemp\":999}"});
+    EXPECT_TRUE(WaitFor<CpuUnreadEvent>(2));
+    EXPECT_EQ(All<ErrorEvent>().size(), 1u);
+}
+
+TEST_F(WorkerKeeperTest, AnnouncesEveryStart) {
+    int starts = 0;
+    m_options.beforeStart = [&] {
+        ++starts;
+        EXPECT_TRUE(starts > 1 || m_events.empty());
+    };
+    Start({L"hello", L"crash"});
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    Pass(1);
+    EXPECT_EQ(starts, 2);
 }
 
 TEST_F(WorkerKeeperTest, TellsASilenceAndItsEnd) {

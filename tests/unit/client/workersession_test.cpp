@@ -18,6 +18,7 @@ class CRecorder : public IWorkerListener {
     void OnGpuStatic(const GpuStatic& fixed) override { statics.push_back(fixed); }
     void OnGpuReading(const GpuReading& reading) override { readings.push_back(reading); }
     void OnCpuTemperature(const CpuTemperature& value) override { cpus.push_back(value.celsius); }
+    void OnCpuUnread() override { ++unreadCpus; }
     void OnPayloadError(const PayloadError& error) override { faults.push_back(error.fault); }
     void OnStopStep(StopStep step, const std::string& reason) override {
         steps.push_back(step);
@@ -29,6 +30,7 @@ class CRecorder : public IWorkerListener {
     std::vector<GpuStatic> statics;
     std::vector<GpuReading> readings;
     std::vector<int> cpus;
+    int unreadCpus = 0;
     std::vector<PayloadFault> faults;
     Steps steps;
     std::vector<std::string> reasons;
@@ -146,6 +148,7 @@ TEST_F(WorkerSessionTest, TakesTheStubWindowAtOnceWhenTheStopMessageIsKeptFromTh
                  });
     m_session->Stop();
     EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken}));
+    EXPECT_TRUE(m_told.reasons[1].starts_with("the worker has more rights than this program"));
     ASSERT_TRUE(WaitForExit());
     EXPECT_EQ(m_told.exits[0].code, 0u);
 }
@@ -164,6 +167,18 @@ TEST_F(WorkerSessionTest, WaitsOnWhenTheStopMessageTimesOut) {
     EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
     ASSERT_TRUE(WaitForExit());
     EXPECT_EQ(m_told.steps, Steps{StopStep::kAsked});
+}
+
+// The library that the fake worker has loaded, not the path that was asked for. It has ended before
+// its hello is handed out.
+TEST_F(WorkerSessionTest, KnowsWhichLibraryTheWorkerHasLoaded) {
+    WorkerCommand command = FakeWorker({L"hello", L"exit:0"});
+    command.libraryPath = L"nowhere\\KERNEL32.dll";
+    m_session = std::make_unique<CWorkerSession>(m_told, kPatient);
+    ASSERT_FALSE(m_session->Start(command));
+    EXPECT_EQ(m_session->LibraryPath(), L"");
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_session->LibraryPath(), ModulePath(GetModuleHandleW(L"kernel32.dll")));
 }
 
 TEST_F(WorkerSessionTest, TellsThatAWorkerCrashed) {
@@ -281,10 +296,12 @@ TEST_F(WorkerSessionTest, StopsNothingWhenNoWorkerRuns) {
 }
 
 TEST_F(WorkerSessionTest, TellsNoTemperatureThatCannotBe) {
-    Start({L"hello", LR"(cpu:{"CpuTemp":-2147483648})", LR"(cpu:{"CpuTemp":47})"});
+    Start({L"hello", LR"(cpu:{"CpuTemp":-2147483648})", L"rawcpu:x", LR"(cpu:{"CpuTemp":47})"});
     ASSERT_TRUE(PumpUntil([this] { return !m_told.cpus.empty(); }));
     EXPECT_EQ(m_told.cpus, std::vector<int>{47});
-    EXPECT_EQ(m_told.faults, std::vector<PayloadFault>{PayloadFault::kImplausible});
+    EXPECT_EQ(m_told.faults, (std::vector<PayloadFault>{PayloadFault::kImplausible,
+                                                        PayloadFault::kNotTerminated}));
+    EXPECT_EQ(m_told.unreadCpus, 2);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "client/c/eventqueue.h"
+#include "kit/eventqueue.h"
 
 #include <gtest/gtest.h>
 
@@ -67,6 +67,16 @@ TEST(EventQueueTest, KeepsTheNewestStaticRecordOfEachGpu) {
     queue.Push(Static(0, L"new"));
     EXPECT_EQ(Next(queue), "static 1");
     EXPECT_EQ(Next(queue), "static 0 new");
+    EXPECT_EQ(Next(queue), "");
+}
+
+TEST(EventQueueTest, KeepsTheNewestHello) {
+    CEventQueue queue(2);
+    queue.Push({{{}, HelloEvent{}}, 1});
+    queue.Push(Notice("a"));
+    queue.Push({{{}, HelloEvent{}}, 2});
+    EXPECT_EQ(Next(queue), "a");
+    EXPECT_EQ(queue.Pop(0).value().workerId, 2u);
     EXPECT_EQ(Next(queue), "");
 }
 

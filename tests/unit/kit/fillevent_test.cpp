@@ -1,4 +1,4 @@
-#include "client/c/fillevent.h"
+#include "kit/fillevent.h"
 
 #include <gtest/gtest.h>
 

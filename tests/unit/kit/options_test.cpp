@@ -1,4 +1,4 @@
-#include "client/c/options.h"
+#include "kit/options.h"
 
 #include <gtest/gtest.h>
 

@@ -48,21 +48,14 @@ std::map<std::string, Keys> DocumentedKeys() {
 
 TEST(DocumentedKeysTest, AreThoseOfTheLines) {
     const EventBody bodies[] = {
-        StartEvent(),
-        WorkerStartEvent(),
-        HelloEvent(),
-        GpuStatic(),
-        GpuReading(),
-        CpuTemperature(),
-        ErrorEvent(),
-        MissingEvent(),
-        StaleEvent(),
-        FreshEvent(),
-        GpuLostEvent(),
-        GpuBackEvent(),
-        WarningEvent{"gpu.temp", GpuId(), 1, 2, true},
-        NoticeEvent(),
-        ExitEvent(),
+        StartEvent(),     WorkerStartEvent(),
+        HelloEvent(),     GpuStatic(),
+        GpuReading(),     CpuTemperature(),
+        CpuUnreadEvent(), ErrorEvent(),
+        MissingEvent(),   StaleEvent(),
+        FreshEvent(),     GpuLostEvent(),
+        GpuBackEvent(),   WarningEvent{"gpu.temp", GpuId(), 1, 2, true},
+        NoticeEvent(),    ExitEvent(),
     };
     static_assert(std::size(bodies) == std::variant_size_v<EventBody>);
     std::map<std::string, Keys> written;

@@ -90,6 +90,7 @@ TEST(JsonLineTest, WritesNullForWhatCouldNotBeRead) {
 
 TEST(JsonLineTest, WritesACpuTemperature) {
     EXPECT_EQ(LineOf(CpuTemperature{-5}), Begin("cpu") + R"("temperature_celsius":-5})");
+    EXPECT_EQ(LineOf(CpuUnreadEvent()), Begin("cpu") + R"("temperature_celsius":null})");
 }
 
 TEST(JsonLineTest, WritesAnErrorWithItsCause) {

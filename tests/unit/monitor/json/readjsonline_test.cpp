@@ -61,6 +61,7 @@ TEST(ReadJsonLineTest, ReadsWhatIsWritten) {
         FullReading(),
         bare,
         CpuTemperature{-5},
+        CpuUnreadEvent(),
         ErrorEvent{{PayloadFault::kImplausible, "text"}, 3},
         MissingEvent{"cpu", "id", "brief", "text", "do"},
         StaleEvent{TimeOfTest(-6)},

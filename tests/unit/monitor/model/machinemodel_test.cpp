@@ -74,6 +74,13 @@ TEST(MachineModelTest, ForgetsTheReadingsOfSourcesThatFellSilent) {
     EXPECT_TRUE(model.Gpus().at("00000000:0A:00.0").latest);
 }
 
+TEST(MachineModelTest, ForgetsTheCpuTemperatureBeforeOneThatCouldNotBeRead) {
+    CMachineModel model;
+    model.Apply(EventAt(0, CpuTemperature{47}));
+    model.Apply(EventAt(1, CpuUnreadEvent()));
+    EXPECT_FALSE(model.Cpu());
+}
+
 TEST(MachineModelTest, KeepsTheCpuTemperatureOfARoundThatHasOne) {
     CMachineModel model;
     model.Apply(EventAt(0, CpuTemperature{47}));

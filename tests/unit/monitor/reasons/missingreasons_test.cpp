@@ -12,7 +12,7 @@ namespace {
 
 using SourceAndMessage = std::pair<const char*, const char*>;
 
-MissingReadings MissingIn(const std::vector<SourceAndMessage>& messages) {
+CRunDiagnosis DiagnosisOf(const std::vector<SourceAndMessage>& messages) {
     CRunDiagnosis diagnosis;
     for (const auto& [source, message] : messages) {
         LogLine line;
@@ -21,7 +21,11 @@ MissingReadings MissingIn(const std::vector<SourceAndMessage>& messages) {
         line.level = *source ? "I" : "";
         diagnosis.Add(line);
     }
-    return diagnosis.Missing();
+    return diagnosis;
+}
+
+MissingReadings MissingIn(const std::vector<SourceAndMessage>& messages) {
+    return DiagnosisOf(messages).Missing();
 }
 
 std::string IdOf(const std::optional<Explanation>& missing) { return missing ? missing->id : ""; }
@@ -136,4 +140,46 @@ TEST(MissingReasons, AreFoundInParsedLines) {
         "11-16 00:10:05.123 [ 4242][    1][E][I][ 109][nvmlinfotask] "
         "CNvmlInfoTask::Init file not exist. C:\\Nvml.dll\r\n");
     EXPECT_EQ(IdOf(FindMissingReadings(lines).gpu), "nvml.path");
+}
+
+TEST(MissingReasons, AreNotSettledWhileTheWorkerStillTries) {
+    std::vector<SourceAndMessage> lines = {
+        {"zorvaneprocess", "add NvmlInfoTask"},
+        {"utility", "C:\\x.sys Service not running. 1275"},
+        {"amdsdktask", "Unable to install driver AMDRyzenMasterDriver.sys"},
+    };
+    EXPECT_EQ(CpuReason(lines), "driver.service.1275");
+    EXPECT_FALSE(DiagnosisOf(lines).Settled().cpu);
+    lines.push_back({"zorvaneprocess", "add AmdSdkTask failed"});
+    EXPECT_EQ(IdOf(DiagnosisOf(lines).Settled().cpu), "driver.service.1275");
+    EXPECT_FALSE(DiagnosisOf(lines).Settled().gpu);
+    lines.push_back({"", "-------log start"});
+    EXPECT_FALSE(DiagnosisOf(lines).Settled().cpu);
+}
+
+TEST(MissingReasons, AreSettledWithTheFirstCycleWhereNothingElseIsSaid) {
+    std::vector<SourceAndMessage> lines = {{"zorvaneprocess", "sdk_flag is off..."}};
+    EXPECT_FALSE(DiagnosisOf(lines).Settled().cpu);
+    for (const SourceAndMessage& sign : {SourceAndMessage{"nvmlinfotask", "NVML gpu count:1"},
+                                         {"zorvaneprocess", "ZorvaneProcess Uninit. size:1"}}) {
+        std::vector<SourceAndMessage> started = lines;
+        started.push_back(sign);
+        EXPECT_EQ(IdOf(DiagnosisOf(started).Settled().cpu), "amd.switched_off");
+    }
+}
+
+TEST(MissingReasons, AreNotSettledBeforeTheOtherWayToReadWasTried) {
+    std::vector<SourceAndMessage> lines = {{"zorvaneprocess", "add AmdSdkTask"},
+                                           {"nvmlinfotask", "NVML gpu count:1"},
+                                           {"amdsdktask", "GetPMTableData failed"}};
+    EXPECT_EQ(CpuReason(lines), "amd.pm_table");
+    EXPECT_FALSE(DiagnosisOf(lines).Settled().cpu);
+    lines.push_back({"amdsdktask", "temp is 0"});
+    EXPECT_EQ(IdOf(DiagnosisOf(lines).Settled().cpu), "amd.pm_table");
+}
+
+TEST(MissingReasons, AreSettledForAWorkerThatCannotStart) {
+    const CRunDiagnosis diagnosis = DiagnosisOf({{"msgloopthread", "Create MsgLoopWnd failed."}});
+    EXPECT_EQ(IdOf(diagnosis.Settled().cpu), "worker.window");
+    EXPECT_EQ(IdOf(diagnosis.Settled().gpu), "worker.window");
 }

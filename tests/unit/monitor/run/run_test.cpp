@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "tests/support/importpatch.h"
 #include "tests/unit/monitor/readings.h"
 
 namespace zorvane {
@@ -34,10 +35,15 @@ class CListSource : public ISource {
         return std::chrono::milliseconds(0);
     }
 
-    void Stop() override { m_end = m_reason; }
+    void Stop() override {
+        if (--m_stopsNeeded <= 0) {
+            m_end = m_reason;
+        }
+    }
     std::optional<EndReason> End() const override { return m_end; }
 
     void RunOn() { m_runsOn = true; }
+    void EndAfterStops(int count) { m_stopsNeeded = count; }
 
   private:
     std::vector<Event> m_events;
@@ -45,6 +51,7 @@ class CListSource : public ISource {
     IEventSink* m_sink = nullptr;
     size_t m_next = 0;
     bool m_runsOn = false;
+    int m_stopsNeeded = 1;
     std::optional<EndReason> m_end;
 };
 
@@ -72,7 +79,7 @@ class CRecordingView : public IView {
     std::optional<ViewFailure> failure;
 };
 
-class RunTest : public testing::Test, private INotes {
+class RunTest : public testing::Test, protected INotes {
   protected:
     ExitCode Run(std::vector<EventBody> bodies, const RunLimits& limits = {},
                  EndReason reason = EndReason::kRecordingEnded) {
@@ -101,6 +108,13 @@ TEST_F(RunTest, ShowsARoundWhenOneOfItsSourcesRepeatsItself) {
               kExitDone);
     EXPECT_THAT(m_view.rounds, ElementsAre("round 0 1 cpu", "round 0 cpu", "round 0"));
     EXPECT_EQ(m_view.ends, 1);
+}
+
+TEST_F(RunTest, CountsACpuTemperatureThatCouldNotBeRead) {
+    EXPECT_EQ(Run({CpuTemperature{40}, CpuUnreadEvent(), CpuUnreadEvent(), CpuTemperature{41}},
+                  {.count = 3, .duration = {}}),
+              kExitDone);
+    EXPECT_THAT(m_view.rounds, ElementsAre("round cpu", "round", "round"));
 }
 
 TEST_F(RunTest, ShowsNoReadingOfTheRoundBeforeInAnUnfinishedOne) {
@@ -155,6 +169,27 @@ TEST_F(RunTest, EndsInPeaceWhenNobodyReadsAnyMore) {
     m_view.failsWith = ViewFailure{{"WriteFile", ERROR_BROKEN_PIPE}, true};
     EXPECT_EQ(Run({Gpu(0), Gpu(0), Gpu(0)}), kExitDone);
     EXPECT_TRUE(m_notes.empty());
+}
+
+// The worker's end takes seconds: whoever pressed Ctrl+C must not wonder what happens.
+TEST_F(RunTest, SaysAtOnceWhatItWaitsForAfterCtrlC) {
+    PHANDLER_ROUTINE handler = nullptr;
+    PATCH_IMPORT(console, SetConsoleCtrlHandler,
+                 [&handler](PHANDLER_ROUTINE routine, WINBOOL) -> WINBOOL {
+                     handler = routine;
+                     return TRUE;
+                 });
+    CInterrupts interrupts;
+    ASSERT_FALSE(interrupts.Install());
+    interrupts.Take();
+    CListSource source({EventAt(0, Gpu(0))}, EndReason::kWorkerEnded);
+    source.RunOn();
+    source.EndAfterStops(2);
+    ASSERT_NE(handler, nullptr);
+    handler(CTRL_C_EVENT);
+    handler(CTRL_C_EVENT);
+    EXPECT_EQ(CRun(source, {&m_view}, *this, {}, interrupts).Execute(), kExitDone);
+    EXPECT_THAT(m_notes, ElementsAre(HasSubstr("waiting for the worker to end in order")));
 }
 
 TEST_F(RunTest, KeepsTheReasonOfASourceThatCouldNotStart) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/importpatch.h"
 #include "tests/unit/client/fakeworker.h"
 #include "tests/unit/monitor/readings.h"
 
@@ -27,6 +28,14 @@ class WorkerSourceTest : public testing::Test, public IEventSink {
             m_now.utc += 1s;
             m_now.tick += 1s;
             m_source->OnTime(m_now);
+        }
+    }
+
+    // The same for a worker that says everything again and again, its hello too.
+    void PassWhileItSpeaks(int seconds) {
+        for (int i = 0; i < seconds; ++i) {
+            ASSERT_TRUE(WaitFor<HelloEvent>(All<HelloEvent>().size() + 2));
+            Pass(1);
         }
     }
 
@@ -93,6 +102,22 @@ TEST_F(WorkerSourceTest, EndsASilentWorkerAndStartsItAgain) {
     EXPECT_EQ(All<WorkerStartEvent>().size(), 2u);
 }
 
+TEST_F(WorkerSourceTest, TakesNoWorkerForSilentWhoseTemperatureCannotBe) {
+    Start({L"hello", LR"(cpu:{"CpuTemp":-2147483648})", L"repeat:1"});
+    PassWhileItSpeaks(40);
+    EXPECT_GE(All<CpuUnreadEvent>().size(), 40u);
+    EXPECT_TRUE(All<StaleEvent>().empty());
+    EXPECT_TRUE(All<NoticeEvent>().empty());
+}
+
+// After a new start it would say the same.
+TEST_F(WorkerSourceTest, GivesUpNoWorkerThatSpeaksThoughNothingOfItCanBeRead) {
+    Start({L"hello", L"bytes:3344:440", L"repeat:1"});
+    PassWhileItSpeaks(40);
+    EXPECT_EQ(All<StaleEvent>().size(), 1u);
+    EXPECT_TRUE(All<NoticeEvent>().empty());
+}
+
 TEST_F(WorkerSourceTest, GivesUpAHostThatNeverSaysHello) {
     m_options.stop = {20ms, 20ms};
     m_options.restart = false;
@@ -102,6 +127,40 @@ TEST_F(WorkerSourceTest, GivesUpAHostThatNeverSaysHello) {
     ASSERT_TRUE(WaitFor<ExitEvent>());
     EXPECT_FALSE(All<ExitEvent>()[0].restartIn);
     EXPECT_EQ(m_source->End(), EndReason::kWorkerEnded);
+}
+
+TEST_F(WorkerSourceTest, TellsThatTheCpuTemperatureIsNoLongerReportedWhileTheGpusGoOn) {
+    Start({L"hello", LR"(cpu:{"CpuTemp":47})", L"gpu:0", L"gpu:0", L"gpu:0", L"gpu:0", L"gpu:0",
+           L"gpu:0"});
+    ASSERT_TRUE(WaitFor<GpuReading>(6));
+    ASSERT_EQ(All<MissingEvent>().size(), 1u);
+    EXPECT_EQ(All<MissingEvent>()[0].id, "cpu.stopped");
+    const auto missing = std::find_if(m_events.begin(), m_events.end(), [](const Event& event) {
+        return std::holds_alternative<MissingEvent>(event.body);
+    });
+    // One round with it, and three without.
+    EXPECT_EQ(std::count_if(m_events.begin(), missing,
+                            [](const Event& event) {
+                                return std::holds_alternative<GpuReading>(event.body);
+                            }),
+              4);
+}
+
+TEST_F(WorkerSourceTest, SaysThatItsWorkerHasMoreRightsAndSoDoesNotHearTheStopMessage) {
+    Start({L"hello"});
+    ASSERT_TRUE(WaitFor<HelloEvent>());
+    PATCH_IMPORT(denied, SendMessageTimeoutW,
+                 [](HWND, UINT, WPARAM, LPARAM, UINT, UINT, PDWORD_PTR) -> LRESULT {
+                     SetLastError(ERROR_ACCESS_DENIED);
+                     return 0;
+                 });
+    m_source->Stop();
+    ASSERT_TRUE(WaitFor<NoticeEvent>());
+    EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.window_taken");
+    EXPECT_THAT(All<NoticeEvent>()[0].text,
+                testing::StartsWith("stopping the worker: the worker has more rights than this "
+                                    "program, so Windows keeps the stop message from it"));
+    ASSERT_TRUE(WaitFor<ExitEvent>());
 }
 
 TEST_F(WorkerSourceTest, TellsALostGpu) {

@@ -146,11 +146,32 @@ TEST(TableTest, SaysSinceWhenNothingHasComeAndThatTheWorkerHasGone) {
 
 TEST(TableTest, GivesTheReasonForWhatIsMissing) {
     CMachineModel model;
-    model.Apply(EventAt(0, MissingEvent{"cpu", "id", "needs administrator rights", "text", "do"}));
-    model.Apply(EventAt(0, MissingEvent{"gpu", "id", "no \x1b driver", "text", "do"}));
-    EXPECT_EQ(RenderTable(model, kAnyWidth)[1], "No NVIDIA GPU has been reported (no ? driver)");
-    EXPECT_EQ(RenderTable(model, kAnyWidth)[2],
-              "CPU temperature: n/a (needs administrator rights)");
+    model.Apply(EventAt(0, MissingEvent{"cpu", "id", "needs administrator rights", "Why.", "Do."}));
+    model.Apply(EventAt(0, MissingEvent{"gpu", "id", "no \x1b driver", "It \x1b is not.", ""}));
+    std::vector<std::string> lines = RenderTable(model, kAnyWidth);
+    lines.erase(lines.begin());
+    EXPECT_THAT(lines, testing::ElementsAre("No NVIDIA GPU: no ? driver",
+                                            "CPU temperature: n/a (needs administrator rights)",
+                                            "  GPU: It ? is not.", "  CPU: Why. Do."));
+}
+
+TEST(TableTest, BreaksReasonsAtTheWidth) {
+    CMachineModel model;
+    model.Apply(EventAt(0, MissingEvent{"cpu", "id", "x", "One two three four.", "Five six."}));
+    std::vector<std::string> lines = RenderTable(model, 20);
+    lines.erase(lines.begin(), lines.begin() + 3);
+    EXPECT_THAT(lines,
+                testing::ElementsAre("  CPU: One two three", "       four. Five", "       six."));
+}
+
+TEST(TableTest, GivesNoReasonForWhatIsThere) {
+    CMachineModel model = TwoGpus();
+    model.Apply(EventAt(0, MissingEvent{"log", "id", "", "No log.", "Make one."}));
+    const size_t healthy = RenderTable(model, kAnyWidth).size();
+    EXPECT_EQ(RenderTable(model, kAnyWidth).back(), "CPU temperature: 47 C");
+    model.Apply(EventAt(1, CpuUnreadEvent()));
+    EXPECT_EQ(RenderTable(model, kAnyWidth).size(), healthy + 1);
+    EXPECT_EQ(RenderTable(model, kAnyWidth).back(), "  Log: No log. Make one.");
 }
 
 }  // namespace

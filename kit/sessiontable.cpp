@@ -1,4 +1,4 @@
-#include "client/c/sessiontable.h"
+#include "kit/sessiontable.h"
 
 #include <utility>
 

@@ -7,7 +7,7 @@
 #include <map>
 #include <memory>
 
-#include "client/c/session.h"
+#include "kit/session.h"
 
 namespace zorvane {
 

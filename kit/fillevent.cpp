@@ -1,4 +1,4 @@
-#include "client/c/fillevent.h"
+#include "kit/fillevent.h"
 
 #include <algorithm>
 #include <cstring>
@@ -127,6 +127,8 @@ class CFiller {
         m_event.type = kZorvaneEventCpu;
         Put(m_event.cpuTemperatureCelsius, std::optional(event.celsius));
     }
+    // The number is not valid: what was shown before no longer holds.
+    void operator()(const CpuUnreadEvent&) { m_event.type = kZorvaneEventCpu; }
     void operator()(const ErrorEvent& event) {
         m_event.type = kZorvaneEventError;
         m_event.fault = static_cast<uint32_t>(event.error.fault) + 1;

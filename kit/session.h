@@ -1,4 +1,4 @@
-/** A session of the C interface: a kept worker on a thread of its own. */
+/** A session of the C interface: a worker on a thread of its own. */
 #pragma once
 
 #include <windows.h>
@@ -10,9 +10,9 @@
 
 #include "base/callerror.h"
 #include "base/handle.h"
-#include "client/c/eventqueue.h"
-#include "client/c/options.h"
-#include "client/workerkeeper.h"
+#include "kit/eventqueue.h"
+#include "kit/options.h"
+#include "monitor/workerlog/explainedworker.h"
 
 namespace zorvane {
 
@@ -22,7 +22,7 @@ namespace zorvane {
  */
 class CClientSession : public std::enable_shared_from_this<CClientSession> {
   public:
-    using Command = void (CWorkerKeeper::*)();
+    using Command = void (CExplainedWorker::*)();
 
     explicit CClientSession(ClientOptions options);
 
@@ -35,7 +35,7 @@ class CClientSession : public std::enable_shared_from_this<CClientSession> {
     /** False when the session runs already. */
     bool Start();
 
-    /** Has the thread call this of its keeper. */
+    /** Has the thread call this of its worker. */
     void Post(Command command);
 
     ZorvaneResult NextEvent(ZorvaneEvent& event, DWORD timeoutMs);
@@ -47,8 +47,8 @@ class CClientSession : public std::enable_shared_from_this<CClientSession> {
     static DWORD WINAPI ThreadMain(void* session) noexcept;
 
     void Run();
-    void RunCommands(CWorkerKeeper& keeper);
-    void WaitFor(const CWorkerKeeper& keeper);
+    void RunCommands(CExplainedWorker& worker);
+    void WaitFor(const CExplainedWorker& worker);
     void OnEvent(SessionEvent&& event);
 
     const ClientOptions m_options;

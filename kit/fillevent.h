@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "client/c/eventqueue.h"
+#include "kit/eventqueue.h"
 #include "zorvane/client.h"
 
 namespace zorvane {

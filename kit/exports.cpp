@@ -4,16 +4,16 @@
 #include <cstring>
 #include <new>
 
-#include "client/c/fillevent.h"
-#include "client/c/options.h"
-#include "client/c/session.h"
-#include "client/c/sessiontable.h"
+#include "kit/fillevent.h"
+#include "kit/options.h"
+#include "kit/session.h"
+#include "kit/sessiontable.h"
 #include "zorvane/client.h"
 
 namespace {
 
 using zorvane::CClientSession;
-using zorvane::CWorkerKeeper;
+using zorvane::CExplainedWorker;
 
 constexpr uint32_t kLargestEvent = 65536;
 
@@ -130,15 +130,15 @@ ZorvaneResult zorvane_start(ZorvaneSession session) {
 }
 
 ZorvaneResult zorvane_stop(ZorvaneSession session) {
-    return Command(session, &CWorkerKeeper::Stop);
+    return Command(session, &CExplainedWorker::Stop);
 }
 
 ZorvaneResult zorvane_pause(ZorvaneSession session) {
-    return Command(session, &CWorkerKeeper::Pause);
+    return Command(session, &CExplainedWorker::Pause);
 }
 
 ZorvaneResult zorvane_resume(ZorvaneSession session) {
-    return Command(session, &CWorkerKeeper::Resume);
+    return Command(session, &CExplainedWorker::Resume);
 }
 
 ZorvaneResult zorvane_next_event(ZorvaneSession session, ZorvaneEvent* event, uint32_t timeoutMs) {

@@ -1,4 +1,4 @@
-#include "client/c/eventqueue.h"
+#include "kit/eventqueue.h"
 
 #include <algorithm>
 #include <utility>
@@ -8,7 +8,9 @@
 namespace zorvane {
 
 bool IsReading(const SessionEventBody& body) {
-    return std::holds_alternative<GpuReading>(body) || std::holds_alternative<CpuTemperature>(body);
+    return std::holds_alternative<GpuReading>(body) ||
+           std::holds_alternative<CpuTemperature>(body) ||
+           std::holds_alternative<CpuUnreadEvent>(body);
 }
 
 void CEventQueue::Push(QueuedEvent event) {
@@ -24,21 +26,21 @@ void CEventQueue::Push(QueuedEvent event) {
             ++m_dropped;
         }
     } else {
-        RemoveStaticOf(event.event.body);
+        RemoveOlder(event.event.body);
         m_others.push_back({number, std::move(event)});
     }
     WakeConditionVariable(&m_arrived);
 }
 
-// A worker that repeats its static records must not grow a queue that nobody reads.
-void CEventQueue::RemoveStaticOf(const SessionEventBody& body) {
+// A worker that repeats what it has to say once must not grow a queue that nobody reads.
+void CEventQueue::RemoveOlder(const SessionEventBody& body) {
+    const bool isHello = std::holds_alternative<HelloEvent>(body);
     const auto* fixed = std::get_if<GpuStatic>(&body);
-    if (!fixed) {
-        return;
-    }
-    const auto isOlder = [fixed](const Entry& entry) {
-        const auto* other = std::get_if<GpuStatic>(&entry.event.event.body);
-        return other && other->first.index == fixed->first.index;
+    const auto isOlder = [isHello, fixed](const Entry& entry) {
+        const SessionEventBody& known = entry.event.event.body;
+        const auto* other = std::get_if<GpuStatic>(&known);
+        return (isHello && std::holds_alternative<HelloEvent>(known)) ||
+               (fixed && other && other->first.index == fixed->first.index);
     };
     m_others.erase(std::remove_if(m_others.begin(), m_others.end(), isOlder), m_others.end());
 }

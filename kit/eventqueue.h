@@ -22,7 +22,8 @@ bool IsReading(const SessionEventBody& body);
 
 /**
  * Bounded: when it is full of readings the oldest reading goes. Other events are few and stay; of
- * the static records of one GPU the newest does. Any thread.
+ * what a worker says once, its hello and the static record of each GPU, the newest does. Any
+ * thread.
  */
 class CEventQueue {
   public:
@@ -51,7 +52,7 @@ class CEventQueue {
         QueuedEvent event;
     };
 
-    void RemoveStaticOf(const SessionEventBody& body);
+    void RemoveOlder(const SessionEventBody& body);
     std::optional<QueuedEvent> Take();
 
     const size_t m_mostReadings;

@@ -1,4 +1,4 @@
-#include "client/c/session.h"
+#include "kit/session.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,7 +6,7 @@
 
 #include "base/modulepath.h"
 #include "base/srwlock.h"
-#include "client/c/fillevent.h"
+#include "kit/fillevent.h"
 
 namespace zorvane {
 namespace {
@@ -57,12 +57,12 @@ DWORD WINAPI CClientSession::ThreadMain(void* session) noexcept {
 }
 
 void CClientSession::Run() {
-    CWorkerKeeper keeper(m_options.keeper,
-                         [this](SessionEvent&& event) { OnEvent(std::move(event)); });
+    CExplainedWorker worker(m_options.keeper,
+                            [this](SessionEvent&& event) { OnEvent(std::move(event)); });
     while (!m_isClosing) {
-        RunCommands(keeper);
-        keeper.OnTime(ReadMoment());
-        WaitFor(keeper);
+        RunCommands(worker);
+        worker.OnTime(ReadMoment());
+        WaitFor(worker);
         MSG message;
         while (!m_isClosing && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
             DispatchMessageW(&message);
@@ -70,20 +70,20 @@ void CClientSession::Run() {
     }
 }
 
-void CClientSession::RunCommands(CWorkerKeeper& keeper) {
+void CClientSession::RunCommands(CExplainedWorker& worker) {
     std::vector<Command> commands;
     {
         const CSrwLockGuard guard(m_lock);
         commands.swap(m_commands);
     }
     for (const Command command : commands) {
-        (keeper.*command)();
+        (worker.*command)();
     }
 }
 
-void CClientSession::WaitFor(const CWorkerKeeper& keeper) {
+void CClientSession::WaitFor(const CExplainedWorker& worker) {
     DWORD pause = INFINITE;
-    if (const auto due = keeper.DueTick()) {
+    if (const auto due = worker.DueTick()) {
         const auto left = std::max(*due - ReadMoment().tick, std::chrono::milliseconds(0));
         pause = static_cast<DWORD>(left.count());
     }
@@ -95,7 +95,7 @@ bool CClientSession::Start() {
     if (m_isActive.exchange(true)) {
         return false;
     }
-    Post(&CWorkerKeeper::Start);
+    Post(&CExplainedWorker::Start);
     return true;
 }
 

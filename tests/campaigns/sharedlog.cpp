@@ -4,7 +4,7 @@
 #include <memory>
 #include <sstream>
 
-#include "monitor/reasons/logline.h"
+#include "client/reasons/logline.h"
 #include "tests/support/tempfolder.h"
 #include "tests/unit/log/logwriterprocess.h"
 

@@ -35,8 +35,26 @@ install(DIRECTORY examples/ packaging/examples/ DESTINATION examples COMPONENT r
   FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.js" PATTERN "*.py" PATTERN "*.cs"
   PATTERN "*.rs" PATTERN "*.md")
 install(FILES packaging/examples/CMakeLists.txt DESTINATION examples COMPONENT runtime)
-install(FILES docs/doctor.md docs/fleet.md docs/page.md docs/protocol.md docs/support.md docs/zorvanemon.md
-  DESTINATION docs COMPONENT runtime)
+set(packaged_pages debugging doctor fleet operations page protocol support zorvanemon)
+foreach(page ${packaged_pages})
+  install(FILES "docs/${page}.md" DESTINATION docs COMPONENT runtime)
+endforeach()
+# The same for browsers, where the build machine can make it; scripts/package installs what it takes.
+find_program(ZORVANE_CMARK cmark-gfm)
+if(ZORVANE_CMARK)
+  foreach(page ${packaged_pages})
+    set(html "${CMAKE_BINARY_DIR}/packaging/docs/${page}.html")
+    add_custom_command(OUTPUT "${html}"
+      COMMAND ${CMAKE_COMMAND} -D "CMARK=${ZORVANE_CMARK}" -D "PAGE=${CMAKE_SOURCE_DIR}/docs/${page}.md"
+              -D "HTML=${html}" -P "${CMAKE_SOURCE_DIR}/cmake/HtmlPage.cmake"
+      DEPENDS "docs/${page}.md" cmake/HtmlPage.cmake
+      VERBATIM)
+    list(APPEND html_pages "${html}")
+  endforeach()
+  add_custom_target(html_pages DEPENDS ${html_pages})
+  add_dependencies(packaged html_pages)
+  install(FILES ${html_pages} DESTINATION docs COMPONENT runtime OPTIONAL)
+endif()
 
 install(DIRECTORY integrations DESTINATION . COMPONENT runtime)
 

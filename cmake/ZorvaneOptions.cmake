@@ -59,3 +59,14 @@ function(zorvane_split_debug target)
             $<TARGET_FILE:${target}>
     VERBATIM)
 endfunction()
+
+# For the preset "checked": whatever the language leaves undefined ends the program with an illegal
+# instruction, as MinGW has no run-time library that could say more; so do broken rules of the
+# standard library and overrun stack buffers.
+option(ZORVANE_CHECKED "Trap undefined behaviour" OFF)
+if(ZORVANE_CHECKED)
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+  add_compile_options(-fsanitize=undefined -fno-sanitize=vptr -fsanitize-undefined-trap-on-error
+    -fstack-protector-strong)
+  add_link_options(-fstack-protector-strong)
+endif()

@@ -117,11 +117,9 @@ class Chart {
       unhighlightCallback: () => this.board.setCursor(null),
       zoomCallback: (from, to) => this.onZoom(from, to),
       underlayCallback: (context, area, graph) => this.drawMarks(context, area, graph),
+      series: Object.fromEntries(this.quantities.map(
+        (quantity, i) => [quantity.name, { strokePattern: kPatterns[i] }])),
     });
-    this.quantities.forEach((quantity, i) => {
-      this.graph.updateOptions({ series: { [quantity.name]: { strokePattern: kPatterns[i] } } }, true);
-    });
-    this.graph.updateOptions({});
   }
 
   colours() {
@@ -152,6 +150,7 @@ class Chart {
     context.font = "11px sans-serif";
     context.textAlign = "center";
     context.setLineDash([3, 3]);
+    let signEnd = -Infinity;
     for (const mark of this.board.machine.marks) {
       if (mark.time < from || mark.time > to) {
         continue;
@@ -164,7 +163,11 @@ class Chart {
       context.moveTo(x, area.y + 12);
       context.lineTo(x, area.y + area.h);
       context.stroke();
-      context.fillText(kMarkSigns[mark.kind] ?? "i", x, area.y + 10);
+      // Of several at one place the first is the cause of the others.
+      if (x > signEnd) {
+        context.fillText(kMarkSigns[mark.kind] ?? "i", x, area.y + 10);
+        signEnd = x + 10;
+      }
     }
     context.restore();
   }

@@ -156,7 +156,9 @@ class Machine {
   }
 
   on_cpu(event, time) {
-    this.missing.delete("cpu");
+    if (event.temperature_celsius !== null) {
+      this.missing.delete("cpu");
+    }
     this.cpu.read(time, event);
   }
 
@@ -192,7 +194,7 @@ class Machine {
   }
 
   on_warning(event, time) {
-    this.mark(time, event.over ? "warning" : "restart", `${event.text}.`);
+    this.mark(time, event.over ? "warning" : "notice", `${event.text}.`);
   }
 
   on_notice(event, time) {

@@ -22,6 +22,9 @@ class Report {
     }), button("Print", () => window.print()));
     document.body.classList.add("report");
     this.describe();
+    if (data.doctor) {
+      this.showDoctor(data.doctor);
+    }
     this.board.update();
     this.board.redraw();
   }
@@ -36,6 +39,23 @@ class Report {
     let time = Date.parse(this.data.from);
     series.times = part.times.map((delta) => { time += delta; return time; });
     series.values = part.values.map((value) => value ?? NaN);
+  }
+
+  // What fails comes first.
+  showDoctor(doctor) {
+    const order = ["FAIL", "WARN"];
+    const item = (check) => element("li", { class: String(check.result).toLowerCase() }, [
+      element("span", { class: "result" }, [String(check.result)]), " ", foreign(check.title ?? check.id), ": ",
+      foreign(check.seen ?? ""), ...(check.do ? [" ", foreign(check.do, { class: "remedy" })] : []),
+    ]);
+    const found = doctor.checks.filter((check) => order.includes(check.result));
+    found.sort((left, right) => order.indexOf(left.result) - order.indexOf(right.result));
+    const rest = doctor.checks.filter((check) => !order.includes(check.result));
+    byId("doctor").hidden = false;
+    byId("doctor-readings").replaceChildren(...doctor.readings.map((reading) => element("li", {},
+      [foreign(reading.what), ": ", foreign(reading.reported)])));
+    byId("doctor-findings").replaceChildren(...found.map(item));
+    byId("doctor-rest").replaceChildren(...rest.map(item));
   }
 
   describe() {

@@ -149,10 +149,8 @@ int CDoctorCommand::Run(const CommandContext& context) {
         }
         report = std::move(std::get<CUniqueHandle>(created));
     }
-    DoctorTarget target;
-    target.host = FullPath(m_host.empty() ? context.defaultHost : ToWide(m_host));
-    target.library =
-        m_library.empty() ? FolderOf(target.host) + L"Zorvane.dll" : FullPath(ToWide(m_library));
+    const DoctorTarget target =
+        MakeDoctorTarget(m_host.empty() ? context.defaultHost : ToWide(m_host), ToWide(m_library));
     return Show(Look(target), report.get());
 }
 

@@ -2,13 +2,14 @@
 
 #include <CLI/CLI.hpp>
 
-#include "base/handle.h"
 #include "base/text.h"
 #include "base/textstream.h"
+#include "monitor/newfile.h"
 #include "monitor/options/values.h"
 #include "monitor/outcome.h"
 #include "monitor/output.h"
 #include "monitor/report/reportbuilder.h"
+#include "monitor/sources/linereader.h"
 #include "monitor/sources/recordingsource.h"
 
 namespace zorvane {
@@ -37,22 +38,42 @@ std::string WithoutExtension(const std::string& path) {
     return dot != std::string::npos && path[dot] == '.' ? path.substr(0, dot) : path;
 }
 
-int Save(const std::string& path, bool overwrite, const std::string& page) {
-    const CUniqueHandle file = OwnFile(
-        CreateFileW(ToWide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                    overwrite ? CREATE_ALWAYS : CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file) {
-        const CallError error = LastCallError("CreateFileW");
-        WriteNote(error.code == ERROR_FILE_EXISTS
-                      ? path + " exists already; --overwrite replaces it"
-                      : Describe({error.call + " " + path, error.code}));
-        return kExitOutput;
+// False when that fails, which is then said.
+bool Save(const std::string& path, bool overwrite, const std::string& page) {
+    const auto created = CreateNewFile(path, overwrite);
+    if (const auto* error = std::get_if<std::string>(&created)) {
+        WriteNote(*error);
+        return false;
     }
-    if (const auto error = WriteText(file.get(), page)) {
+    if (const auto error = WriteText(std::get<CUniqueHandle>(created).get(), page)) {
         WriteNote(Describe({error->call + " " + path, error->code}));
-        return kExitOutput;
+        return false;
     }
-    return kExitDone;
+    return true;
+}
+
+// False when the file is not what doctor writes, which is then said.
+bool AddDoctor(const std::string& path, CReportBuilder& builder) {
+    CLineReader reader;
+    std::optional<CallError> error = reader.Open(ToWide(path));
+    std::string text;
+    while (const auto line = error ? std::nullopt : reader.Next()) {
+        text += line->text;
+        constexpr size_t kLongest = size_t{4} << 20;
+        if (text.size() > kLongest) {
+            break;
+        }
+    }
+    error = error ? error : reader.Failure();
+    if (error) {
+        WriteNote(Describe(*error));
+        return false;
+    }
+    if (!builder.AddDoctor(text)) {
+        WriteNote(path + " is not what zorvanemon doctor --json writes");
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -65,7 +86,13 @@ void CReportCommand::Declare(CLI::App& app) {
              "FILE");
     app.add_flag("--overwrite", m_overwrite, "Replace the file if it exists");
     app.add_flag("--mask", m_mask, "Leave out serial numbers and the computer's name");
-    app.footer("Example:\n  zorvanemon report today.jsonl -o today.html --mask");
+    AddValue(app, "--doctor", m_doctor, "What zorvanemon doctor --json has written on that machine",
+             "FILE");
+    app.footer(
+        "Examples:\n"
+        "  zorvanemon report today.jsonl -o today.html --mask\n"
+        "  zorvanemon doctor --json > doctor.json\n"
+        "  zorvanemon report today.jsonl --doctor doctor.json");
 }
 
 int CReportCommand::Run(const CommandContext&) {
@@ -77,14 +104,19 @@ int CReportCommand::Run(const CommandContext&) {
     while (!source.End()) {
         source.OnTime(now);
     }
+    if (!m_doctor.empty() && !AddDoctor(m_doctor, builder)) {
+        return kExitRecording;
+    }
     const bool isBad = *source.End() == EndReason::kRecordingBad;
     if (builder.IsEmpty()) {
         return kExitRecording;
     }
     // What a recording has before the place where it is bad is worth seeing.
     const std::string path = m_file.empty() ? WithoutExtension(m_recording) + ".html" : m_file;
-    const int saved = Save(path, m_overwrite, builder.Page(now.utc));
-    return saved != kExitDone ? saved : isBad ? kExitRecording : kExitDone;
+    if (!Save(path, m_overwrite, builder.Page(now.utc))) {
+        return kExitOutput;
+    }
+    return isBad ? kExitRecording : kExitDone;
 }
 
 }  // namespace zorvane

@@ -19,6 +19,7 @@ class CReportCommand : public ICommand {
   private:
     std::string m_recording;
     std::string m_file;
+    std::string m_doctor;
     bool m_mask = false;
     bool m_overwrite = false;
 };

@@ -4,6 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "monitor/doctor/gather.h"
+#include "monitor/doctor/jsonreport.h"
 #include "monitor/output.h"
 #include "monitor/serve/serveview.h"
 #include "monitor/sources/startfacts.h"
@@ -22,6 +24,19 @@ void TellAddress(const ListenAddress& address) {
     }
 }
 
+// Windows answers one of the questions only once a process, so what was said first is said again.
+DoctorQuestion AskDoctorOnce(const WorkerCommand& worker) {
+    return [worker] {
+        static const std::string s_said = [&worker] {
+            MachineFacts facts = GatherFacts(MakeDoctorTarget(worker.host, worker.libraryPath));
+            facts.toolVersion = ZORVANE_VERSION;
+            const Findings findings = Decide(facts);
+            return DoctorJson(facts, findings, Judge(findings));
+        }();
+        return s_said;
+    };
+}
+
 }  // namespace
 
 void CServeCommand::Declare(CLI::App& app) {
@@ -37,7 +52,10 @@ void CServeCommand::Declare(CLI::App& app) {
 }
 
 int CServeCommand::Run(const CommandContext& context) {
-    CHttpServer server(m_serve.Get());
+    const WorkerSourceOptions options = m_keeping.Get(m_worker.Get(context));
+    ServerOptions serverOptions = m_serve.Get();
+    serverOptions.doctor = AskDoctorOnce(options.worker);
+    CHttpServer server(serverOptions);
     // Before the worker is started: nothing is to be undone when the port is not to be had.
     if (const auto error = server.Start()) {
         WriteNote(Describe(*error));
@@ -49,7 +67,6 @@ int CServeCommand::Run(const CommandContext& context) {
         return kExitNotStarted;
     }
     TellAddress(server.Address());
-    const WorkerSourceOptions options = m_keeping.Get(m_worker.Get(context));
     CWorkerSource worker(options, MakeStart(options.worker));
     CWarningSource source(worker, m_warnings.Get());
     CServeView view(server);

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <iterator>
+#include <utility>
 #include <variant>
 
 #include "base/commandline.h"
@@ -116,22 +116,32 @@ std::string LastEnd(const ServiceState& state) {
 
 void CServiceCommand::Declare(CLI::App& app) {
     app.require_subcommand(1);
-    m_install = app.add_subcommand("install", "Make the service, or change it");
-    m_remove = app.add_subcommand("remove", "Stop the service and take it out of Windows' list");
-    m_status = app.add_subcommand("status", "Say whether it runs, as whom, and what");
-    m_run = app.add_subcommand("run", "What Windows starts; not for people")->group("");
-    for (CLI::App* part : {m_install, m_remove, m_status, m_run}) {
+    CLI::App* install = app.add_subcommand("install", "Make the service, or change it");
+    CLI::App* remove =
+        app.add_subcommand("remove", "Stop the service and take it out of Windows' list");
+    CLI::App* status = app.add_subcommand("status", "Say whether it runs, as whom, and what");
+    CLI::App* run = app.add_subcommand("run", "What Windows starts; not for people")->group("");
+    const std::pair<CLI::App*, Action> parts[] = {{install, &CServiceCommand::Install},
+                                                  {remove, &CServiceCommand::Remove},
+                                                  {status, &CServiceCommand::Status},
+                                                  {run, &CServiceCommand::RunUnattended}};
+    for (const auto& [part, action] : parts) {
+        // The parser is gone when the command runs.
+        part->callback([this, part, action] {
+            m_action = action;
+            m_words = part->remaining();
+        });
         part->allow_windows_style_options(false);
         part->set_help_flag("-h,--help", "Show this help (also -? and /?)");
         AddValue(*part, "--name", m_name, "The service's name (zorvanemon)", "NAME")
             ->check(CheckName);
     }
-    AddValue(*m_install, "--account", m_account,
+    AddValue(*install, "--account", m_account,
              "LocalSystem, which the CPU temperature needs; LocalService; NetworkService",
              "ACCOUNT")
         ->check(CheckAccount);
-    m_install->add_flag("--start", m_start, "Start it now, not only with Windows");
-    m_install->footer(
+    install->add_flag("--start", m_start, "Start it now, not only with Windows");
+    install->footer(
         "Behind its own options stands what the service is to run, as on any command line of\n"
         "zorvanemon, with full paths. Examples:\n"
         "  zorvanemon service install --start watch --format csv --out C:\\Readings\\gpu.csv "
@@ -139,22 +149,14 @@ void CServiceCommand::Declare(CLI::App& app) {
         "  zorvanemon service install --start watch --format prometheus --out "
         "C:\\Readings\\zorvane.prom");
     // What follows the first word that is not install's own belongs to the command that will run.
-    m_install->prefix_command();
-    m_run->prefix_command();
+    install->prefix_command();
+    run->prefix_command();
 }
 
-int CServiceCommand::Run(const CommandContext& context) {
-    if (m_install->parsed()) {
-        return Install(context);
-    }
-    if (m_run->parsed()) {
-        return RunUnattended(context);
-    }
-    return m_remove->parsed() ? Remove() : Status();
-}
+int CServiceCommand::Run(const CommandContext& context) { return (this->*m_action)(context); }
 
 std::vector<std::string> CServiceCommand::RunWords(const CommandContext& context) const {
-    Words words = (m_install->parsed() ? m_install : m_run)->remaining();
+    Words words = m_words;
     if (!context.passedOn.empty()) {
         words.emplace_back("--");
         words.insert(words.end(), context.passedOn.begin(), context.passedOn.end());
@@ -192,7 +194,7 @@ int CServiceCommand::Install(const CommandContext& context) const {
     return kExitDone;
 }
 
-int CServiceCommand::Remove() const {
+int CServiceCommand::Remove(const CommandContext&) const {
     const std::wstring name = ToWide(m_name);
     bool existed = false;
     if (const auto error = RemoveService(name, existed)) {
@@ -206,7 +208,7 @@ int CServiceCommand::Remove() const {
     return kExitDone;
 }
 
-int CServiceCommand::Status() const {
+int CServiceCommand::Status(const CommandContext&) const {
     std::optional<ServiceState> state;
     if (const auto error = QueryService(ToWide(m_name), state)) {
         return Fail(*error);

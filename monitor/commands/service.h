@@ -19,16 +19,17 @@ class CServiceCommand : public ICommand {
     int Run(const CommandContext& context) override;
 
   private:
+    using Action = int (CServiceCommand::*)(const CommandContext& context) const;
+
     int Install(const CommandContext& context) const;
-    int Remove() const;
-    int Status() const;
+    int Remove(const CommandContext& context) const;
+    int Status(const CommandContext& context) const;
     int RunUnattended(const CommandContext& context) const;
     std::vector<std::string> RunWords(const CommandContext& context) const;
 
-    CLI::App* m_install = nullptr;
-    CLI::App* m_remove = nullptr;
-    CLI::App* m_status = nullptr;
-    CLI::App* m_run = nullptr;
+    Action m_action = &CServiceCommand::Status;
+    /** What the service is to run. */
+    std::vector<std::string> m_words;
     std::string m_name = "zorvanemon";
     std::string m_account = "LocalSystem";
     bool m_start = false;

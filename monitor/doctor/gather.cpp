@@ -27,6 +27,11 @@ std::string UserName() {
 
 }  // namespace
 
+DoctorTarget MakeDoctorTarget(const std::wstring& host, const std::wstring& library) {
+    const std::wstring fullHost = FullPath(host);
+    return {fullHost, library.empty() ? FolderOf(fullHost) + L"Zorvane.dll" : FullPath(library)};
+}
+
 MachineFacts GatherFacts(const DoctorTarget& target) {
     // Windows Management Instrumentation takes longest, so it comes first and last.
     VbsQuestion vbs = AskVbs();

@@ -17,6 +17,9 @@ struct DoctorTarget {
     std::wstring library;
 };
 
+/** With full paths, and the library beside the host where `library` is empty. */
+DoctorTarget MakeDoctorTarget(const std::wstring& host, const std::wstring& library);
+
 /** Everything but what a probe says. Takes a second or two. */
 MachineFacts GatherFacts(const DoctorTarget& target);
 

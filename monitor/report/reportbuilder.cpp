@@ -57,6 +57,19 @@ Json SeriesPart(const char* quantity, const CThinnedSeries& series, UtcTime from
     return part;
 }
 
+// Every text for itself, so that what is put in never breaks the JSON.
+Json MaskTexts(Json json, const CSecretWords& secrets) {
+    if (json.is_string()) {
+        return secrets.Masked(json.get<std::string>());
+    }
+    for (auto& [key, value] : json.items()) {
+        if (value.is_structured() || value.is_string()) {
+            value = MaskTexts(std::move(value), secrets);
+        }
+    }
+    return json;
+}
+
 // A data block in HTML ends at the next "</script", and a "<!--" changes how its end is found.
 std::string EscapedForHtml(std::string text) {
     for (size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at)) {
@@ -87,6 +100,10 @@ void CReportBuilder::Add(const Event& event) {
     if (const auto* cpu = std::get_if<CpuTemperature>(&event.body)) {
         ++m_readings;
         m_cpu.Add(event.time, cpu->celsius);
+        return;
+    }
+    if (std::holds_alternative<CpuUnreadEvent>(event.body)) {
+        m_cpu.Add(event.time, std::nullopt);
         return;
     }
     if (std::holds_alternative<StaleEvent>(event.body) ||
@@ -125,11 +142,11 @@ void CReportBuilder::InterruptAll(UtcTime time) {
 
 void CReportBuilder::NoteSecrets(const Event& event) {
     if (const auto* start = std::get_if<StartEvent>(&event.body)) {
-        m_secrets.Hide(start->host);
+        m_secrets.Hide(start->host, kComputerMask);
     }
     const auto* fixed = std::get_if<GpuStatic>(&event.body);
     if (fixed && fixed->serial) {
-        m_secrets.Hide(ToUtf8(*fixed->serial));
+        m_secrets.Hide(ToUtf8(*fixed->serial), kSerialMask);
     }
 }
 
@@ -146,15 +163,35 @@ void CReportBuilder::AddLine(const Event& event) {
     }
 }
 
-// Every text of the line for itself, so that what is put in never breaks the line.
-std::string CReportBuilder::MaskedLine(const std::string& line) const {
-    Json object = Json::parse(line);
-    for (auto& [key, value] : object.items()) {
-        if (value.is_string() && key != "time" && key != "type") {
-            value = m_secrets.Masked(value.get<std::string>());
+bool CReportBuilder::AddDoctor(const std::string& text) {
+    const Json report = Json::parse(text, nullptr, false);
+    if (!report.is_object() || !report.contains("checks") || !report["checks"].is_array() ||
+        !report.contains("readings") || !report["readings"].is_array()) {
+        return false;
+    }
+    const auto host = report.find("host");
+    if (host != report.end() && host->is_string()) {
+        m_secrets.Hide(host->get<std::string>(), kComputerMask);
+    }
+    m_doctor = report.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return true;
+}
+
+std::string CReportBuilder::MaskedText(const std::string& json) const {
+    return m_mask ? MaskTexts(Json::parse(json), m_secrets)
+                        .dump(-1, ' ', false, Json::error_handler_t::replace)
+                  : json;
+}
+
+// The events are JSON already.
+std::string CReportBuilder::Events() const {
+    std::string text = "[";
+    for (const auto* lines : {&m_firstLines, &m_lastLines}) {
+        for (const std::string& line : *lines) {
+            text += (text.size() > 1 ? "," : "") + MaskedText(line);
         }
     }
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return text + "]";
 }
 
 size_t CReportBuilder::SeriesCount() const { return 1 + m_gpus.size() * kQuantityCount; }
@@ -187,15 +224,9 @@ std::string CReportBuilder::Page(UtcTime now) {
                  {"events_left_out", m_linesLeftOut},
                  {"series", std::move(series)}};
     std::string text = data.dump(-1, ' ', false, Json::error_handler_t::replace);
-    // The events are JSON already.
     text.back() = ',';
-    text += "\"events\":[";
-    for (const auto* lines : {&m_firstLines, &m_lastLines}) {
-        for (const std::string& line : *lines) {
-            text += (text.back() == '[' ? "" : ",") + (m_mask ? MaskedLine(line) : line);
-        }
-    }
-    text += "]}";
+    text += "\"doctor\":" + (m_doctor.empty() ? "null" : MaskedText(m_doctor)) +
+            ",\"events\":" + Events() + "}";
     return std::string(kReportHead) + EscapedForHtml(std::move(text)) + std::string(kReportTail);
 }
 

@@ -28,6 +28,11 @@ class CReportBuilder {
     /** Whether there is anything to show. */
     bool IsEmpty() const { return m_lines == 0; }
 
+    /**
+     * Puts in what `zorvanemon doctor --json` has written. False if the text is nothing like that.
+     */
+    bool AddDoctor(const std::string& text);
+
     /** The page, UTF-8. `now` is when it was made. */
     std::string Page(UtcTime now);
 
@@ -56,7 +61,8 @@ class CReportBuilder {
     void AddLine(const Event& event);
     void InterruptAll(UtcTime time);
     void NoteSecrets(const Event& event);
-    std::string MaskedLine(const std::string& line) const;
+    std::string Events() const;
+    std::string MaskedText(const std::string& json) const;
     size_t SeriesCount() const;
 
     const bool m_mask;
@@ -67,6 +73,8 @@ class CReportBuilder {
     /** The lines of what is no reading: the first ones, and the last ones. */
     std::deque<std::string> m_firstLines;
     std::deque<std::string> m_lastLines;
+    /** JSON; empty without one. */
+    std::string m_doctor;
     uint64_t m_linesLeftOut = 0;
     uint64_t m_lines = 0;
     uint64_t m_readings = 0;

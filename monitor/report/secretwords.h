@@ -1,27 +1,25 @@
 /** Leaving out what tells whose machine it is. */
 #pragma once
 
-#include <set>
+#include <map>
 #include <string>
 
 namespace zorvane {
 
-/** What stands in the place of what is left out. */
-inline constexpr char kMasked[] = "(masked)";
+/** What stands in the place of a computer's name, and of a serial number. */
+inline constexpr char kComputerMask[] = "[computer]";
+inline constexpr char kSerialMask[] = "[serial]";
 
-/**
- * Knows the words to leave out: serial numbers and computer names. A word is found in any letter
- * case, and only as a whole: a computer named "PC" does not change "PCI".
- */
+/** Knows the words to leave out, and finds them as whole words in any letter case. */
 class CSecretWords {
   public:
     /** An empty word is none. */
-    void Hide(const std::string& word);
+    void Hide(const std::string& word, const std::string& mask);
 
     std::string Masked(const std::string& text) const;
 
   private:
-    std::set<std::string> m_words;
+    std::map<std::string, std::string> m_masks;
 };
 
 }  // namespace zorvane

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "monitor/serve/history.h"
+#include "monitor/serve/eventhistory.h"
 
 namespace zorvane {
 

@@ -201,7 +201,8 @@ std::optional<CallError> CHttpServer::Start() {
     }
     listen.port = inner.acceptor.local_endpoint(error).port();
     // Made here: only now the port is known.
-    inner.state.emplace(inner.options.hosts, inner.options.history, NewRunId());
+    inner.state.emplace(inner.options.hosts, inner.options.history, NewRunId(),
+                        inner.options.doctor);
     inner.Accept();
     inner.Beat();
     inner.isServing = true;

@@ -36,6 +36,7 @@ struct ServerLimits {
 struct ServerOptions {
     HostPolicy hosts;
     HistoryLimits history;
+    DoctorQuestion doctor;
     ServerLimits limits;
 };
 

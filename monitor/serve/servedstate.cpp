@@ -37,21 +37,25 @@ std::optional<uint64_t> NumberIn(const std::string& id, const std::string& runId
     return error == std::errc{} && stop == end ? std::optional(number) : std::nullopt;
 }
 
-Answer Report(const CHistory& history, bool mask) {
+Answer Report(const CEventHistory& history, bool mask, const DoctorQuestion& doctor) {
     Answer answer;
     answer.contentType = "text/html; charset=utf-8";
     answer.headers.emplace_back("Content-Disposition",
                                 "attachment; filename=\"zorvane-report.html\"");
-    answer.makeBody = [lines = history.Lines(std::nullopt), mask] {
-        return Shared(HistoryReport(lines, mask));
+    answer.makeBody = [lines = history.Lines(std::nullopt), mask, doctor] {
+        return Shared(HistoryReport(lines, mask, doctor ? doctor() : ""));
     };
     return answer;
 }
 
 }  // namespace
 
-CServedState::CServedState(HostPolicy policy, const HistoryLimits& limits, std::string runId)
-    : m_policy(std::move(policy)), m_runId(std::move(runId)), m_history(limits) {}
+CServedState::CServedState(HostPolicy policy, const HistoryLimits& limits, std::string runId,
+                           DoctorQuestion doctor)
+    : m_policy(std::move(policy)),
+      m_runId(std::move(runId)),
+      m_doctor(std::move(doctor)),
+      m_history(limits) {}
 
 SharedText CServedState::Add(const Event& event, std::string line) {
     m_lastTime = event.time;
@@ -86,7 +90,7 @@ Answer CServedState::Respond(const RequestFacts& request) const {
         case Place::kEvents:
             return Stream(request.lastEventId.empty() ? route.after : request.lastEventId);
         case Place::kReport:
-            return Report(m_history, route.mask);
+            return Report(m_history, route.mask, m_doctor);
         case Place::kRecording:
             return Recording();
         case Place::kHistory: {

@@ -1,11 +1,12 @@
 /** All that the server knows, and what it answers from that. */
 #pragma once
 
+#include <functional>
 #include <string>
 #include <utility>
 
 #include "monitor/serve/answer.h"
-#include "monitor/serve/history.h"
+#include "monitor/serve/eventhistory.h"
 #include "monitor/serve/requestcheck.h"
 #include "monitor/serve/route.h"
 
@@ -20,10 +21,17 @@ struct ServedTexts {
     SharedText openMetrics;
 };
 
+/**
+ * Gives what zorvanemon doctor --json says of this machine, for a report. May take seconds, and is
+ * called on a thread of its own. Empty: nothing is said.
+ */
+using DoctorQuestion = std::function<std::string()>;
+
 /** Not for several threads; talks to nobody. */
 class CServedState {
   public:
-    CServedState(HostPolicy policy, const HistoryLimits& limits, std::string runId);
+    CServedState(HostPolicy policy, const HistoryLimits& limits, std::string runId,
+                 DoctorQuestion doctor = nullptr);
 
     /** Keeps an event; gives what goes to the streams for it. */
     SharedText Add(const Event& event, std::string line);
@@ -32,7 +40,7 @@ class CServedState {
 
     Answer Respond(const RequestFacts& request) const;
 
-    const CHistory& History() const { return m_history; }
+    const CEventHistory& History() const { return m_history; }
 
   private:
     Answer Data(Place place, const RequestFacts& request) const;
@@ -42,7 +50,8 @@ class CServedState {
 
     const HostPolicy m_policy;
     const std::string m_runId;
-    CHistory m_history;
+    const DoctorQuestion m_doctor;
+    CEventHistory m_history;
     ServedTexts m_texts;
     StartEvent m_start;
     UtcTime m_lastTime{};

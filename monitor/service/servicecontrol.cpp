@@ -22,22 +22,24 @@ std::optional<CallError> SetRecovery(SC_HANDLE service) {
     recovery.dwResetPeriod = kForgetAfterSeconds;
     recovery.cActions = static_cast<DWORD>(std::size(actions));
     recovery.lpsaActions = actions;
-    // Without this only a crash counts as a failure, and no exit code does.
-    SERVICE_FAILURE_ACTIONS_FLAG flag{TRUE};
-    if (!ChangeServiceConfig2W(service, SERVICE_CONFIG_FAILURE_ACTIONS, &recovery) ||
-        !ChangeServiceConfig2W(service, SERVICE_CONFIG_FAILURE_ACTIONS_FLAG, &flag)) {
+    if (!ChangeServiceConfig2W(service, SERVICE_CONFIG_FAILURE_ACTIONS, &recovery)) {
         return LastCallError("ChangeServiceConfig2W");
     }
+    // Without this only a crash counts as a failure, and no exit code does. Nothing else depends on
+    // it, so that a system without it gets its service all the same.
+    SERVICE_FAILURE_ACTIONS_FLAG flag{TRUE};
+    ChangeServiceConfig2W(service, SERVICE_CONFIG_FAILURE_ACTIONS_FLAG, &flag);
     return std::nullopt;
 }
 
 std::optional<CallError> SetDetails(SC_HANDLE service) {
     SERVICE_DESCRIPTIONW description{const_cast<wchar_t*>(kDescription)};
-    SERVICE_DELAYED_AUTO_START_INFO delayed{TRUE};
-    if (!ChangeServiceConfig2W(service, SERVICE_CONFIG_DESCRIPTION, &description) ||
-        !ChangeServiceConfig2W(service, SERVICE_CONFIG_DELAYED_AUTO_START_INFO, &delayed)) {
+    if (!ChangeServiceConfig2W(service, SERVICE_CONFIG_DESCRIPTION, &description)) {
         return LastCallError("ChangeServiceConfig2W");
     }
+    // Where this is refused the service starts a little earlier.
+    SERVICE_DELAYED_AUTO_START_INFO delayed{TRUE};
+    ChangeServiceConfig2W(service, SERVICE_CONFIG_DELAYED_AUTO_START_INFO, &delayed);
     return SetRecovery(service);
 }
 

@@ -10,7 +10,7 @@ import sys
 import time
 import unittest
 
-from running import PATIENCE_S, Server, gpu, machine, write_results
+from running import PATIENCE_S, Monitor, Server, gpu, machine, write_results
 
 CONNECTIONS = 1000
 
@@ -89,6 +89,13 @@ class AbuseTest(unittest.TestCase):
         for request, status in cases.items():
             with self.subTest(request[:60]):
                 self.assertEqual(self.send(request), status)
+
+    def test_ends_at_once_where_it_cannot_listen(self):
+        for address in (f"127.0.0.1:{self.server.port}", "192.0.2.1:9836"):
+            with Monitor(["serve", "--listen", address]) as second:
+                self.assertEqual(second.wait(), 9)
+                self.assertEqual(second.said().count("\n"), 1)
+                self.assertIn(address, second.said())
 
     def test_tells_half_a_request_that_it_is_late(self):
         client = self.connect()

@@ -2,6 +2,7 @@
 
 Usage: page_test.py RESULTS_FILE
 """
+import json
 import pathlib
 import socket
 import sys
@@ -18,8 +19,10 @@ from running import PATIENCE_S, Monitor, Server, gpu, machine, windows_path, wri
 RESULTS = pathlib.Path(sys.argv[1]).resolve()
 HOSTILE = "<img src=x onerror=alert(1)>"
 # As long as NVML gives it; a record has room for 31 characters.
-LONG_NAME = "\u202e'\"&amp;<b onclick=alert(1)>\u200f" + "w" * 31
+LONG_NAME = "'\"&amp;<b onclick=alert(1)>".ljust(63, "w")
 HOSTILE_LONG = LONG_NAME[:31]
+# What a code page may make of a name, and a recording may say.
+TURNING = "\u202e\u2067'\"</script><!--<img src=x onerror=alert(1)>\u200f".ljust(64, "w")
 VALUES = {
     "Temperature": "61 °C", "GPU use": "37 %", "Memory use": "11 %", "Fan speed": "47 %",
     "Graphics clock": "1801 MHz", "SM clock": "1802 MHz", "Memory clock": "9501 MHz",
@@ -242,6 +245,80 @@ class PageTest(unittest.TestCase):
                 lines, _ = replay.process.communicate(timeout=PATIENCE_S)
                 self.assertEqual(replay.process.returncode, 0, replay.said())
         self.assertIn(b'"temperature_celsius":61', lines)
+
+
+class RecordingTest(unittest.TestCase):
+    """A report that is made of a file, which anybody may have written."""
+
+    def setUp(self):
+        self.browser = Browser()
+        self.addCleanup(self.browser.close)
+        folder = tempfile.TemporaryDirectory(prefix="report ")
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def report(self, lines, *options):
+        (self.folder / "made.jsonl").write_text("".join(json.dumps(line) + "\n" for line in lines),
+                                                encoding="utf-8")
+        with Monitor(["report", windows_path(self.folder / "made.jsonl"), *options]) as monitor:
+            self.assertEqual((monitor.wait(), monitor.said()), (0, ""))
+        self.browser.open(f"file://{self.folder}/made.html")
+
+    def lines(self):
+        start = {"schema": 1, "host": TURNING, "entry": "test"}
+
+        def at(second, **event):
+            return {"time": f"2026-11-21T10:00:{second:02}.000Z", **start, **event}
+        yield at(0, type="start", tool_version="1", library_version=None, simulated=True)
+        for second in range(1, 50):
+            yield at(second, type="gpu", index=0, count=1, name=TURNING, pci=None,
+                     gpu_utilization_percent=second, memory_utilization_percent=None,
+                     temperature_celsius=None if 20 <= second < 30 else 99 if second == 35 else 50,
+                     fan_speed_percent=None, clocks_mhz=dict.fromkeys(("graphics", "sm", "memory", "video")))
+        yield at(50, type="missing", what="cpu", id="x", brief="b", text=TURNING, do=TURNING)
+        yield at(51, type="notice", id="x", text=TURNING)
+
+    def test_shows_hostile_texts_as_texts(self):
+        self.report(self.lines())
+        self.assertIn(TURNING, self.browser.numbers())
+        self.assertEqual(self.browser.text("#host"), TURNING)
+        self.assertTrue(any(TURNING in text for text in self.browser.happened()))
+        self.assertEqual(self.browser.all("img, main script"), [])
+        self.assertFalse(self.browser.is_asked())
+        self.assertEqual(self.browser.complaints(), [])
+
+    def test_shows_lowest_average_and_highest(self):
+        self.report(self.lines())
+        ranges = self.browser.run("return [...document.querySelectorAll('.range')].map((node) => node.textContent)")
+        self.assertEqual(ranges[:3], ["lowest 50, average 51.3, highest 99", "lowest 1, average 25, highest 49",
+                                      "never read"])
+
+    def test_prints_without_what_only_a_screen_has(self):
+        self.report(self.lines())
+        self.browser.driver.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "print"})
+        self.assertEqual(self.browser.run("return getComputedStyle(document.querySelector('nav')).display"), "none")
+        pdf = self.browser.driver.execute_cdp_cmd("Page.printToPDF", {})
+        self.assertGreater(len(pdf["data"]), 10000)
+
+    def test_shows_what_doctor_says(self):
+        doctor = self.folder / "doctor.json"
+        doctor.write_text(json.dumps({"readings": [{"what": "GPUs", "reported": "no"}], "checks": [
+            {"id": "a", "title": "Good", "result": "PASS", "seen": "fine", "do": None},
+            {"id": "b", "title": "Bad", "result": "FAIL", "seen": "<b>broken</b>", "do": "Mend it."}]}))
+        self.report(self.lines(), "--doctor", windows_path(doctor))
+        found = self.browser.run("return document.querySelector('#doctor-findings').innerText")
+        self.assertEqual(found, "FAIL Bad: <b>broken</b> Mend it.")
+        self.assertIn("Good: fine", self.browser.text("#doctor-rest"))
+        doctor.write_text("no JSON")
+        with Monitor(["report", windows_path(self.folder / "made.jsonl"), "--doctor", windows_path(doctor),
+                      "-o", windows_path(self.folder / "other.html")]) as monitor:
+            self.assertEqual(monitor.wait(), 8)
+            self.assertIn("is not what zorvanemon doctor --json writes", monitor.said())
+
+    def test_masks_the_computers_name(self):
+        self.report(self.lines(), "--mask")
+        self.assertEqual(self.browser.text("#host"), "[computer]")
+        self.assertIn(TURNING, self.browser.numbers())
 
 
 class CrashTest(unittest.TestCase):

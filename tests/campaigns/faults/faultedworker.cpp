@@ -1,12 +1,17 @@
-// One run of the shipped library on the simulated machine, with faults in its calls:
+// One run of the shipped library on the simulated machine, with faults in its calls or not:
 //
 //   faultedworker ENDING [FUNCTION FIRST once|always]
+//   faultedworker ENDING after MILLISECONDS
+//   faultedworker ENDING messages COUNT
 //
-// ENDING is "stop", where the stub sends the stop message, or "vanish", where its window goes. Lies
-// beside Zorvane.dll, Platform.dll and scenario.json. Prints what it saw, one line each:
+// ENDING is "stop", where the stub sends the stop message, "vanish", where its window goes,
+// "close", where somebody closes the worker's window, or "both", a stop and a vanishing at once. It
+// comes after some cycles, some time, or some messages. Lies beside Zorvane.dll, Platform.dll and
+// scenario.json. Prints what it saw, one line each:
 //
 //   calls FUNCTION CALLS FAILED
 //   record HEX        a message of the worker
+//   open KIND COUNT   what the library has not released, in the middle of the run and at its end
 //   returned          the export has returned; "thrown TYPE" when an exception left it
 //   finding TEXT      what should not be
 #include <windows.h>
@@ -66,14 +71,14 @@ class CStub {
                std::to_wstring(static_cast<int>(reinterpret_cast<INT_PTR>(m_window.Handle())));
     }
 
-    // Returns when the worker has sent enough, or nothing more.
-    void WaitForMessages(const std::atomic<bool>& hasEnded) {
+    // Returns when the worker has sent so many messages, or nothing more.
+    void WaitForMessages(const std::atomic<bool>& hasEnded, size_t enough) {
         std::unique_lock guard(m_lock);
         size_t seen = 0;
         do {
             seen = m_count;
             m_arrived.wait_for(guard, kSilence, [&] { return hasEnded || m_count != seen; });
-        } while (!hasEnded && m_count != seen && m_count < kEnoughMessages);
+        } while (!hasEnded && m_count != seen && m_count < enough);
     }
 
     void Notify() { m_arrived.notify_all(); }
@@ -90,22 +95,21 @@ class CStub {
     void PrintRecords() {
         const std::lock_guard guard(m_lock);
         for (const std::string& record : m_records) {
-            std::printf("record %s\n", record.c_str());
+            std::printf("record %s ", record.substr(0, record.find(' ')).c_str());
+            for (size_t index = record.find(' ') + 1; index < record.size(); ++index) {
+                std::printf("%02X", static_cast<unsigned char>(record[index]));
+            }
+            std::printf("\n");
         }
     }
 
   private:
     // Each kind of message once; their number differs from run to run.
     void Keep(const COPYDATASTRUCT& data) {
-        std::string text = std::to_string(data.dwData) + " ";
-        const auto* bytes = static_cast<const unsigned char*>(data.lpData);
         // The window's handle in the hello differs.
         const DWORD size = data.dwData == kCopyDataHello ? data.cbData - 8 : data.cbData;
-        for (DWORD index = 0; index < size; ++index) {
-            char digits[3] = {};
-            std::snprintf(digits, sizeof(digits), "%02X", bytes[index]);
-            text += digits;
-        }
+        const std::string text = std::to_string(data.dwData) + " " +
+                                 std::string(static_cast<const char*>(data.lpData), size);
         const std::lock_guard guard(m_lock);
         m_records.insert(text);
         ++m_count;
@@ -147,11 +151,45 @@ struct Run {
     }
 }
 
+// When and how a run ends.
+struct Ending {
+    std::string way;
+    DWORD afterMs = 0;
+    size_t messages = kEnoughMessages;
+};
+
+BOOL CALLBACK PostClose(HWND window, LPARAM) { return PostMessageW(window, WM_CLOSE, 0, 0); }
+
+void PrintOpen() {
+    for (const OpenResources& open : OpenNow()) {
+        std::printf("open %s %zu\n", open.kind, open.count);
+    }
+}
+
+// Lets the worker work; what it has open is told in the middle of a run of many messages.
+void AwaitMoment(CStub& stub, const Run& run, const Ending& ending) {
+    if (ending.afterMs > 0) {
+        run.Wait(std::chrono::milliseconds(ending.afterMs));
+        return;
+    }
+    if (ending.messages != kEnoughMessages) {
+        stub.WaitForMessages(run.hasEnded, ending.messages / 2);
+        PrintOpen();
+    }
+    stub.WaitForMessages(run.hasEnded, ending.messages);
+}
+
 // The stub's side: lets the worker work, asks it to end, and ends the process when it does not.
-void End(CStub& stub, const Run& run, bool bySendingStop) {
-    stub.WaitForMessages(run.hasEnded);
-    if (bySendingStop) {
+void End(CStub& stub, const Run& run, const Ending& ending) {
+    AwaitMoment(stub, run, ending);
+    if (ending.way == "close") {
+        EnumThreadWindows(run.threadId, &PostClose, 0);
+    }
+    if (ending.way == "stop" || ending.way == "both") {
         EnumThreadWindows(run.threadId, &SendStop, 0);
+    }
+    // A moment before the worker has a window there is nobody to ask.
+    if (ending.way == "stop" && ending.afterMs == 0) {
         if (run.Wait(kBound)) {
             return;
         }
@@ -252,9 +290,20 @@ void EnterExport(HMODULE library, std::wstring words) {
 }  // namespace
 
 int main(int count, char** arguments) {
-    if (count != 2 && count != 5) {
-        std::fprintf(stderr, "usage: faultedworker stop|vanish [FUNCTION FIRST once|always]\n");
+    if (count != 2 && count != 4 && count != 5) {
+        std::fprintf(stderr,
+                     "usage: faultedworker ENDING [FUNCTION FIRST once|always | "
+                     "after MILLISECONDS | messages COUNT]\n");
         return 2;
+    }
+    Ending ending{arguments[1]};
+    if (count == 4) {
+        const size_t number = std::stoul(arguments[3]);
+        if (std::strcmp(arguments[2], "after") == 0) {
+            ending.afterMs = static_cast<DWORD>(number);
+        } else {
+            ending.messages = number;
+        }
     }
     zorvane::NarrowLibrarySearch();
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
@@ -275,13 +324,14 @@ int main(int count, char** arguments) {
     }
     CStub stub;
     Run run;
-    std::thread ending([&] { End(stub, run, std::strcmp(arguments[1], "stop") == 0); });
+    std::thread ender([&] { End(stub, run, ending); });
     EnterExport(library, stub.Words());
     run.hasEnded = true;
     SetEvent(run.ended);
     stub.Notify();
-    ending.join();
+    ender.join();
     PrintFindings(folder, stub.HasRecord());
+    PrintOpen();
     PrintCalls();
     stub.PrintRecords();
     // Not past the end of main: what unloads the library there is not part of a worker's life.

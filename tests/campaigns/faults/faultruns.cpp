@@ -32,6 +32,8 @@ struct Consequence {
 };
 
 constexpr Consequence kConsequences[] = {
+    // The end of the work thread was not awaited.
+    {"WaitForSingleObject", "the driver's service is left"},
     {"DeleteService", "the driver's service is left"},
     {"OpenSCManagerW", "the driver's service is left"},
     {"OpenServiceW", "the driver's service is left"},
@@ -207,6 +209,28 @@ std::string Words(const FaultRun& run) {
                  (run.isForGood ? " always" : " once");
     }
     return words;
+}
+
+uint32_t CallsOf(const FaultResult& result, const std::string& function) {
+    for (const Called& called : ReadCalls(result.output)) {
+        if (called.function == function) {
+            return called.calls;
+        }
+    }
+    return 0;
+}
+
+std::vector<size_t> OpenOf(const FaultResult& result, const std::string& kind) {
+    std::vector<size_t> counts;
+    for (const Line& line : ReadOutput(result.output)) {
+        std::istringstream rest(line.rest);
+        std::string name;
+        size_t count = 0;
+        if (line.word == "open" && rest >> name >> count && name == kind) {
+            counts.push_back(count);
+        }
+    }
+    return counts;
 }
 
 std::vector<FaultRun> PlanFaultRuns(const FaultResult& golden) {

@@ -41,6 +41,12 @@ struct FaultVerdict {
 /** The words of its command line. */
 std::string Words(const FaultRun& run);
 
+/** Calls of a function in the output of a run. */
+uint32_t CallsOf(const FaultResult& result, const std::string& function);
+
+/** Numbers behind "open KIND" in the output of a run, in order. */
+std::vector<size_t> OpenOf(const FaultResult& result, const std::string& kind);
+
 /**
  * All runs for the functions that a run without faults called: each of the first calls, the last,
  * and a spread of those between, failing alone and for good, with each ending.

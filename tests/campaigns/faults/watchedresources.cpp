@@ -59,8 +59,8 @@ void Released(const char* kind, const char* function, uint64_t value) {
 constexpr char kHandle[] = "handle";
 constexpr char kService[] = "service";
 constexpr char kMemory[] = "memory";
-constexpr char kBstr[] = "text of COM";
-constexpr char kLocal[] = "local memory";
+constexpr char kBstr[] = "text";
+constexpr char kLocal[] = "local";
 constexpr char kModule[] = "module";
 constexpr char kKey[] = "key";
 constexpr char kFile[] = "file";
@@ -232,6 +232,15 @@ void WatchResources(HMODULE module) {
 std::vector<std::string> WrongReleases() {
     const CKeptError guard;
     return State().wrong;
+}
+
+std::vector<OpenResources> OpenNow() {
+    const CKeptError guard;
+    std::vector<OpenResources> open;
+    for (const auto& [kind, values] : State().open) {
+        open.push_back({kind, values.size()});
+    }
+    return open;
 }
 
 bool AreAllLocksFree() {

@@ -15,5 +15,14 @@ void WatchResources(HMODULE module);
 /** What was closed or freed that was not open; each as one line. */
 std::vector<std::string> WrongReleases();
 
+/** How many things of a kind are open. */
+struct OpenResources {
+    const char* kind;
+    size_t count;
+};
+
+/** What is open now, by kind. */
+std::vector<OpenResources> OpenNow();
+
 /** True when every lock that was taken has been released. */
 bool AreAllLocksFree();

@@ -24,7 +24,11 @@ std::filesystem::path SourceFolder(const char* name) {
 }
 
 // Literals of src/log that are no line and no part of one.
-const std::set<std::string> kOtherLiterals = {"[I]", "(null)", ".on", "",
+const std::set<std::string> kOtherLiterals = {"[I]",
+                                              "(null)",
+                                              ".on",
+                                              "",
+                                              "Log\\Qorvella_HardwareDll.log",
                                               "%02d-%02d %02d:%02d:%02d.%03d [%5d][%5d][%s]"};
 
 // What a format consists of between its conversions: the debugger's lines are put together from it.

@@ -77,18 +77,34 @@ TEST(ReportBuilderTest, LeavesOutSerialsAndTheComputersNameIfAsked) {
     const std::string page = builder.Page(TimeOfTest());
     const nlohmann::json data = DataOf(page);
     EXPECT_THAT(data.dump(), Not(HasSubstr("BENCH-07")));
-    EXPECT_EQ(data["events"][1]["serial"], kMasked);
-    EXPECT_EQ(data["events"][2]["text"], "seen on (masked) with (masked) \"quoted\"");
+    EXPECT_EQ(data["events"][1]["serial"], "[serial]");
+    EXPECT_EQ(data["events"][2]["text"], "seen on [computer] with [serial] \"quoted\"");
     EXPECT_EQ(data["masked"], true);
 }
 
-TEST(ReportBuilderTest, InterruptsTheLinesWhereAWorkerEnds) {
+TEST(ReportBuilderTest, HasWhatDoctorSays) {
+    CReportBuilder builder(true);
+    builder.Add(EventAt(0, Start()));
+    EXPECT_FALSE(builder.AddDoctor("no JSON"));
+    EXPECT_FALSE(builder.AddDoctor("[]"));
+    EXPECT_FALSE(builder.AddDoctor(R"({"checks": 1, "readings": []})"));
+    EXPECT_TRUE(DataOf(builder.Page(TimeOfTest()))["doctor"].is_null());
+    EXPECT_TRUE(builder.AddDoctor(
+        R"({"host": "OTHER", "readings": [], "checks": [{"id": "a", "seen": "<b> on OTHER"}]})"));
+    const nlohmann::json data = DataOf(builder.Page(TimeOfTest()));
+    EXPECT_EQ(data["doctor"]["checks"][0]["seen"], "<b> on [computer]");
+}
+
+TEST(ReportBuilderTest, InterruptsTheLinesWhereAWorkerEndsOrNothingIsRead) {
     CReportBuilder builder(false);
     builder.Add(EventAt(0, CpuTemperature{50}));
     builder.Add(EventAt(1, ExitEvent()));
     builder.Add(EventAt(2, CpuTemperature{60}));
+    builder.Add(EventAt(3, CpuUnreadEvent()));
+    builder.Add(EventAt(4, CpuTemperature{70}));
     const nlohmann::json data = DataOf(builder.Page(TimeOfTest()));
-    EXPECT_EQ(SeriesOf(data, "temperature")["values"], nlohmann::json({50, nullptr, 60}));
+    EXPECT_EQ(SeriesOf(data, "temperature")["values"],
+              nlohmann::json({50, nullptr, 60, nullptr, 70}));
 }
 
 TEST(ReportBuilderTest, StaysBelowFiveMegabytesForADayOfManyGpus) {

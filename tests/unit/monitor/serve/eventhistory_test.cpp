@@ -1,4 +1,4 @@
-#include "monitor/serve/history.h"
+#include "monitor/serve/eventhistory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@ using testing::ElementsAre;
 namespace zorvane {
 namespace {
 
-class HistoryTest : public testing::Test {
+class EventHistoryTest : public testing::Test {
   protected:
     // The line is a name for the test in place of JSON.
     void Add(int second, EventBody body, const std::string& line) {
@@ -31,10 +31,10 @@ class HistoryTest : public testing::Test {
         return lines;
     }
 
-    CHistory m_history{{std::chrono::seconds(10), 1000}};
+    CEventHistory m_history{{std::chrono::seconds(10), 1000}};
 };
 
-TEST_F(HistoryTest, KeepsWhatIsYoungEnough) {
+TEST_F(EventHistoryTest, KeepsWhatIsYoungEnough) {
     for (int second = 0; second <= 12; ++second) {
         AddReading(second);
     }
@@ -44,7 +44,7 @@ TEST_F(HistoryTest, KeepsWhatIsYoungEnough) {
     EXPECT_THAT(Lines(1), ElementsAre("reading 11", "reading 12"));
 }
 
-TEST_F(HistoryTest, KeepsNoMoreThanItsBytes) {
+TEST_F(EventHistoryTest, KeepsNoMoreThanItsBytes) {
     for (int i = 0; i < 100; ++i) {
         Add(0, Reading(0, "bus"), std::string(100, 'x'));
     }
@@ -52,7 +52,7 @@ TEST_F(HistoryTest, KeepsNoMoreThanItsBytes) {
     EXPECT_EQ(m_history.Bytes(), 1000u);
 }
 
-TEST_F(HistoryTest, KeepsAPauseWhileItLasts) {
+TEST_F(EventHistoryTest, KeepsAPauseWhileItLasts) {
     Add(0, PausedEvent(), "paused");
     AddReading(100);
     EXPECT_THAT(Lines(), ElementsAre("paused", "reading 100"));
@@ -61,7 +61,7 @@ TEST_F(HistoryTest, KeepsAPauseWhileItLasts) {
     EXPECT_THAT(Lines(), ElementsAre("reading 200"));
 }
 
-TEST_F(HistoryTest, KeepsTheFactsThatStillHold) {
+TEST_F(EventHistoryTest, KeepsTheFactsThatStillHold) {
     Add(0, StartEvent(), "start");
     Add(0, WorkerStartEvent(), "worker");
     Add(0, HelloEvent(), "hello");
@@ -74,7 +74,7 @@ TEST_F(HistoryTest, KeepsTheFactsThatStillHold) {
                 ElementsAre("start", "worker", "hello", "static", "missing", "reading 20"));
 }
 
-TEST_F(HistoryTest, ForgetsTheFactsOfAWorkerThatHasGone) {
+TEST_F(EventHistoryTest, ForgetsTheFactsOfAWorkerThatHasGone) {
     Add(0, StartEvent(), "start");
     Add(0, WorkerStartEvent(), "worker 1");
     Add(0, FullStatic(), "static 1");
@@ -84,7 +84,7 @@ TEST_F(HistoryTest, ForgetsTheFactsOfAWorkerThatHasGone) {
     EXPECT_THAT(Lines(), ElementsAre("start", "worker 2", "reading 20"));
 }
 
-TEST_F(HistoryTest, KeepsThatAWorkerHasEnded) {
+TEST_F(EventHistoryTest, KeepsThatAWorkerHasEnded) {
     Add(0, WorkerStartEvent(), "worker");
     Add(0, HelloEvent(), "hello");
     Add(1, StaleEvent(), "stale");
@@ -93,14 +93,14 @@ TEST_F(HistoryTest, KeepsThatAWorkerHasEnded) {
     EXPECT_THAT(Lines(), ElementsAre("worker", "exit", "reading 20"));
 }
 
-TEST_F(HistoryTest, PutsTheFactsBeforeAShorterTimeToo) {
+TEST_F(EventHistoryTest, PutsTheFactsBeforeAShorterTimeToo) {
     Add(0, StartEvent(), "start");
     Add(0, FullStatic(), "static");
     AddReading(5);
     EXPECT_THAT(Lines(1), ElementsAre("start", "static", "reading 5"));
 }
 
-TEST_F(HistoryTest, GivesWhatAReaderHasMissed) {
+TEST_F(EventHistoryTest, GivesWhatAReaderHasMissed) {
     for (int second = 0; second <= 3; ++second) {
         AddReading(second);
     }
@@ -113,7 +113,7 @@ TEST_F(HistoryTest, GivesWhatAReaderHasMissed) {
     EXPECT_EQ(m_history.After(0)->size(), 4u);
 }
 
-TEST_F(HistoryTest, SaysWhenItNoLongerHasWhatAReaderMissed) {
+TEST_F(EventHistoryTest, SaysWhenItNoLongerHasWhatAReaderMissed) {
     for (int second = 0; second <= 20; ++second) {
         AddReading(second);
     }

@@ -36,9 +36,9 @@ struct HistoryLimits {
  * Keeps events until they are too old or too many. Of what has gone it keeps the facts that still
  * hold, such as a GPU's name, so that the rest can be understood. Not for several threads.
  */
-class CHistory {
+class CEventHistory {
   public:
-    explicit CHistory(const HistoryLimits& limits = {}) : m_limits(limits) {}
+    explicit CEventHistory(const HistoryLimits& limits = {}) : m_limits(limits) {}
 
     /** `line` is the event's JSON line with its line feed. */
     const SentEvent& Add(const Event& event, std::string line);

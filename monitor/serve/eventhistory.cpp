@@ -1,4 +1,4 @@
-#include "monitor/serve/history.h"
+#include "monitor/serve/eventhistory.h"
 
 #include <fmt/format.h>
 
@@ -9,7 +9,7 @@ namespace zorvane {
 
 // Keys are sorted into those of the run, of its worker ("worker/...") and of the worker's readings
 // ("worker/up/..."), so that the end of one ends what is below it.
-CHistory::Effect CHistory::EffectOf(const EventBody& body) {
+CEventHistory::Effect CEventHistory::EffectOf(const EventBody& body) {
     struct Visitor {
         Effect operator()(const StartEvent&) const { return {"", "run"}; }
         Effect operator()(const WorkerStartEvent&) const { return {"worker", "worker"}; }
@@ -45,7 +45,7 @@ CHistory::Effect CHistory::EffectOf(const EventBody& body) {
     return std::visit(Visitor(), body);
 }
 
-void CHistory::CFacts::Apply(const Effect& effect, const SharedText& line) {
+void CEventHistory::CFacts::Apply(const Effect& effect, const SharedText& line) {
     const auto isOver = [&](const auto& fact) {
         const std::string& key = fact.first;
         return key == effect.begins ||
@@ -60,7 +60,7 @@ void CHistory::CFacts::Apply(const Effect& effect, const SharedText& line) {
     }
 }
 
-std::vector<SharedText> CHistory::CFacts::Lines() const {
+std::vector<SharedText> CEventHistory::CFacts::Lines() const {
     std::vector<SharedText> lines;
     for (const auto& [key, line] : m_facts) {
         lines.push_back(line);
@@ -68,7 +68,7 @@ std::vector<SharedText> CHistory::CFacts::Lines() const {
     return lines;
 }
 
-const SentEvent& CHistory::Add(const Event& event, std::string line) {
+const SentEvent& CEventHistory::Add(const Event& event, std::string line) {
     m_bytes += line.size();
     m_kept.push_back(
         {{++m_lastNumber, event.time, std::make_shared<const std::string>(std::move(line))},
@@ -78,7 +78,7 @@ const SentEvent& CHistory::Add(const Event& event, std::string line) {
 }
 
 // A clock that was set back makes nothing old; the limit in bytes holds all the same.
-void CHistory::Shorten(UtcTime now) {
+void CEventHistory::Shorten(UtcTime now) {
     while (m_kept.size() > 1 &&
            (m_bytes > m_limits.bytes || now - m_kept.front().sent.time > m_limits.age)) {
         const Kept& oldest = m_kept.front();
@@ -88,7 +88,8 @@ void CHistory::Shorten(UtcTime now) {
     }
 }
 
-std::vector<SharedText> CHistory::Lines(std::optional<std::chrono::milliseconds> seconds) const {
+std::vector<SharedText> CEventHistory::Lines(
+    std::optional<std::chrono::milliseconds> seconds) const {
     CFacts before = m_before;
     auto first = m_kept.begin();
     if (seconds && !m_kept.empty()) {
@@ -104,7 +105,7 @@ std::vector<SharedText> CHistory::Lines(std::optional<std::chrono::milliseconds>
     return lines;
 }
 
-std::optional<std::vector<SentEvent>> CHistory::After(uint64_t number) const {
+std::optional<std::vector<SentEvent>> CEventHistory::After(uint64_t number) const {
     const uint64_t oldest = m_lastNumber - m_kept.size() + 1;
     if (number > m_lastNumber || number + 1 < oldest) {
         return std::nullopt;

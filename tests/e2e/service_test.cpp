@@ -93,8 +93,8 @@ TEST_F(Service, RunsUntilItIsRemovedAndEndsItsWorkerInOrder) {
     EXPECT_THAT(m_output, HasSubstr("was stopped and removed"));
     const auto types = Types(machine);
     ASSERT_FALSE(types.empty());
-    EXPECT_EQ(types.back(), "exit");
-    EXPECT_THAT(ReadFileBytes(OutPath(machine)), HasSubstr("\"code\":0"));
+    EXPECT_EQ(types.back(), "worker_exit");
+    EXPECT_THAT(ReadFileBytes(OutPath(machine)), HasSubstr("ended in order (0)"));
     EXPECT_EQ(Zorvanemon(L"status"), 10u);
     EXPECT_EQ(Zorvanemon(L"remove"), 0u) << "without a service";
 }

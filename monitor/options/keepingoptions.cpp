@@ -34,7 +34,7 @@ std::string CheckMaxAge(const std::string& text) {
 void CKeepingOptions::Declare(CLI::App& app) {
     AddValue(app, "--on-battery", m_onBattery,
              "While the computer runs on battery: go on (run), or end the worker until it is on "
-             "mains again (pause) (default: run)",
+             "mains again (pause)",
              "run|pause")
         ->check(CheckOnBattery);
     AddValue(app, "--max-age", m_maxAge,

@@ -121,7 +121,7 @@ TEST(CommandLineTest, TakesWhatKeepsAWorkerInALongRun) {
     for (const char* wrong : {"0", "-1", "nan", "1e9", "x"}) {
         EXPECT_EQ(Sentence({"--max-age", wrong}),
                   "zorvanemon: --max-age takes a number of hours above 0, up to 87600, not \"" +
-                      std::string(wrong) + "\"");
+                      std::string(wrong) + "\".");
     }
 }
 

@@ -182,8 +182,31 @@ std::string UnknownSentence(const CLI::App& part) {
                        nearest ? " Did you mean --" + *nearest + "?" : "");
 }
 
+// The parts that a command is divided into, but those that are not for people.
+Words PartNames(const CLI::App& command) {
+    Words names;
+    for (const CLI::App* part : command.get_subcommands([](const CLI::App*) { return true; })) {
+        if (!part->get_group().empty()) {
+            names.push_back(part->get_name());
+        }
+    }
+    return names;
+}
+
+std::string MissingPartSentence(const CLI::App& command, const Words& parts) {
+    const Words unknown = command.remaining();
+    return unknown.empty()
+               ? fmt::format("{} needs {}", command.get_name(), Listed(parts))
+               : fmt::format("{} takes {}, not \"{}\".{}", command.get_name(), Listed(parts),
+                             unknown.front(), DidYouMean(unknown.front(), parts));
+}
+
 std::string Sentence(const CLI::ParseError& error, const CLI::App& part) {
     const std::string text = error.what();
+    const Words parts = PartNames(part);
+    if (!parts.empty() && part.get_subcommands().empty()) {
+        return MissingPartSentence(part, parts);
+    }
     // CLI11 takes the value of an option that does not exist for a word.
     const Words unknown = part.remaining();
     const bool hasUnknownOption = !unknown.empty() && unknown.front().starts_with('-');

@@ -239,6 +239,13 @@ TEST(CommandLineTest, RefusesOptionsThatOtherOnesMakeMeaningless) {
     EXPECT_EQ(Sentence({"--keep", "2"}), "zorvanemon: --keep requires --rotate-mib.");
 }
 
+TEST(CommandLineTest, NamesThePartsOfACommandThatHasSome) {
+    EXPECT_EQ(Sentence({"service"}), "zorvanemon: service needs install, remove or status.");
+    EXPECT_EQ(Sentence({"service", "instal"}),
+              "zorvanemon: service takes install, remove or status, not \"instal\". Did you mean "
+              "install?");
+}
+
 TEST(CommandLineTest, NamesAnOptionThatThereIsNot) {
     EXPECT_EQ(Sentence({"--cuont", "3"}),
               "zorvanemon: watch has no option --cuont. Did you mean --count?");

@@ -9,7 +9,7 @@ namespace zorvane {
 namespace {
 
 TEST(FileVersionTest, IsThatOfTheResource) {
-    const auto version = ReadFileVersion(BuildFolder(L"platform-standin") + L"\\Platform.dll");
+    const auto version = ReadFileVersion(BuildFolder(L"bin\\platform-standin") + L"\\Platform.dll");
     ASSERT_TRUE(version);
     EXPECT_EQ(version->number, ZORVANE_VERSION);
     EXPECT_EQ(version->description, "Stand-in for AMD's monitoring library");

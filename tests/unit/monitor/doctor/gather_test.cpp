@@ -94,7 +94,7 @@ TEST_F(GatherTest, PlatformIsTheVendorsOrTheStandInOrUnusableOrMissing) {
 
 TEST_F(GatherTest, HostBringsTheStandInWhereThereIsNoPlatform) {
     MakeFolder(L"platform-standin");
-    std::filesystem::copy_file(BuildFolder(L"platform-standin") + L"\\Platform.dll",
+    std::filesystem::copy_file(BuildFolder(L"bin\\platform-standin") + L"\\Platform.dll",
                                m_folder.PathOf(L"platform-standin\\Platform.dll"));
     const PlatformFacts platform = GatherPlatform(Target());
     EXPECT_EQ(platform.kind, PlatformKind::kStandIn);

@@ -83,7 +83,7 @@ TEST_F(GatherTest, PlatformIsTheVendorsOrTheStandInOrUnusableOrMissing) {
     Put(L"sim", L"Platform.dll");
     EXPECT_EQ(GatherPlatform(Target()).kind, PlatformKind::kVendor);
     std::filesystem::remove(m_folder.PathOf(L"Platform.dll"));
-    Put(L"platform-standin", L"Platform.dll");
+    Put(L"bin\\platform-standin", L"Platform.dll");
     EXPECT_EQ(GatherPlatform(Target()).kind, PlatformKind::kStandIn);
     std::filesystem::remove(m_folder.PathOf(L"Platform.dll"));
     // A library without the function.

@@ -26,8 +26,8 @@ class DoctorProcessTest : public testing::Test {
   protected:
     // Everything of a worker in a folder of its own, with NVML at the fixed path.
     void SetUp() override {
-        for (const wchar_t* file :
-             {L"bin\\Zorvane.dll", L"bin\\zorvanehost.exe", L"platform-standin\\Platform.dll"}) {
+        for (const wchar_t* file : {L"bin\\Zorvane.dll", L"bin\\zorvanehost.exe",
+                                    L"bin\\platform-standin\\Platform.dll"}) {
             std::filesystem::copy_file(
                 BuildFolder(file),
                 std::filesystem::path(m_folder.Path()) / std::filesystem::path(file).filename());

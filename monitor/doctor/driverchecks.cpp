@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "base/text.h"
-#include "monitor/doctor/checkgroups.h"
 #include "client/reasons/reason.h"
+#include "monitor/doctor/checkgroups.h"
 #include "src/amdsdk/driverservice.h"
 
 namespace zorvane {

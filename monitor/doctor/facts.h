@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "monitor/moment.h"
 #include "client/reasons/missingreasons.h"
+#include "monitor/moment.h"
 #include "src/amdsdk/processortable.h"
 
 namespace zorvane {

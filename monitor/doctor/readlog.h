@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "monitor/doctor/facts.h"
 #include "client/reasons/logline.h"
+#include "monitor/doctor/facts.h"
 
 namespace zorvane {
 

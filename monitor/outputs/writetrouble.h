@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "monitor/moment.h"
 #include "client/reportlimiter.h"
+#include "monitor/moment.h"
 #include "monitor/views/view.h"
 
 namespace zorvane {

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "client/roundtracker.h"
 #include "monitor/event.h"
 #include "monitor/model/machinemodel.h"
-#include "client/roundtracker.h"
 #include "monitor/outcome.h"
 #include "monitor/run/interrupts.h"
 #include "monitor/sources/source.h"

@@ -200,8 +200,7 @@ TEST(PlatformStandIn, SlotsStandAtTheirNumbers) {
 }
 
 TEST(PlatformStandIn, HasNoThreadCallbacks) {
-    const auto image = zorvane::CPeImage::OfFile(
-        (StandInPath()).native());
+    const auto image = zorvane::CPeImage::OfFile((StandInPath()).native());
     ASSERT_TRUE(image.IsValid());
     EXPECT_EQ(image.Directory(IMAGE_DIRECTORY_ENTRY_TLS).VirtualAddress, 0u);
 }

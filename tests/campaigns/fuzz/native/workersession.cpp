@@ -1,5 +1,5 @@
-// The one function of client/workersession.cpp that writing a recording calls; the rest of that file
-// talks to Windows.
+// The one function of client/workersession.cpp that writing a recording calls; the rest of that
+// file talks to Windows.
 #include "client/workersession.h"
 
 namespace zorvane {

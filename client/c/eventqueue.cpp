@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/srwlock.h"
+#include "src/process/srwlockguard.h"
 
 namespace zorvane {
 

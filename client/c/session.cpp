@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "base/modulepath.h"
-#include "base/srwlock.h"
 #include "client/c/fillevent.h"
+#include "src/process/srwlockguard.h"
 
 namespace zorvane {
 namespace {

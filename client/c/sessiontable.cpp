@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "base/srwlock.h"
+#include "src/process/srwlockguard.h"
 
 namespace zorvane {
 

@@ -3,6 +3,7 @@
 #include "base/fileversion.h"
 #include "base/modulepath.h"
 #include "base/peimage.h"
+#include "base/systemfolder.h"
 #include "base/text.h"
 #include "monitor/doctor/gather.h"
 
@@ -36,12 +37,6 @@ bool Exports(const CPeImage& image, const std::string& name) {
         }
     }
     return false;
-}
-
-std::wstring SystemFolder() {
-    wchar_t folder[MAX_PATH] = {};
-    const UINT length = GetSystemDirectoryW(folder, MAX_PATH);
-    return length < MAX_PATH ? std::wstring(folder, length) + L"\\" : std::wstring();
 }
 
 PlatformKind KindOf(const std::wstring& path, const FileFacts& file) {

@@ -5,8 +5,9 @@
 #include <future>
 #include <memory>
 #include <optional>
-#include <thread>
 #include <utility>
+
+#include "base/detachedthread.h"
 
 namespace zorvane {
 
@@ -19,7 +20,7 @@ class CPendingAnswer {
         : m_begun(std::chrono::steady_clock::now()) {
         const auto promise = std::make_shared<std::promise<Answer>>();
         m_answer = promise->get_future();
-        std::thread([promise, ask = std::move(ask)] { promise->set_value(ask()); }).detach();
+        RunDetached([promise, ask = std::move(ask)] { promise->set_value(ask()); });
     }
 
     /** Once. Nothing when it has not come within the time since the construction; the thread is

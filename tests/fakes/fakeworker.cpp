@@ -25,10 +25,10 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "base/commandline.h"
+#include "base/detachedthread.h"
 #include "zorvane/wire.h"
 
 namespace {
@@ -206,12 +206,12 @@ void RunScript(const std::vector<std::wstring>& steps) {
 void EndAfter(const std::wstring& parent) {
     const HANDLE process = OpenProcess(
         SYNCHRONIZE, FALSE, static_cast<DWORD>(std::wcstoul(parent.c_str(), nullptr, 10)));
-    std::thread([process] {
+    zorvane::RunDetached([process] {
         constexpr DWORD kGraceMs = 20000;
         WaitForSingleObject(process, INFINITE);
         Sleep(kGraceMs);
         ExitNow(98);
-    }).detach();
+    });
 }
 
 LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -264,7 +264,7 @@ int main() {
     s_window = MakeWindow();
     s_sender = s_window;
     SetTimer(s_window, 1, 50, nullptr);
-    std::thread([steps] { RunScript(steps); }).detach();
+    zorvane::RunDetached([steps] { RunScript(steps); });
 
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <thread>
 
+#include "base/detachedthread.h"
 #include "tests/support/enumeratedwindow.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/host/exportthread.h"
@@ -27,10 +27,10 @@ class SystemEnd : public testing::Test {
     }
 
     void Raise(DWORD event) {
-        std::thread([this, event] {
+        zorvane::RunDetached([this, event] {
             m_answer = m_handler(event);
             SetEvent(m_answered.get());
-        }).detach();
+        });
     }
 
     // Windows ends the process when its call is answered: main's return has to come first.

@@ -82,7 +82,7 @@ std::optional<OptionFault> SetWorker(const ZorvaneOptions& given, WorkerCommand&
         worker.words.emplace_back(ToWide(word));
     }
     if (given.flags & kZorvaneKeepDriver) {
-        worker.words.push_back(L"skip_delete");
+        worker.words.emplace_back(L"skip_delete");
     }
     return SetVariables(Text(given.variables, given.variablesLength), worker);
 }

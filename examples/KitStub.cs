@@ -34,7 +34,7 @@ struct ZorvaneOptions
     public uint hostLength; public uint libraryLength; public uint entryLength;
     public uint wordsLength; public uint variablesLength; public uint queueLength;
     public uint staleAfterMs; public uint restartAfterMs; public uint afterAskingMs;
-    public uint afterWindowMs;
+    public uint afterWindowMs; public uint maxAgeSeconds; public uint reserved;
 }
 
 [StructLayout(LayoutKind.Sequential)]

@@ -38,7 +38,8 @@ class ZorvaneOptions(ctypes.Structure):
                 ("variables", c_char_p), ("callback", c_void_p), ("context", c_void_p)] + [
         (name, c_uint32) for name in (
             "hostLength", "libraryLength", "entryLength", "wordsLength", "variablesLength",
-            "queueLength", "staleAfterMs", "restartAfterMs", "afterAskingMs", "afterWindowMs")]
+            "queueLength", "staleAfterMs", "restartAfterMs", "afterAskingMs", "afterWindowMs",
+            "maxAgeSeconds", "reserved")]
 
 
 class ZorvaneExit(ctypes.Structure):

@@ -36,7 +36,8 @@ struct ZorvaneOptions {
     words: *const c_char, variables: *const c_char, callback: *const c_void,
     context: *const c_void, hostLength: u32, libraryLength: u32, entryLength: u32,
     wordsLength: u32, variablesLength: u32, queueLength: u32, staleAfterMs: u32,
-    restartAfterMs: u32, afterAskingMs: u32, afterWindowMs: u32,
+    restartAfterMs: u32, afterAskingMs: u32, afterWindowMs: u32, maxAgeSeconds: u32,
+    reserved: u32,
 }
 
 #[repr(C)]

@@ -26,7 +26,7 @@ const ZorvaneOptions = koffi.struct("ZorvaneOptions", {
     hostLength: "uint32_t", libraryLength: "uint32_t", entryLength: "uint32_t",
     wordsLength: "uint32_t", variablesLength: "uint32_t", queueLength: "uint32_t",
     staleAfterMs: "uint32_t", restartAfterMs: "uint32_t", afterAskingMs: "uint32_t",
-    afterWindowMs: "uint32_t" });
+    afterWindowMs: "uint32_t", maxAgeSeconds: "uint32_t", reserved: "uint32_t" });
 const ZorvaneExit = koffi.struct("ZorvaneExit", {
     processId: "uint32_t", code: "uint32_t", kind: "uint32_t", greeted: "uint32_t",
     asked: "uint32_t", forced: "uint32_t", livedMs: "int64_t", restartInMs: ZorvaneNumber });

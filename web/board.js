@@ -132,7 +132,7 @@ class Board {
   }
 
   updateHeader() {
-    const { start, worker, gpus, staleSince } = this.machine;
+    const { start, worker, gpus } = this.machine;
     if (start) {
       setText(byId("host"), start.host || "This computer");
       document.title = `${start.host || "Zorvane"} - readings`;
@@ -142,8 +142,8 @@ class Board {
     if (start) {
       parts.push(`zorvanemon ${start.tool_version}`, `library ${start.library_version ?? "unknown"}`);
     }
-    if (worker && this.isLive) {
-      parts.push(workerText(worker, staleSince));
+    if (this.isLive) {
+      parts.push(...workerTexts(this.machine));
     }
     setText(byId("about"), parts.join(" · "));
   }
@@ -177,14 +177,20 @@ class Board {
   }
 }
 
-function workerText(worker, staleSince) {
+function workerTexts({ worker, staleSince, pausedSince }) {
+  if (pausedSince !== null) {
+    return [`paused on battery since ${clock(pausedSince)}`];
+  }
+  if (!worker) {
+    return [];
+  }
   if (!worker.isUp) {
-    return "no worker runs";
+    return ["no worker runs"];
   }
   if (staleSince) {
-    return `worker ${worker.pid} is silent since ${clock(Date.parse(staleSince))}`;
+    return [`worker ${worker.pid} is silent since ${clock(Date.parse(staleSince))}`];
   }
-  return worker.hasGreeted ? `worker ${worker.pid}` : `worker ${worker.pid} has not said hello yet`;
+  return [worker.hasGreeted ? `worker ${worker.pid}` : `worker ${worker.pid} has not said hello yet`];
 }
 
 function byId(id) {

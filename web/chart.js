@@ -2,7 +2,9 @@
 
 const kMarkSigns = {
   crash: "✕", restart: "↻", silence: "…", missing: "!", warning: "▲", error: "?", notice: "i", end: "■",
+  pause: "‖",
 };
+const kMarkColours = { restart: "--good", notice: "--soft", end: "--soft", pause: "--soft" };
 // Lines differ by more than their colour.
 const kPatterns = [null, [7, 3], [2, 2], [9, 3, 2, 3]];
 
@@ -156,7 +158,7 @@ class Chart {
         continue;
       }
       const x = Math.round(graph.toDomXCoord(mark.time)) + 0.5;
-      const colour = cssColor(mark.kind === "restart" ? "--good" : mark.kind === "notice" ? "--soft" : "--bad");
+      const colour = cssColor(kMarkColours[mark.kind] ?? "--bad");
       context.strokeStyle = colour;
       context.fillStyle = colour;
       context.beginPath();

@@ -25,7 +25,7 @@ class Live {
       report.setAttribute("href", mask.checked ? "/report.html?mask=1" : "/report.html");
     });
     byId("files").append(report,
-      element("label", { for: "mask" }, [mask, " without serials and computer name"]),
+      element("label", { for: "mask" }, [mask, " without serials and names"]),
       element("a", { href: "/recording.jsonl", download: "zorvane-recording.jsonl" }, ["Download recording"]));
   }
 

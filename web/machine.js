@@ -41,6 +41,7 @@ class Machine {
     this.start = null;
     this.worker = null;
     this.staleSince = null;
+    this.pausedSince = null;
     this.gpus = new Map();
     this.keyByIndex = new Map();
     this.cpu = new Device("cpu", kCpuQuantities);
@@ -123,6 +124,7 @@ class Machine {
 
   on_start(event) {
     this.start = event;
+    this.pausedSince = null;
   }
 
   on_worker_start(event, time) {
@@ -131,6 +133,7 @@ class Machine {
     }
     this.worker = { pid: event.worker_pid, isUp: true, hasGreeted: false };
     this.staleSince = null;
+    this.pausedSince = null;
     this.missing.clear();
     this.keyByIndex.clear();
     for (const gpu of this.gpus.values()) {
@@ -185,31 +188,52 @@ class Machine {
 
   on_gpu_lost(event, time) {
     this.gpuOf(event.index, event.bus_id).isLost = true;
-    this.mark(time, "crash", `${event.text}.`);
+    this.mark(time, "crash", sentence(event.text));
   }
 
   on_gpu_back(event, time) {
     this.gpuOf(event.index, event.bus_id).isLost = false;
-    this.mark(time, "restart", `${event.text}.`);
+    this.mark(time, "restart", sentence(event.text));
   }
 
   on_warning(event, time) {
-    this.mark(time, event.over ? "warning" : "notice", `${event.text}.`);
+    this.mark(time, event.over ? "warning" : "notice", sentence(event.text));
   }
 
   on_notice(event, time) {
-    this.mark(time, "notice", `${event.text}.`);
+    this.mark(time, "notice", sentence(event.text));
+  }
+
+  on_paused(event, time) {
+    this.pausedSince = time;
+    this.mark(time, "pause", sentence(event.text));
+  }
+
+  on_resumed(event, time) {
+    this.pausedSince = null;
+    this.mark(time, "restart", sentence(event.text));
   }
 
   on_worker_exit(event, time) {
     this.worker = { pid: event.worker_pid, isUp: false, hasGreeted: event.greeted };
     this.staleSince = null;
-    const again = event.restart_in_ms === null
-      ? "" : ` It is started again in ${Math.round(event.restart_in_ms / 1000)} s.`;
     const kind = event.crashed || event.forced ? "crash" : "end";
-    this.mark(time, kind, `The worker ${event.text}.${again}`);
+    this.mark(time, kind, `The worker ${event.text}.${nextStart(event.restart_in_ms)}`);
     this.forgetReadings(time);
   }
+}
+
+function nextStart(restartInMs) {
+  if (restartInMs === null) {
+    return "";
+  }
+  const seconds = Math.round(restartInMs / 1000);
+  return seconds === 0 ? " Another one is started at once." : ` It is started again in ${seconds} s.`;
+}
+
+// The texts of events are parts of sentences.
+function sentence(text) {
+  return `${text.charAt(0).toUpperCase()}${text.slice(1)}.`;
 }
 
 const kClock = new Intl.DateTimeFormat(undefined, {

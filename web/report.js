@@ -65,7 +65,7 @@ class Report {
     const days = day(start) === day(end) ? "" : `${day(end)}, `;
     const parts = [`Recorded ${day(start)}, ${clock(start)} to ${days}${clock(end)}: ${readings} readings.`];
     if (masked) {
-      parts.push("Serial numbers and the computer's name are left out.");
+      parts.push("Serial numbers, the computer's name and users' names are left out.");
     }
     if (leftOut > 0) {
       parts.push(`${leftOut} events in the middle are left out.`);

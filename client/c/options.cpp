@@ -1,6 +1,8 @@
 #include "client/c/options.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -11,6 +13,9 @@ namespace zorvane {
 namespace {
 
 constexpr uint32_t kKnownFlags = kZorvaneNoRestart | kZorvaneKeepDriver;
+
+// Of version 1.0.
+constexpr uint32_t kFirstSize = offsetof(ZorvaneOptions, maxAgeSeconds);
 
 // Members that a later version may have added; more than that is no size of a structure.
 constexpr uint32_t kLargestSize = 4096;
@@ -58,6 +63,9 @@ void SetTimes(const ZorvaneOptions& given, KeeperOptions& keeper) {
     keeper.stale.restartAfter = std::max(keeper.stale.restartAfter, keeper.stale.staleAfter);
     Set(keeper.stop.afterAsking, given.afterAskingMs);
     Set(keeper.stop.afterTakingWindow, given.afterWindowMs);
+    if (given.maxAgeSeconds > 0) {
+        keeper.maxAge = std::chrono::seconds(given.maxAgeSeconds);
+    }
 }
 
 std::optional<OptionFault> SetVariables(std::string_view lines, WorkerCommand& worker) {
@@ -87,16 +95,12 @@ std::optional<OptionFault> SetWorker(const ZorvaneOptions& given, WorkerCommand&
     return SetVariables(Text(given.variables, given.variablesLength), worker);
 }
 
-}  // namespace
+// Whether it is the size of this version, of an earlier one or of a later one.
+bool IsKnownSize(uint32_t size) {
+    return size == kFirstSize || (size >= sizeof(ZorvaneOptions) && size <= kLargestSize);
+}
 
-std::optional<OptionFault> ReadOptions(const ZorvaneOptions& given, ClientOptions& options) {
-    if (given.size < sizeof(given) || given.size > kLargestSize) {
-        return OptionFault{"size", std::to_string(given.size) + " bytes, expected " +
-                                       std::to_string(sizeof(given))};
-    }
-    if (!IsZeroBehind(given)) {
-        return OptionFault{"size", "members are set that this version does not know"};
-    }
+std::optional<OptionFault> ReadWhole(const ZorvaneOptions& given, ClientOptions& options) {
     if (given.flags & ~kKnownFlags) {
         return OptionFault{"flags", "unknown flags in " + std::to_string(given.flags)};
     }
@@ -104,12 +108,31 @@ std::optional<OptionFault> ReadOptions(const ZorvaneOptions& given, ClientOption
         return OptionFault{"queueLength", std::to_string(given.queueLength) + ", at most " +
                                               std::to_string(kLongestQueue)};
     }
+    if (given.reserved != 0) {
+        return OptionFault{"reserved", std::to_string(given.reserved) + ", expected 0"};
+    }
     options.keeper.restart = (given.flags & kZorvaneNoRestart) == 0;
     options.queueLength = given.queueLength > 0 ? given.queueLength : options.queueLength;
     options.callback = given.callback;
     options.context = given.context;
     SetTimes(given, options.keeper);
     return SetWorker(given, options.keeper.worker);
+}
+
+}  // namespace
+
+std::optional<OptionFault> ReadOptions(const ZorvaneOptions& given, ClientOptions& options) {
+    if (!IsKnownSize(given.size)) {
+        return OptionFault{"size", std::to_string(given.size) + " bytes, expected " +
+                                       std::to_string(sizeof(given))};
+    }
+    if (given.size > sizeof(given) && !IsZeroBehind(given)) {
+        return OptionFault{"size", "members are set that this version does not know"};
+    }
+    // What the program's version does not have is 0; behind its end there is memory of its own.
+    ZorvaneOptions whole{};
+    std::memcpy(&whole, &given, std::min<size_t>(given.size, sizeof(whole)));
+    return ReadWhole(whole, options);
 }
 
 }  // namespace zorvane

@@ -23,7 +23,10 @@ struct OptionFault {
     std::string text;
 };
 
-/** Copies the options, with defaults for what is 0. Gives the first fault, if there is one. */
+/**
+ * Copies the options, with defaults for what is 0. Gives the first fault, if there is one. Reads no
+ * further than `given.size` says, which may be that of an earlier version.
+ */
 std::optional<OptionFault> ReadOptions(const ZorvaneOptions& given, ClientOptions& options);
 
 }  // namespace zorvane

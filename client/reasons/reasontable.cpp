@@ -125,8 +125,8 @@ constexpr Reason kReasons[] = {
     {"zorvaneprocess", "sdk_flag is off...", "amd.switched_off", kCpu, kCause, kNoCode,
      "switched off after an earlier failure",
      "The CPU temperature is switched off, because an earlier run could not read it.",
-     "Set sdk_flag=1 in section [cpu_kernel] of Qorvella.set beside the host program; if it is "
-     "switched off again, the log of that run says why."},
+     "Run zorvanemon reset (or set sdk_flag=1 in section [cpu_kernel] of Qorvella.set beside the "
+     "host program); if it is switched off again, the log of that run says why."},
     {"amdsdktask", "User is not admin...", "amd.not_admin", kCpu, kCause, kNoCode,
      "needs administrator rights",
      "The CPU temperature needs administrator rights, and this worker has none.",
@@ -171,7 +171,7 @@ constexpr Reason kReasons[] = {
      "AMD's library cannot be used",
      "The CPU temperature is not read in this run, and the worker writes sdk_flag=0 into "
      "Qorvella.set, so not in later ones either; the log says why before this line.",
-     "Set sdk_flag=1 in section [cpu_kernel] of Qorvella.set once the cause is mended."},
+     "Once the cause is mended, run zorvanemon reset."},
     {"amdsdktask", "GetPMTableData obj failed.", "amd.pm_table_device", kCpu, kLikelyCause, kNoCode,
      "AMD's library finds no processor", "AMD's library has no CPU device.", kReinstallAmd},
     {"amdsdktask", "GetPMTableData %s", "amd.pm_table", kCpu, kLikelyCause, kNoCode,
@@ -194,7 +194,7 @@ constexpr Reason kReasons[] = {
      "AMD's library gives no temperature",
      "AMD's library gave no temperature, so the task ends and is switched off for later runs; the "
      "log may say why before this line.",
-     "Set sdk_flag=1 in section [cpu_kernel] of Qorvella.set to try again."},
+     "Run zorvanemon reset to try again."},
 
     // AMD's driver and its service.
     {"utility", "OpenService error. %d", "driver.open", kDriver, kInformational, CodeKind::kWindows,

@@ -38,7 +38,7 @@ extern "C" {
 
 /** Version of this interface: the major one in the high, the minor one in the low 16 bits. A DLL
  * serves programs made for its major version and its or a lower minor version. */
-#define ZORVANE_CLIENT_VERSION 0x00010000u
+#define ZORVANE_CLIENT_VERSION 0x00010001u
 
 /** For a time in milliseconds: without a limit. */
 #define ZORVANE_NO_LIMIT 0xFFFFFFFFu
@@ -232,6 +232,9 @@ typedef struct ZorvaneOptions {
     uint32_t restartAfterMs; /**< silence after which the worker is started anew; 30000 */
     uint32_t afterAskingMs;  /**< how long the stop message may take to help; 5000 */
     uint32_t afterWindowMs;  /**< how long the loss of its window may; 10000 */
+    /* Since version 1.1; a program of version 1.0 says a size of 104 bytes, and has none of it. */
+    uint32_t maxAgeSeconds; /**< age at which a worker is ended in order for a new one; 0: never */
+    uint32_t reserved;      /**< 0 */
 } ZorvaneOptions;
 
 /** How a worker ended. */

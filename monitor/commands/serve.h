@@ -18,7 +18,7 @@ class CServeCommand : public ICommand {
     }
     void Declare(CLI::App& app) override;
     bool TakesWords() const override { return true; }
-    std::string ObstacleAsService() const override { return ""; }
+    std::string ObstacleAsService() const override { return m_worker.ObstacleAsService(); }
     int Run(const CommandContext& context) override;
 
   private:

@@ -1,7 +1,7 @@
 #include "monitor/commands/watch.h"
 
-#include "base/modulepath.h"
 #include "monitor/commands/runsource.h"
+#include "monitor/options/fullpath.h"
 #include "monitor/sources/startfacts.h"
 #include "monitor/sources/warningsource.h"
 
@@ -15,13 +15,13 @@ void CWatchCommand::Declare(CLI::App& app) {
     m_warnings.Declare(app);
 }
 
-// A service begins in the system's folder, where nobody looks for a file.
 std::string CWatchCommand::ObstacleAsService() const {
     const std::wstring out = m_display.Get().out;
     if (out.empty()) {
         return "a service has no console: watch needs --out FILE";
     }
-    return FullPath(out) == out ? "" : "a service needs the full path of --out";
+    const std::string obstacle = FullPathObstacle("--out", out);
+    return obstacle.empty() ? m_worker.ObstacleAsService() : obstacle;
 }
 
 int CWatchCommand::Run(const CommandContext& context) {

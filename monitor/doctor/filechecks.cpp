@@ -6,6 +6,10 @@
 namespace zorvane {
 namespace {
 
+constexpr char kUnpackStandIn[] =
+    "unpack the package again: the host program loads the stand-in from the folder "
+    "platform-standin beside it.";
+
 constexpr char kGroup[] = "Files";
 constexpr char kUnpackAgain[] =
     "Unpack the whole package into one folder again, or name the file with ";
@@ -52,19 +56,20 @@ Finding DecidePlatform(const MachineFacts& facts) {
     switch (platform.kind) {
         case PlatformKind::kMissing:
             return Fail(Blocks::kBoth,
-                        fmt::format("There is none, and the library does not load without it: {}",
+                        fmt::format("There is none, nor a stand-in that the host program brings, "
+                                    "and the library does not load without it: {}",
                                     platform.file.path),
-                        cpuIsOut ? "Copy platform-standin\\Platform.dll beside Zorvane.dll."
-                                 : "Copy Platform.dll of AMD's monitoring library beside "
-                                   "Zorvane.dll; platform-standin\\Platform.dll is enough for the "
-                                   "GPUs.");
+                        cpuIsOut ? fmt::format("For the GPUs {}", kUnpackStandIn)
+                                 : fmt::format("Copy Platform.dll of AMD's monitoring library "
+                                               "beside Zorvane.dll. For the GPUs alone {}",
+                                               kUnpackStandIn));
         case PlatformKind::kUnusable:
             return Fail(Blocks::kBoth,
                         fmt::format("{} is damaged, not for 64-bit Windows, or not AMD's, so the "
                                     "library does not load.",
                                     platform.file.path),
-                        "Replace it with Platform.dll of AMD's monitoring library, or with "
-                        "platform-standin\\Platform.dll for the GPUs alone.");
+                        "Replace it with Platform.dll of AMD's monitoring library, or, for the "
+                        "GPUs alone, remove it: the host program then loads its stand-in.");
         case PlatformKind::kStandIn: {
             const std::string seen = fmt::format(
                 "The stand-in{}: {}. The GPUs are read with it, the CPU temperature is not.",

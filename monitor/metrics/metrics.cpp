@@ -164,6 +164,9 @@ constexpr Metric kMetrics[] = {
          samples.Add(1, {{"version", model.Start() ? model.Start()->toolVersion : ""}});
      }},
     {"zorvane_up", MetricType::kGauge, "Whether a worker runs and reports", &AddUp},
+    {"zorvane_paused", MetricType::kGauge,
+     "Whether no worker runs because the computer runs on battery",
+     [](const CMachineModel& model, CSamples& samples) { samples.Add(model.IsPaused() ? 1 : 0); }},
     {"zorvane_worker_start_time_seconds", MetricType::kGauge,
      "When the worker that runs was started, in seconds since 1970", &AddStartTime},
     {"zorvane_worker_restarts_total", MetricType::kCounter,

@@ -7,6 +7,7 @@
 
 #include "base/modulepath.h"
 #include "base/text.h"
+#include "monitor/options/fullpath.h"
 #include "monitor/options/values.h"
 
 namespace zorvane {
@@ -71,6 +72,11 @@ void CWorkerOptions::Declare(CLI::App& app) {
     // Checked with the command's name at hand, in ParseCommandLine.
     app.add_option("WORDS", m_words, "skip_delete; other words for the worker go behind --")
         ->type_name("");
+}
+
+std::string CWorkerOptions::ObstacleAsService() const {
+    const std::string obstacle = FullPathObstacle("--host", ToWide(m_host));
+    return obstacle.empty() ? FullPathObstacle("--library", ToWide(m_libraryPath)) : obstacle;
 }
 
 WorkerSourceOptions CWorkerOptions::Get(const CommandContext& context) const {

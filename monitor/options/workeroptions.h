@@ -17,6 +17,9 @@ class CWorkerOptions {
     /** After parsing. `passedOn` goes to the worker behind the words. */
     WorkerSourceOptions Get(const CommandContext& context) const;
 
+    /** After parsing: why a service cannot start this worker; empty if it can. */
+    std::string ObstacleAsService() const;
+
   private:
     std::string m_host;
     std::string m_libraryPath;

@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "monitor/json/jsonline.h"
+#include "monitor/report/profilenames.h"
 #include "web/webpage.h"
 
 namespace zorvane {
@@ -68,6 +69,21 @@ Json MaskTexts(Json json, const CSecretWords& secrets) {
         }
     }
     return json;
+}
+
+// As a user's name may be a word like another, its letter case matters outside of paths.
+void HideUsers(const Json& json, CSecretWords& secrets) {
+    if (json.is_string()) {
+        for (const std::string& name : ProfileNamesIn(json.get<std::string>())) {
+            secrets.Hide(name, kUserMask, WordCase::kAnyInPaths);
+        }
+        return;
+    }
+    for (const Json& value : json) {
+        if (value.is_structured() || value.is_string()) {
+            HideUsers(value, secrets);
+        }
+    }
 }
 
 // A data block in HTML ends at the next "</script", and a "<!--" changes how its end is found.
@@ -150,6 +166,19 @@ void CReportBuilder::NoteSecrets(const Event& event) {
     }
 }
 
+// All texts come before the first is masked: the path that tells a name may not be the only text
+// that has it.
+void CReportBuilder::NoteUsers() {
+    if (!m_doctor.empty()) {
+        HideUsers(Json::parse(m_doctor), m_secrets);
+    }
+    for (const auto* lines : {&m_firstLines, &m_lastLines}) {
+        for (const std::string& line : *lines) {
+            HideUsers(Json::parse(line), m_secrets);
+        }
+    }
+}
+
 void CReportBuilder::AddLine(const Event& event) {
     std::string line = JsonLine(event, m_model.Start().value_or(StartEvent()));
     if (m_firstLines.size() < kFirstLines) {
@@ -197,6 +226,9 @@ std::string CReportBuilder::Events() const {
 size_t CReportBuilder::SeriesCount() const { return 1 + m_gpus.size() * kQuantityCount; }
 
 std::string CReportBuilder::Page(UtcTime now) {
+    if (m_mask) {
+        NoteUsers();
+    }
     const size_t steps = kMostPoints / kPointsOfAStep / SeriesCount();
     Json series = Json::array();
     std::chrono::milliseconds longestStep{};

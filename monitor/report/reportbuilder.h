@@ -20,7 +20,7 @@ namespace zorvane {
  */
 class CReportBuilder {
   public:
-    /** `mask`: without serial numbers and computer names. */
+    /** `mask`: without serial numbers, computer names and the users' names in paths. */
     explicit CReportBuilder(bool mask) : m_mask(mask) {}
 
     void Add(const Event& event);
@@ -61,6 +61,7 @@ class CReportBuilder {
     void AddLine(const Event& event);
     void InterruptAll(UtcTime time);
     void NoteSecrets(const Event& event);
+    void NoteUsers();
     std::string Events() const;
     std::string MaskedText(const std::string& json) const;
     size_t SeriesCount() const;

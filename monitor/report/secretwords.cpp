@@ -1,19 +1,17 @@
 #include "monitor/report/secretwords.h"
 
-#include "monitor/replaceword.h"
-
 namespace zorvane {
 
-void CSecretWords::Hide(const std::string& word, const std::string& mask) {
+void CSecretWords::Hide(const std::string& word, const std::string& mask, WordCase wordCase) {
     if (!word.empty()) {
-        m_masks[word] = mask;
+        m_masks.insert({word, {mask, wordCase}});
     }
 }
 
 std::string CSecretWords::Masked(const std::string& text) const {
     std::string result = text;
     for (const auto& [word, mask] : m_masks) {
-        result = ReplaceWord(result, word, mask, WordCase::kAny);
+        result = ReplaceWord(result, word, mask.first, mask.second);
     }
     return result;
 }

@@ -17,6 +17,9 @@ std::string TroubleOf(const CMachineModel& model) {
     if (hasReadings) {
         return "";
     }
+    if (model.IsPaused()) {
+        return "No worker runs while the computer runs on battery.";
+    }
     if (!model.IsWorkerUp()) {
         return "No worker runs.";
     }

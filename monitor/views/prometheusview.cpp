@@ -27,6 +27,8 @@ void CPrometheusFile::OnEnd(const CMachineModel& model) {
     // that was left early still runs there.
     CMachineModel last = model;
     last.Apply({model.Time(), ExitEvent()});
+    // Nobody waits for the mains any more either.
+    last.Apply({model.Time(), ResumedEvent()});
     Write(last);
     m_output.Finish();
 }

@@ -88,7 +88,7 @@ TEST_F(Missing, TemperatureThatIsSwitchedOff) {
                 .settings = "[cpu_kernel]\r\nsdk_flag=0\r\n"});
     ExpectCpuReason("switched off after an earlier failure",
                     "The CPU temperature is switched off, because an earlier run could not read "
-                    "it. Set sdk_flag=1");
+                    "it. Run zorvanemon reset");
 }
 
 TEST_F(Missing, PlatformLibrary) {
@@ -146,7 +146,7 @@ TEST_F(Missing, ReasonsAreKeptByARecording) {
     ASSERT_EQ(missing.size(), 1u);
     EXPECT_EQ(missing[0]["what"], "cpu");
     EXPECT_EQ(missing[0]["id"], "amd.switched_off");
-    EXPECT_THAT(missing[0]["do"].get<std::string>(), HasSubstr("Set sdk_flag=1"));
+    EXPECT_THAT(missing[0]["do"].get<std::string>(), HasSubstr("Run zorvanemon reset"));
 
     const CChildProcess replay(BuildFolder(L"bin") + L"\\zorvanemon.exe",
                                L"replay \"" + recording + L"\" --at-once");

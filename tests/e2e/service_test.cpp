@@ -107,6 +107,9 @@ TEST_F(Service, InstallsNothingThatCouldNotRun) {
         {L"", "install needs the command"},
         {L"watch", "watch needs --out FILE"},
         {L"watch --out readings.csv --format csv", "the full path of --out"},
+        {L"watch --out C:\\r.csv --format csv --host zorvanehost.exe", "the full path of --host"},
+        {L"serve --host bin\\zorvanehost.exe", "the full path of --host"},
+        {L"serve --library \\Zorvane.dll", "the full path of --library"},
         {L"watch --fromat csv", "has no option --fromat"},
         {L"replay x.jsonl", "does not run until it is stopped"},
     };

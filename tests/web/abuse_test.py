@@ -3,8 +3,11 @@
 Usage: abuse_test.py RESULTS_FILE
 """
 import contextlib
+import http.client
+import json
 import pathlib
 import resource
+import signal
 import socket
 import sys
 import time
@@ -141,6 +144,28 @@ class AbuseTest(unittest.TestCase):
         read = len(self.readings())
         self.server.wait_for(lambda event: event["type"] == "gpu" and len(self.readings()) > read + 2)
         self.assertLess(self.memory_mib() - memory, 32)
+
+
+class EndTest(unittest.TestCase):
+    """Ctrl+C, which Wine makes of the signal that a terminal sends for it."""
+
+    def test_ends_the_streams_and_the_worker_in_order(self):
+        with Server(machine(gpu())) as server:
+            server.wait_for(lambda event: event["type"] == "gpu")
+            streams = []
+            for _ in range(3):
+                connection = http.client.HTTPConnection("127.0.0.1", server.port, timeout=PATIENCE_S)
+                self.addCleanup(connection.close)
+                connection.request("GET", "/events")
+                streams.append(connection.getresponse())
+            server.process.send_signal(signal.SIGINT)
+            for stream in streams:
+                lines = stream.read().decode().splitlines()
+                events = [json.loads(line[6:]) for line in lines if line.startswith("data: {\"")]
+                self.assertEqual(events[-1]["type"], "worker_exit", lines)
+                self.assertEqual((events[-1]["exit_code"], events[-1]["asked"], events[-1]["forced"]), (0, True, False))
+                self.assertIn("event: end", lines)
+            self.assertEqual(server.wait(), 0, server.said())
 
 
 if __name__ == "__main__":

@@ -247,6 +247,34 @@ class PageTest(unittest.TestCase):
         self.assertIn(b'"temperature_celsius":61', lines)
 
 
+PAUSE = ("the computer runs on battery: no worker until it is on mains again, because readings keep a GPU "
+         "awake")
+
+
+def paused_lines():
+    """A run whose worker is replaced at its greatest age, then paused, then started again."""
+    head = {"schema": 1, "host": "laptop", "entry": "test"}
+    end = {"exit_code": 0, "text": "ended in order (0)", "crashed": False, "forced": False, "greeted": True,
+           "asked": True, "lived_ms": 1000}
+    events = [
+        {"type": "start", "tool_version": "1", "library_version": None, "simulated": True},
+        {"type": "worker_start", "worker_pid": 7},
+        {"type": "cpu", "temperature_celsius": 50},
+        {"type": "notice", "id": "worker.max_age", "text": "the worker has reached its greatest age"},
+        {"type": "worker_exit", "worker_pid": 7, **end, "restart_in_ms": 0},
+        {"type": "worker_start", "worker_pid": 8},
+        {"type": "cpu", "temperature_celsius": 50},
+        {"type": "worker_exit", "worker_pid": 8, **end, "restart_in_ms": None},
+        {"type": "paused", "text": PAUSE},
+        {"type": "resumed", "text": "the computer is on mains again: starting a worker"},
+        {"type": "worker_start", "worker_pid": 9},
+        {"type": "cpu", "temperature_celsius": 50},
+        {"type": "worker_exit", "worker_pid": 9, **end, "restart_in_ms": None},
+    ]
+    for second, event in enumerate(events):
+        yield {"time": f"2026-11-21T10:00:{second:02}.000Z", **head, **event}
+
+
 class RecordingTest(unittest.TestCase):
     """A report that is made of a file, which anybody may have written."""
 
@@ -287,6 +315,23 @@ class RecordingTest(unittest.TestCase):
         self.assertFalse(self.browser.is_asked())
         self.assertEqual(self.browser.complaints(), [])
 
+    def test_tells_a_pause_and_a_replacement_of_the_worker(self):
+        self.report(paused_lines())
+        # Behind the sign and the time.
+        happened = [text.split(" ", 1)[1] for text in reversed(self.browser.happened())]
+        self.assertEqual(happened, [
+            "The worker has reached its greatest age.",
+            "The worker ended in order (0). Another one is started at once.",
+            "A worker was started again (process 8).",
+            "The worker ended in order (0).",
+            "T" + PAUSE[1:] + ".",
+            "The computer is on mains again: starting a worker.",
+            "A worker was started again (process 9).",
+            "The worker ended in order (0).",
+        ])
+        self.assertEqual(len(self.browser.all("#happened-list .pause")), 1)
+        self.assertEqual(self.browser.complaints(), [])
+
     def test_shows_lowest_average_and_highest(self):
         self.report(self.lines())
         ranges = self.browser.run("return [...document.querySelectorAll('.range')].map((node) => node.textContent)")
@@ -319,6 +364,27 @@ class RecordingTest(unittest.TestCase):
         self.report(self.lines(), "--mask")
         self.assertEqual(self.browser.text("#host"), "[computer]")
         self.assertIn(TURNING, self.browser.numbers())
+
+
+class PauseTest(unittest.TestCase):
+    """The live page while the worker pauses: nothing else here runs on battery."""
+
+    def test_says_since_when_it_is_paused(self):
+        lines = [json.dumps(line) for line in paused_lines()]
+        lines = lines[:1 + next(i for i, line in enumerate(lines) if '"paused"' in line)]
+        browser = Browser()
+        try:
+            with Server(machine(gpu("GPU"))) as server:
+                browser.driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": """
+                    window.fetch = async () => new Response(%s);
+                    window.EventSource = class { addEventListener() {} close() {} };
+                    """ % json.dumps("\n".join(lines))})
+                browser.open(server.url)
+                browser.wait(lambda: "paused on battery since" in (browser.text("#about") or ""), "the pause")
+                self.assertEqual(browser.numbers()["CPU"]["Temperature"], "n/a")
+                self.assertEqual(browser.complaints(), [])
+        finally:
+            browser.close()
 
 
 class CrashTest(unittest.TestCase):

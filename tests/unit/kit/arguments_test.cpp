@@ -58,10 +58,15 @@ TEST_F(KitArguments, MayLeaveOutTheError) {
 
 TEST_F(KitArguments, NameTheMemberThatIsWrong) {
     m_options.size = sizeof(m_options) - 1;
-    ExpectFault("size", "103 bytes, expected 104");
+    ExpectFault("size", "111 bytes, expected 112");
+    m_options.size = 103;
+    ExpectFault("size", "103 bytes, expected 112");
     m_options.size = 0xCDCDCDCD;
-    ExpectFault("size", "expected 104");
+    ExpectFault("size", "expected 112");
     m_options.size = sizeof(m_options);
+    m_options.reserved = 1;
+    ExpectFault("reserved", "1, expected 0");
+    m_options.reserved = 0;
     m_options.flags = 8;
     ExpectFault("flags", "8");
     m_options.flags = 0;

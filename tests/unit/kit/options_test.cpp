@@ -68,5 +68,21 @@ TEST_F(OptionsTest, RestartNoEarlierThanReadingsCountAsGone) {
     EXPECT_EQ(Read().keeper.stale.restartAfter, 90s);
 }
 
+TEST_F(OptionsTest, HaveAGreatestAgeIfOneIsGiven) {
+    EXPECT_FALSE(Read().keeper.maxAge);
+    m_given.maxAgeSeconds = 7 * 24 * 3600;
+    EXPECT_EQ(Read().keeper.maxAge, std::chrono::hours(7 * 24));
+}
+
+TEST_F(OptionsTest, OfTheFirstVersionEndBeforeTheGreatestAge) {
+    // What lies there in such a program belongs to somebody else.
+    m_given.maxAgeSeconds = 1;
+    m_given.reserved = 1;
+    m_given.afterWindowMs = 20;
+    m_given.size = 104;
+    EXPECT_FALSE(Read().keeper.maxAge);
+    EXPECT_EQ(Read().keeper.stop.afterTakingWindow, 20ms);
+}
+
 }  // namespace
 }  // namespace zorvane

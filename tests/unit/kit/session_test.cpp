@@ -162,6 +162,20 @@ TEST_F(KitSession, RunsNoWorkerWhilePaused) {
     EXPECT_EQ(session.NextOf(kZorvaneEventHello).type, ZorvaneEventType{kZorvaneEventHello});
 }
 
+TEST_F(KitSession, ReplacesAWorkerAtItsGreatestAge) {
+    const CTestSession session(m_library, "hello", [](ZorvaneOptions& options) {
+        options.maxAgeSeconds = 1;
+        options.staleAfterMs = 1000;
+    });
+    m_library.Start(session.Number());
+    const ZorvaneEvent start = session.NextOf(kZorvaneEventWorkerStart);
+    EXPECT_STREQ(session.NextOf(kZorvaneEventNotice).id.text, "worker.max_age");
+    const ZorvaneEvent exit = session.NextOf(kZorvaneEventWorkerExit);
+    EXPECT_EQ(exit.exit.kind, ZorvaneExitKind{kZorvaneExitOrderly});
+    EXPECT_EQ(exit.exit.restartInMs.valid, 1u);
+    EXPECT_NE(session.NextOf(kZorvaneEventWorkerStart).workerId, start.workerId);
+}
+
 TEST_F(KitSession, CanBeStartedAgainAfterItsEndAndNotBefore) {
     const CTestSession session(m_library, "hello");
     EXPECT_EQ(m_library.Start(session.Number()), ZorvaneResult{kZorvaneOk});

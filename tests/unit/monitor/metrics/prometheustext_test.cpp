@@ -156,6 +156,17 @@ TEST(PrometheusTextTest, IsNotUpWhileTheWorkerIsSilent) {
     EXPECT_EQ(Samples(model, "zorvane_up"), Lines{R"({worker="office"} 1)"});
 }
 
+TEST(PrometheusTextTest, TellsAPauseFromAWorkerThatIsDown) {
+    CMachineModel model = Full();
+    EXPECT_EQ(Samples(model, "zorvane_paused"), Lines{R"({worker="office"} 0)"});
+    model.Apply(EventAt(3, ExitEvent()));
+    model.Apply(EventAt(3, PausedEvent()));
+    EXPECT_EQ(Samples(model, "zorvane_up"), Lines{R"({worker="office"} 0)"});
+    EXPECT_EQ(Samples(model, "zorvane_paused"), Lines{R"({worker="office"} 1)"});
+    model.Apply(EventAt(9, ResumedEvent()));
+    EXPECT_EQ(Samples(model, "zorvane_paused"), Lines{R"({worker="office"} 0)"});
+}
+
 TEST(PrometheusTextTest, CountsErrorsThatWereNotReportedToo) {
     CMachineModel model = Full();
     model.Apply(EventAt(3, ErrorEvent{{PayloadFault::kWrongSize, "x"}, 4}));

@@ -82,6 +82,24 @@ TEST(ReportBuilderTest, LeavesOutSerialsAndTheComputersNameIfAsked) {
     EXPECT_EQ(data["masked"], true);
 }
 
+TEST(ReportBuilderTest, LeavesOutTheUsersNamesInPathsIfAsked) {
+    const std::string doctor =
+        R"({"readings": [], "checks": [{"id": "a", "seen": "C:\\Users\\ann\\AppData, c:/users/Bob"}]})";
+    const NoticeEvent notice{"id", "see D:\\profiles\\ANN\\a.log, bobs and Bob"};
+    for (const bool mask : {true, false}) {
+        CReportBuilder builder(mask);
+        builder.Add(EventAt(0, Start()));
+        builder.Add(EventAt(1, notice));
+        ASSERT_TRUE(builder.AddDoctor(doctor));
+        const nlohmann::json data = DataOf(builder.Page(TimeOfTest()));
+        EXPECT_EQ(data["doctor"]["checks"][0]["seen"],
+                  mask ? "C:\\Users\\[user]\\AppData, c:/users/[user]"
+                       : "C:\\Users\\ann\\AppData, c:/users/Bob");
+        EXPECT_EQ(data["events"][1]["text"],
+                  mask ? "see D:\\profiles\\[user]\\a.log, bobs and [user]" : notice.text);
+    }
+}
+
 TEST(ReportBuilderTest, HasWhatDoctorSays) {
     CReportBuilder builder(true);
     builder.Add(EventAt(0, Start()));

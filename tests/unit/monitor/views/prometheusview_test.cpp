@@ -67,5 +67,15 @@ TEST_F(PrometheusViewTest, LeavesNoReadingInTheFileInTheEnd) {
     EXPECT_TRUE(m_output.isFinished);
 }
 
+TEST_F(PrometheusViewTest, LeavesNoPauseInTheFileInTheEnd) {
+    CPrometheusFile view(m_output);
+    Tell(view, PausedEvent());
+    view.OnChange(m_model);
+    view.OnEnd(m_model);
+    ASSERT_EQ(m_output.texts.size(), 2u);
+    EXPECT_THAT(m_output.texts[0], HasSubstr("zorvane_paused{worker=\"\"} 1\n"));
+    EXPECT_THAT(m_output.texts[1], HasSubstr("zorvane_paused{worker=\"\"} 0\n"));
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -57,6 +57,9 @@ constexpr auto kSilence = std::chrono::milliseconds(1000);
 // The longest that an end may take, on a machine that is busy with many runs.
 constexpr auto kBound = std::chrono::seconds(20);
 
+// For what comes in any case, however busy the machine is.
+constexpr auto kPatience = std::chrono::seconds(120);
+
 constexpr UINT kHung = 70;
 
 class CStub {
@@ -89,7 +92,7 @@ class CStub {
     bool WaitForMore(const std::atomic<bool>& hasEnded, size_t count) {
         std::unique_lock guard(m_lock);
         const size_t enough = m_count + count;
-        m_arrived.wait_for(guard, kBound, [&] { return hasEnded || m_count >= enough; });
+        m_arrived.wait_for(guard, kPatience, [&] { return hasEnded || m_count >= enough; });
         return m_count >= enough;
     }
 

@@ -55,9 +55,14 @@ constexpr UINT kOwnMessages[] = {WM_NULL,
                                  WM_APP,
                                  WM_COPYDATA};
 
-// These are to end the worker, or make Windows close or drag the window as its user would.
-constexpr UINT kEnds[] = {WM_CLOSE,      WM_QUIT,          WM_SYSCOMMAND,
-                          WM_SYSKEYDOWN, WM_NCLBUTTONDOWN, WM_NCLBUTTONDBLCLK};
+// Whether it is to end the worker, or makes Windows close, drag or open a menu as the window's user
+// would.
+constexpr bool IsEndOrInput(UINT message) {
+    const bool isFrame = message >= WM_NCMOUSEMOVE && message <= WM_NCXBUTTONDBLCLK;
+    const bool isKey = message >= WM_KEYFIRST && message <= WM_KEYLAST;
+    return isFrame || isKey || message == WM_CLOSE || message == WM_QUIT ||
+           message == WM_SYSCOMMAND || message == WM_CONTEXTMENU || message == WM_HELP;
+}
 
 struct Search {
     DWORD processId;
@@ -111,7 +116,7 @@ class CStranger {
 
     // Windows refuses to post what would carry a pointer.
     void Post(UINT message) {
-        if (std::find(std::begin(kEnds), std::end(kEnds), message) == std::end(kEnds)) {
+        if (!IsEndOrInput(message)) {
             PostMessageW(m_window, message, Number(), static_cast<LPARAM>(Number()));
         }
     }

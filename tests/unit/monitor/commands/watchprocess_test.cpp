@@ -13,6 +13,26 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
+// Asked of the process itself: Wine does not let child processes inherit the mode.
+std::optional<DWORD> ErrorModeOf(DWORD processId) {
+    const CUniqueHandle process(OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
+    // At the same address in all processes. The argument that a thread gets does no harm.
+    const auto function = reinterpret_cast<LPTHREAD_START_ROUTINE>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "GetErrorMode")));
+    const CUniqueHandle thread(
+        CreateRemoteThread(process.get(), nullptr, 0, function, nullptr, 0, nullptr));
+    DWORD mode = 0;
+    const bool isKnown = thread && WaitForSingleObject(thread.get(), INFINITE) == WAIT_OBJECT_0 &&
+                         GetExitCodeThread(thread.get(), &mode);
+    return isKnown ? std::optional(mode) : std::nullopt;
+}
+
+TEST_F(MonitorProcessTest, LetsItsWorkersInheritThatNobodyIsAskedAboutACrash) {
+    Start(L"--format json", L"hello");
+    ASSERT_TRUE(WaitForWorkers(1)) << m_monitor->Errors();
+    EXPECT_EQ(ErrorModeOf(m_monitor->Id()), DWORD{SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX});
+}
+
 TEST_F(MonitorProcessTest, ShowsExactlyTheRoundsThatWereAskedFor) {
     EXPECT_EQ(Run(L"--format json --count 2", L"hello static:0 gpu:0 gpu:1 repeat:20"), kExitDone)
         << m_monitor->Errors();

@@ -114,6 +114,15 @@ TEST(PrometheusTextTest, HasNoSampleForWhatWasNotRead) {
     EXPECT_EQ(Samples(model, "zorvane_up"), Lines{R"({worker="office"} 0)"});
 }
 
+TEST(PrometheusTextTest, HasNoMemorySizeOfAGpuWhoseStaticRecordHasNone) {
+    CMachineModel model = Full();
+    GpuStatic fixed = FullStatic();
+    fixed.totalMemoryKiB = std::nullopt;
+    model.Apply(EventAt(3, fixed));
+    EXPECT_EQ(Samples(model, "zorvane_gpu_memory_size_bytes"), Lines());
+    EXPECT_EQ(Samples(model, "zorvane_gpu_info").size(), 1u);
+}
+
 TEST(PrometheusTextTest, LetsReadingsGoWithTheWorkerAndKeepsCounters) {
     CMachineModel model = Full();
     model.Apply(EventAt(3, Crash(0xC0000005)));

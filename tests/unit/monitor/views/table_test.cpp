@@ -196,6 +196,14 @@ TEST(TableTest, NeverShowsADefaultForAReading) {
     EXPECT_EQ(lines.back(), "CPU temperature: n/a");
 }
 
+TEST(TableTest, ShowsNoMemoryOfAGpuWhoseStaticRecordHasNone) {
+    CMachineModel model = TwoGpus();
+    GpuStatic fixed = FullStatic();
+    fixed.totalMemoryKiB = std::nullopt;
+    model.Apply(EventAt(1, fixed));
+    EXPECT_THAT(RenderTable(model, kAnyWidth)[3], testing::EndsWith("1500   n/a"));
+}
+
 TEST(TableTest, ShowsNoReadingsOfAGpuThatFellSilent) {
     CMachineModel model = TwoGpus();
     model.KeepOnly({});

@@ -8,32 +8,13 @@
 namespace zorvane {
 namespace {
 
-constexpr unsigned kBadRequest = 400;
 constexpr unsigned kTimeout = 408;
-constexpr unsigned kContentTooLarge = 413;
-constexpr unsigned kHeaderTooLarge = 431;
 constexpr unsigned kUnavailable = 503;
-constexpr unsigned kVersionNotSupported = 505;
-
-unsigned StatusOf(const NetworkError& error) {
-    if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-        return kHeaderTooLarge;
-    }
-    if (error == http::error::body_limit) {
-        return kContentTooLarge;
-    }
-    if (error == http::error::bad_version) {
-        return kVersionNotSupported;
-    }
-    return kBadRequest;
-}
 
 size_t BodySize(const Answer& answer) {
     return std::accumulate(answer.body.begin(), answer.body.end(), answer.fixedBody.size(),
                            [](size_t sum, const SharedText& piece) { return sum + piece->size(); });
 }
-
-std::string Text(boost::string_view text) { return {text.data(), text.size()}; }
 
 }  // namespace
 
@@ -131,17 +112,7 @@ void CHttpConnection::TakeBody(SharedText body) {
 }
 
 RequestFacts CHttpConnection::Facts() const {
-    const auto& request = m_parser->get();
-    RequestFacts facts;
-    facts.method = Text(request.method_string());
-    facts.target = Text(request.target());
-    if (request.count(http::field::host) == 1) {
-        facts.host = Text(request[http::field::host]);
-    }
-    facts.fetchSite = Text(request["Sec-Fetch-Site"]);
-    facts.accept = Text(request[http::field::accept]);
-    facts.lastEventId = Text(request["Last-Event-ID"]);
-    facts.hasBody = m_parser->content_length().value_or(0) > 0 || m_parser->chunked();
+    RequestFacts facts = FactsOf(*m_parser);
     NetworkError ignored;
     facts.localAddress = m_socket.local_endpoint(ignored).address().to_string(ignored);
     return facts;

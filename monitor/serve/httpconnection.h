@@ -7,6 +7,7 @@
 
 #include "monitor/serve/httpserver.h"
 #include "monitor/serve/network.h"
+#include "monitor/serve/requestfacts.h"
 
 namespace zorvane {
 
@@ -77,7 +78,7 @@ class CHttpConnection : public std::enable_shared_from_this<CHttpConnection> {
     const ServerLimits m_limits;
     asio::steady_timer m_timer;
     boost::beast::flat_buffer m_buffer;
-    std::optional<http::request_parser<http::empty_body>> m_parser;
+    std::optional<RequestParser> m_parser;
     std::optional<http::response<http::empty_body>> m_head;
     std::optional<http::response_serializer<http::empty_body>> m_serializer;
     Answer m_answer;

@@ -61,8 +61,8 @@ bool IsLoopback(const std::string& address) {
         return IN6_IS_ADDR_LOOPBACK(&v6);
     }
     in_addr v4{};
-    constexpr unsigned char kLoopbackNet = 127;
-    return inet_pton(AF_INET, address.c_str(), &v4) == 1 && v4.S_un.S_un_b.s_b1 == kLoopbackNet;
+    constexpr unsigned kLoopbackNet = 127;
+    return inet_pton(AF_INET, address.c_str(), &v4) == 1 && ntohl(v4.s_addr) >> 24 == kLoopbackNet;
 }
 
 std::string Authority(const ListenAddress& address) {

@@ -1,4 +1,4 @@
-/** Boost.Beast, as this compiler takes it: for httpserver.cpp and httpconnection.cpp only. */
+/** Boost.Beast, as this compiler takes it: for the few files that CMakeLists.txt names. */
 #pragma once
 
 // Windows' sockets before Windows itself.

@@ -1,0 +1,2 @@
+/** See winsock2.h. */
+#pragma once

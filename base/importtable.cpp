@@ -3,6 +3,16 @@
 #include "base/peimage.h"
 
 namespace zorvane {
+namespace {
+
+// Not through the import table: the entry that is exchanged may be this function's own.
+decltype(&VirtualProtect) RealVirtualProtect() {
+    static const auto protect = reinterpret_cast<decltype(&VirtualProtect)>(reinterpret_cast<void*>(
+        GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "VirtualProtect")));
+    return protect;
+}
+
+}  // namespace
 
 void** FindImport(HMODULE module, const char* function) {
     for (const PeImport& import : CPeImage::OfModule(module).Imports()) {
@@ -16,9 +26,9 @@ void** FindImport(HMODULE module, const char* function) {
 
 void* ExchangeImport(void** entry, void* address) {
     DWORD protection = 0;
-    VirtualProtect(entry, sizeof(*entry), PAGE_READWRITE, &protection);
+    RealVirtualProtect()(entry, sizeof(*entry), PAGE_READWRITE, &protection);
     void* previous = InterlockedExchangePointer(entry, address);
-    VirtualProtect(entry, sizeof(*entry), protection, &protection);
+    RealVirtualProtect()(entry, sizeof(*entry), protection, &protection);
     return previous;
 }
 

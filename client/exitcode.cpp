@@ -43,8 +43,8 @@ constexpr CodeText kCrashes[] = {
     {0x20474343, "crashed: uncaught C++ exception"},
 };
 
-template <size_t N>
-const char* Find(const CodeText (&table)[N], DWORD code) {
+template <size_t kSize>
+const char* Find(const CodeText (&table)[kSize], DWORD code) {
     const auto* row = std::find_if(std::begin(table), std::end(table),
                                    [code](const CodeText& entry) { return entry.code == code; });
     return row == std::end(table) ? nullptr : row->text;

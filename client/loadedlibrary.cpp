@@ -36,7 +36,7 @@ std::wstring FindLoadedLibrary(HANDLE process, const std::wstring& fileName) {
     for (const HMODULE module : ModulesOf(process)) {
         const DWORD length = K32GetModuleFileNameExW(process, module, buffer.data(),
                                                      static_cast<DWORD>(buffer.size()));
-        const std::wstring path = buffer.substr(0, length);
+        std::wstring path = buffer.substr(0, length);
         if (_wcsicmp(path.substr(FolderOf(path).size()).c_str(), fileName.c_str()) == 0) {
             return path;
         }

@@ -87,10 +87,10 @@ std::optional<OptionFault> SetWorker(const ZorvaneOptions& given, WorkerCommand&
     worker.libraryPath = ToWide(Text(given.library, given.libraryLength));
     worker.entry = entry.empty() ? L"zorvane" : ToWide(entry);
     for (const std::string_view word : Lines(Text(given.words, given.wordsLength))) {
-        worker.words.push_back(ToWide(word));
+        worker.words.emplace_back(ToWide(word));
     }
     if (given.flags & kZorvaneKeepDriver) {
-        worker.words.push_back(L"skip_delete");
+        worker.words.emplace_back(L"skip_delete");
     }
     return SetVariables(Text(given.variables, given.variablesLength), worker);
 }

@@ -42,7 +42,7 @@ std::optional<CallError> CClientSession::Open() {
         FreeLibrary(module);
         return error;
     }
-    self.release();
+    static_cast<void>(self.release());
     ResumeThread(m_thread.get());
     return std::nullopt;
 }

@@ -51,7 +51,7 @@ void CLogFollower::SkipToEnd() {
     if (!size) {
         return;
     }
-    const size_t length = static_cast<size_t>(std::min<uint64_t>(*size, kAnchorLength));
+    const auto length = static_cast<size_t>(std::min<uint64_t>(*size, kAnchorLength));
     const auto anchor = ReadAt(file.get(), *size - length, length);
     if (anchor && anchor->size() == length) {
         m_offset = *size;

@@ -75,7 +75,7 @@ class CWorkerLog {
     using Reports = std::vector<MissingReport>;
 
     void ReadNew();
-    void Add(const std::string& line);
+    void Add(const std::string& text);
     void Report(const std::string& what, const Explanation& why, Reports& reports);
     void ReportReadings(const MissingReadings& missing, Reports& reports);
     void ReportLog(Reports& reports);

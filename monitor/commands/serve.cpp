@@ -27,13 +27,13 @@ void TellAddress(const ListenAddress& address) {
 // Windows answers one of the questions only once a process, so what was said first is said again.
 DoctorQuestion AskDoctorOnce(const WorkerCommand& worker) {
     return [worker] {
-        static const std::string s_said = [&worker] {
+        static const std::string kSaid = [&worker] {
             MachineFacts facts = GatherFacts(MakeDoctorTarget(worker.host, worker.libraryPath));
             facts.toolVersion = ZORVANE_VERSION;
             const Findings findings = Decide(facts);
             return DoctorJson(facts, findings, Judge(findings));
         }();
-        return s_said;
+        return kSaid;
     };
 }
 

@@ -127,7 +127,7 @@ void CServiceCommand::Declare(CLI::App& app) {
                                                   {run, &CServiceCommand::RunUnattended}};
     for (const auto& [part, action] : parts) {
         // The parser is gone when the command runs.
-        part->callback([this, part, action] {
+        part->callback([this, part = part, action = action] {
             m_action = action;
             m_words = part->remaining();
         });

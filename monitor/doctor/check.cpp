@@ -8,7 +8,7 @@
 namespace zorvane {
 
 std::span<const Check> Checks() {
-    static const std::vector<Check> s_checks = [] {
+    static const std::vector<Check> kChecks = [] {
         std::vector<Check> checks;
         for (const auto group :
              {FileChecks(), LogChecks(), GpuChecks(), CpuChecks(), DriverChecks(), RunChecks()}) {
@@ -16,7 +16,7 @@ std::span<const Check> Checks() {
         }
         return checks;
     }();
-    return s_checks;
+    return kChecks;
 }
 
 Findings Decide(const MachineFacts& facts, const std::vector<std::string>& only) {

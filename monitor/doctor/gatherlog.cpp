@@ -16,8 +16,8 @@ namespace {
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 // A log may have 100 MiB. Its begin tells why the temperature was switched off, its end how the
 // last run went.
-constexpr LONGLONG kReadAtBegin = 1024 * 1024;
-constexpr LONGLONG kReadAtEnd = 4 * 1024 * 1024;
+constexpr LONGLONG kReadAtBegin = 1024LL * 1024;
+constexpr LONGLONG kReadAtEnd = 4 * kReadAtBegin;
 
 bool IsFolder(const std::wstring& path) {
     const DWORD attributes = GetFileAttributesW(path.c_str());

@@ -29,7 +29,7 @@ ProbeFacts ProbeNvml(const std::wstring& program, const std::wstring& nvml,
  * In the asking process: loads the library, asks it for everything and writes each call to standard
  * output before and after it is made. The process ends after that.
  */
-void AskNvml(const std::wstring& nvml);
+void AskNvml(const std::wstring& path);
 
 /** What the lines of AskNvml say; how the process ended is the caller's to add. Anything else in
  * `output` is left out. */

@@ -25,7 +25,7 @@ struct CHashDestroyer {
 };
 
 bool HashAll(HANDLE file, BCRYPT_HASH_HANDLE hash) {
-    std::vector<UCHAR> part(1024 * 1024);
+    std::vector<UCHAR> part(size_t{1024} * 1024);
     for (;;) {
         DWORD read = 0;
         if (!ReadFile(file, part.data(), static_cast<DWORD>(part.size()), &read, nullptr)) {

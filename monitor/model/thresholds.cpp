@@ -27,7 +27,7 @@ Value OfCpu(const EventBody& event) {
 // The usual limits: where most GPUs begin to slow down; and the temperature that current processors
 // may hold for ever, over which something is wrong.
 const std::vector<WatchedReading>& WatchedReadings() {
-    static const std::vector<WatchedReading> readings = {
+    static const std::vector<WatchedReading> kReadings = {
         {"gpu.temp", "temperature", " C", 3, 85, &OfGpu<&GpuReading::temperatureCelsius>},
         {"gpu.util", "utilisation", " %", 5, {}, &OfGpu<&GpuReading::gpuUtilizationPercent>},
         {"gpu.mem",
@@ -39,7 +39,7 @@ const std::vector<WatchedReading>& WatchedReadings() {
         {"gpu.fan", "fan speed", " %", 5, {}, &OfGpu<&GpuReading::fanSpeedPercent>},
         {"cpu.temp", "CPU temperature", " C", 3, 95, &OfCpu},
     };
-    return readings;
+    return kReadings;
 }
 
 const WatchedReading* FindWatched(const std::string& what) {

@@ -202,7 +202,7 @@ std::string MissingPartSentence(const CLI::App& command, const Words& parts) {
 }
 
 std::string Sentence(const CLI::ParseError& error, const CLI::App& part) {
-    const std::string text = error.what();
+    std::string text = error.what();
     const Words parts = PartNames(part);
     if (!parts.empty() && part.get_subcommands().empty()) {
         return MissingPartSentence(part, parts);

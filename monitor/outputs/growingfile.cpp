@@ -22,7 +22,7 @@ uint64_t CountLines(std::string_view text) {
 CGrowingFile::CGrowingFile(GrowingFileOptions options, INotes& notes, std::function<Moment()> clock)
     : m_options(std::move(options)),
       m_trouble(notes, ToUtf8(m_options.path), clock),
-      m_rotationTrouble(notes, ToUtf8(m_options.path), clock),
+      m_rotationTrouble(notes, ToUtf8(m_options.path), std::move(clock)),
       m_rotateAt(m_options.rotateAt) {}
 
 std::optional<std::string> CGrowingFile::Open(const std::string& firstLine) {

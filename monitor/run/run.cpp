@@ -66,7 +66,7 @@ void CRun::Wait() const {
     if (due) {
         const auto left = (*due - ReadMoment().tick).count();
         // Asked again after a day, which keeps the number below INFINITE.
-        constexpr int64_t kLongestWaitMs = 24 * 60 * 60 * 1000;
+        constexpr int64_t kLongestWaitMs = 24LL * 60 * 60 * 1000;
         wait = static_cast<DWORD>(std::clamp<int64_t>(left, 0, kLongestWaitMs));
     }
     const HANDLE keys = m_keys ? m_keys->Handle() : nullptr;

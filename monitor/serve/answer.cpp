@@ -53,7 +53,7 @@ Answer RefusalAnswer(unsigned status) {
 }
 
 const std::vector<std::pair<std::string, std::string>>& CommonHeaders() {
-    static const std::vector<std::pair<std::string, std::string>> headers = {
+    static const std::vector<std::pair<std::string, std::string>> kHeaders = {
         {"Server", "zorvanemon"},
         {"Cache-Control", "no-store"},
         {"X-Content-Type-Options", "nosniff"},
@@ -64,7 +64,7 @@ const std::vector<std::pair<std::string, std::string>>& CommonHeaders() {
          "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; "
          "img-src 'self' data:; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
     };
-    return headers;
+    return kHeaders;
 }
 
 }  // namespace zorvane

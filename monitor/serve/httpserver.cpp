@@ -33,8 +33,8 @@ CallError Failed(const char* call, const ListenAddress& address, const NetworkEr
 
 // The context stands behind what its end, which destroys the connections, still uses.
 struct CHttpServer::Inner final : IConnectionOwner {
-    explicit Inner(const ServerOptions& given)
-        : options(given),
+    explicit Inner(ServerOptions given)
+        : options(std::move(given)),
           acceptor(context),
           acceptAgain(context),
           beat(context),
@@ -170,8 +170,8 @@ void CHttpServer::Inner::StopWhenAllAreGone() {
     }
 }
 
-CHttpServer::CHttpServer(const ServerOptions& options)
-    : m_inner(std::make_unique<Inner>(options)) {}
+CHttpServer::CHttpServer(ServerOptions options)
+    : m_inner(std::make_unique<Inner>(std::move(options))) {}
 
 CHttpServer::~CHttpServer() { Stop(); }
 

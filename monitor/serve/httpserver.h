@@ -46,7 +46,7 @@ struct ServerOptions {
  */
 class CHttpServer {
   public:
-    explicit CHttpServer(const ServerOptions& options);
+    explicit CHttpServer(ServerOptions options);
     ~CHttpServer();
     CHttpServer(const CHttpServer&) = delete;
     CHttpServer& operator=(const CHttpServer&) = delete;

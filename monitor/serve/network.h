@@ -21,7 +21,7 @@
 namespace zorvane {
 
 namespace asio = boost::asio;
-namespace http = boost::beast::http;
+namespace http = boost::beast::http;  // NOLINT(misc-unused-alias-decls)
 using NetworkError = boost::system::error_code;
 using Tcp = asio::ip::tcp;
 

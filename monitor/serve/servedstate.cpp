@@ -77,7 +77,7 @@ Answer CServedState::Respond(const RequestFacts& request) const {
     if (const auto* status = std::get_if<unsigned>(&parsed)) {
         return RefusalAnswer(*status);
     }
-    const Route& route = std::get<Route>(parsed);
+    const auto& route = std::get<Route>(parsed);
     switch (route.place) {
         case Place::kPage:
             return Fixed("text/html; charset=utf-8", kWebPage);

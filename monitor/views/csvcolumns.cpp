@@ -97,18 +97,19 @@ constexpr CsvColumn kColumns[] = {
 }  // namespace
 
 const std::vector<std::string>& CsvFieldNames() {
-    static const std::vector<std::string> names = [] {
+    static const std::vector<std::string> kNames = [] {
         std::vector<std::string> result;
         for (const CsvColumn& column : kColumns) {
             result.emplace_back(column.name);
         }
         return result;
     }();
-    return names;
+    return kNames;
 }
 
 std::vector<const CsvColumn*> CsvColumns(const std::vector<std::string>& names) {
     std::vector<const CsvColumn*> columns;
+    columns.reserve(names.size());
     for (const std::string& name : names) {
         columns.push_back(
             std::find_if(std::begin(kColumns), std::end(kColumns),

@@ -100,14 +100,14 @@ constexpr Form kForms[] = {
 }  // namespace
 
 const std::vector<std::string>& FormNames() {
-    static const std::vector<std::string> names = [] {
+    static const std::vector<std::string> kNames = [] {
         std::vector<std::string> result;
         for (const Form& form : kForms) {
             result.emplace_back(form.name);
         }
         return result;
     }();
-    return names;
+    return kNames;
 }
 
 std::optional<std::string> MakeDisplay(const ViewOptions& options, Display& display) {

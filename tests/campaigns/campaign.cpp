@@ -10,6 +10,7 @@
 #include <string>
 #include <thread>
 
+#include "tests/campaigns/commandlines.h"
 #include "tests/campaigns/otherruns.h"
 #include "tests/campaigns/sharedlog.h"
 
@@ -52,6 +53,16 @@ const std::map<std::string, Campaign>& Campaigns() {
           [](const Request& request) {
               return Print(RunNeighbours(request.count, request.jobs, request.report));
           }}},
+        {"strangers",
+         {200,
+          [](const Request& request) {
+              return Print(RunStrangers(request.count, request.seed, request.jobs, request.report));
+          }}},
+        {"words",
+         {1000000,
+          [](const Request& request) {
+              return Print(RunCommandLines(request.count, request.seed, request.report));
+          }}},
         {"soak",
          {86400,
           [](const Request& request) { return Print(RunSoak(request.count, request.report)); }}},
@@ -79,7 +90,8 @@ int Run(const std::string& name, const Campaign& campaign, int count, char** arg
 int main(int count, char** arguments) {
     const auto found = Campaigns().find(count > 1 ? arguments[1] : "");
     if (found == Campaigns().end()) {
-        std::cerr << "usage: campaign faults|starts|neighbours|soak|log [COUNT [SEED]]\n";
+        std::cerr
+            << "usage: campaign faults|starts|neighbours|strangers|soak|log|words [COUNT [SEED]]\n";
         return 2;
     }
     try {

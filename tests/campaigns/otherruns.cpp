@@ -214,6 +214,16 @@ RunFigures RunStarts(size_t rounds, unsigned seed, unsigned jobs, const Reporter
     return CRounds(std::move(planned), report).Run(jobs);
 }
 
+RunFigures RunStrangers(size_t rounds, unsigned seed, unsigned jobs, const Reporter& report) {
+    std::vector<Round> planned;
+    planned.reserve(rounds);
+    for (size_t round = 0; round < rounds; ++round) {
+        const std::string words = "stop strangers " + std::to_string(seed + round);
+        planned.push_back({words, words});
+    }
+    return CRounds(std::move(planned), report).Run(jobs);
+}
+
 RunFigures RunNeighbours(size_t most, unsigned jobs, const Reporter& report) {
     std::vector<Round> rounds;
     AddMissingExports(rounds);

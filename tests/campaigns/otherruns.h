@@ -18,6 +18,12 @@ struct RunFigures {
 RunFigures RunStarts(size_t rounds, unsigned seed, unsigned jobs, const Reporter& report);
 
 /**
+ * Runs the worker `rounds` times while another process sends random messages to its window, 400 in
+ * each. `seed` repeats a campaign.
+ */
+RunFigures RunStrangers(size_t rounds, unsigned seed, unsigned jobs, const Reporter& report);
+
+/**
  * Runs the worker beside vendor libraries that answer badly, `most` of them (0: all), spread
  * evenly: each function with each code, counts and texts that lie, exports that are missing,
  * crashes.

@@ -1,12 +1,27 @@
 // A worker library that only reports how it was called: the command line as UTF-16 on standard
-// output and in an environment variable of its process.
+// output and in an environment variable of its process, and the process's error mode behind it if
+// it ends with --error-mode.
 #include <windows.h>
 
 #include <wchar.h>
 
+#include <string>
+#include <string_view>
+
+namespace {
+
+void Write(const wchar_t* text) {
+    DWORD written = 0;
+    WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), text,
+              static_cast<DWORD>(wcslen(text) * sizeof(wchar_t)), &written, nullptr);
+}
+
+}  // namespace
+
 extern "C" __declspec(dllexport) void ZorvaneProcess(wchar_t* commandLine) {
     SetEnvironmentVariableW(L"RECORDED_COMMAND_LINE", commandLine);
-    DWORD written = 0;
-    WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), commandLine,
-              static_cast<DWORD>(wcslen(commandLine) * sizeof(wchar_t)), &written, nullptr);
+    Write(commandLine);
+    if (std::wstring_view(commandLine).ends_with(L" --error-mode")) {
+        Write((L"=" + std::to_wstring(GetErrorMode())).c_str());
+    }
 }

@@ -3,11 +3,13 @@
 //   faultedworker ENDING [FUNCTION FIRST once|always]
 //   faultedworker ENDING after MILLISECONDS
 //   faultedworker ENDING messages COUNT
+//   faultedworker ENDING strangers SEED
 //
 // ENDING is "stop", where the stub sends the stop message, "vanish", where its window goes,
 // "close", where somebody closes the worker's window, or "both", a stop and a vanishing at once. It
-// comes after some cycles, some time, or some messages. Lies beside Zorvane.dll, Platform.dll and
-// scenario.json. Prints what it saw, one line each:
+// comes after some cycles, some time, or some messages, or when another process has sent messages
+// to the worker's window: "faultedworker stranger PROCESSID SEED". Lies beside Zorvane.dll,
+// Platform.dll and scenario.json. Prints what it saw, one line each:
 //
 //   calls FUNCTION CALLS FAILED
 //   record HEX        a message of the worker
@@ -25,6 +27,7 @@
 #include <iterator>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -38,6 +41,7 @@
 #include "sim/scenario/scenariofile.h"
 #include "tests/campaigns/faults/calltrap.h"
 #include "tests/campaigns/faults/drivenmachine.h"
+#include "tests/campaigns/faults/strangermessages.h"
 #include "tests/campaigns/faults/watchedresources.h"
 #include "zorvane/wire.h"
 
@@ -79,6 +83,14 @@ class CStub {
             seen = m_count;
             m_arrived.wait_for(guard, kSilence, [&] { return hasEnded || m_count != seen; });
         } while (!hasEnded && m_count != seen && m_count < enough);
+    }
+
+    // False: the worker has ended, or it sends too little.
+    bool WaitForMore(const std::atomic<bool>& hasEnded, size_t count) {
+        std::unique_lock guard(m_lock);
+        const size_t enough = m_count + count;
+        m_arrived.wait_for(guard, kBound, [&] { return hasEnded || m_count >= enough; });
+        return m_count >= enough;
     }
 
     void Notify() { m_arrived.notify_all(); }
@@ -156,6 +168,7 @@ struct Ending {
     std::string way;
     DWORD afterMs = 0;
     size_t messages = kEnoughMessages;
+    std::optional<unsigned> strangerSeed{};
 };
 
 BOOL CALLBACK PostClose(HWND window, LPARAM) { return PostMessageW(window, WM_CLOSE, 0, 0); }
@@ -166,10 +179,29 @@ void PrintOpen() {
     }
 }
 
+// A worker that works on before, during and after the messages of a stranger.
+void AwaitStranger(CStub& stub, const Run& run, unsigned seed) {
+    constexpr size_t kTwoCycles = 6;
+    std::string wrong = "the worker does not begin";
+    if (stub.WaitForMore(run.hasEnded, kTwoCycles)) {
+        wrong = LetAStrangerSend(seed);
+    }
+    if (wrong.empty() && !stub.WaitForMore(run.hasEnded, kTwoCycles)) {
+        wrong = "the worker does not go on after a stranger's messages";
+    }
+    if (!wrong.empty()) {
+        std::printf("finding %s\n", wrong.c_str());
+    }
+}
+
 // Lets the worker work; what it has open is told in the middle of a run of many messages.
 void AwaitMoment(CStub& stub, const Run& run, const Ending& ending) {
     if (ending.afterMs > 0) {
         run.Wait(std::chrono::milliseconds(ending.afterMs));
+        return;
+    }
+    if (ending.strangerSeed) {
+        AwaitStranger(stub, run, *ending.strangerSeed);
         return;
     }
     if (ending.messages != kEnoughMessages) {
@@ -287,26 +319,36 @@ void EnterExport(HMODULE library, std::wstring words) {
     }
 }
 
+Ending EndingOf(char** arguments) {
+    Ending ending{arguments[1]};
+    const std::string moment = arguments[2];
+    const size_t number = std::stoul(arguments[3]);
+    if (moment == "after") {
+        ending.afterMs = static_cast<DWORD>(number);
+    } else if (moment == "strangers") {
+        ending.strangerSeed = static_cast<unsigned>(number);
+    } else {
+        ending.messages = number;
+    }
+    return ending;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
     if (count != 2 && count != 4 && count != 5) {
         std::fprintf(stderr,
                      "usage: faultedworker ENDING [FUNCTION FIRST once|always | "
-                     "after MILLISECONDS | messages COUNT]\n");
+                     "after MILLISECONDS | messages COUNT | strangers SEED]\n");
         return 2;
-    }
-    Ending ending{arguments[1]};
-    if (count == 4) {
-        const size_t number = std::stoul(arguments[3]);
-        if (std::strcmp(arguments[2], "after") == 0) {
-            ending.afterMs = static_cast<DWORD>(number);
-        } else {
-            ending.messages = number;
-        }
     }
     zorvane::NarrowLibrarySearch();
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+    if (count == 4 && std::strcmp(arguments[1], "stranger") == 0) {
+        return SendAsAStranger(std::stoul(arguments[2]),
+                               static_cast<unsigned>(std::stoul(arguments[3])));
+    }
+    const Ending ending = count == 4 ? EndingOf(arguments) : Ending{arguments[1]};
     if (count == 5) {
         SetFaultPlan({arguments[2], static_cast<uint32_t>(std::stoul(arguments[3])),
                       std::strcmp(arguments[4], "always") == 0});

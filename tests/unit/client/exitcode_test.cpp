@@ -54,5 +54,33 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{0xE06D7363, true, kCrash, "crashed: uncaught C++ exception (0xE06D7363)"},
                     Row{0x20474343, true, kCrash, "crashed: uncaught C++ exception (0x20474343)"}));
 
+// Whatever a code means, it means the same before and after the hello; only its kind differs where
+// the host could not load the library.
+INSTANTIATE_TEST_SUITE_P(
+    LoadFailures, ExitCodeTest,
+    testing::Values(
+        Row{0xC000007B, false, kHost, "could not load: not a valid image (0xC000007B)"},
+        Row{0xC0000138, false, kHost,
+            "could not load: an ordinal is missing in a DLL (0xC0000138)"},
+        Row{0xC0000139, false, kHost,
+            "could not load: an entry point is missing in a DLL (0xC0000139)"},
+        Row{0xC0000142, false, kHost, "could not load: a DLL failed to initialise (0xC0000142)"},
+        Row{0xC0000142, true, kCrash, "could not load: a DLL failed to initialise (0xC0000142)"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Crashes, ExitCodeTest,
+    testing::Values(
+        Row{0x80000003, false, kCrash, "crashed: breakpoint (0x80000003)"},
+        Row{0xC0000006, false, kCrash, "crashed: in-page error (0xC0000006)"},
+        Row{0xC000001D, false, kCrash, "crashed: illegal instruction (0xC000001D)"},
+        Row{0xC0000094, false, kCrash, "crashed: integer division by zero (0xC0000094)"},
+        Row{0xC0000096, false, kCrash, "crashed: privileged instruction (0xC0000096)"},
+        Row{0xC0000374, false, kCrash, "crashed: heap corruption (0xC0000374)"},
+        Row{0xC0000409, false, kCrash, "crashed: fast fail (0xC0000409)"},
+        Row{0xE06D7363, false, kCrash, "crashed: uncaught C++ exception (0xE06D7363)"},
+        Row{0x20474343, false, kCrash, "crashed: uncaught C++ exception (0x20474343)"},
+        Row{0x10000, false, kHost, "did not start: the host ended with exit code (0x00010000)"},
+        Row{0xFFFF, true, kCrash, "died with exit code (65535)"}));
+
 }  // namespace
 }  // namespace zorvane

@@ -139,6 +139,18 @@ TEST(StubWindowOwnerTest, LetsTheMessageInFromProcessesOfLowerIntegrity) {
     EXPECT_EQ(window, stub.Handle());
 }
 
+TEST(StubWindowOwnerTest, NamesTheCallWhenTheMessageCannotBeLetIn) {
+    PATCH_IMPORT(filter, ChangeWindowMessageFilterEx, [](auto...) -> WINBOOL {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return FALSE;
+    });
+    CStubWindow stub;
+    const auto error = stub.Create([](HWND, const Payload&) {});
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->call, "ChangeWindowMessageFilterEx");
+    EXPECT_EQ(error->code, static_cast<DWORD>(ERROR_ACCESS_DENIED));
+}
+
 TEST(StubWindowOwnerTest, NamesTheCallWhenTheWindowCannotBeMade) {
     PATCH_IMPORT(failing, CreateWindowExW,
                  [](DWORD, LPCWSTR, LPCWSTR, DWORD, int, int, int, int, HWND, HMENU, HINSTANCE,

@@ -81,6 +81,15 @@ TEST_F(WorkerProcessTest, LeavesTheWorkerRunningWhenItIsClosed) {
     EXPECT_EQ(code, 0u);
 }
 
+TEST_F(WorkerProcessTest, HasNoExitCodeAfterItWasClosed) {
+    ASSERT_FALSE(Start(FakeWorker({L"exit:42"})));
+    ASSERT_TRUE(WaitForEnd());
+    m_process.Close();
+    EXPECT_EQ(m_process.ExitCode(), std::nullopt);
+    EXPECT_EQ(m_process.Id(), 0u);
+    EXPECT_EQ(m_process.Terminate(), std::nullopt) << "nothing is left to be ended";
+}
+
 TEST_F(WorkerProcessTest, TellsTheWorkerOfItsOwnProcess) {
     std::wstring line;
     PATCH_IMPORT(create, CreateProcessW,

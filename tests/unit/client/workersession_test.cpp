@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/messagewindow.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/client/fakeworker.h"
 
@@ -57,6 +58,13 @@ class WorkerSessionTest : public testing::Test {
         return PumpUntil([this, count] { return m_told.exits.size() == count; });
     }
 
+    // A window of this process, and so none of the worker's.
+    std::wstring OwnWindow() {
+        EXPECT_FALSE(m_window.Create([](UINT, WPARAM, LPARAM) { return std::nullopt; }));
+        return std::to_wstring(reinterpret_cast<uintptr_t>(m_window.Handle()));
+    }
+
+    CMessageWindow m_window;
     CRecorder m_told;
     std::unique_ptr<CWorkerSession> m_session;
 };
@@ -197,8 +205,7 @@ TEST_F(WorkerSessionTest, TellsAHostsFailureFromACrash) {
 }
 
 TEST_F(WorkerSessionTest, RefusesAHelloThatNamesAWindowOfAnotherProcess) {
-    const std::wstring desktop = std::to_wstring(reinterpret_cast<uintptr_t>(GetDesktopWindow()));
-    Start({L"hello:" + desktop, L"hello:0", L"gpu:0", L"sleep:60000"});
+    Start({L"hello:" + OwnWindow(), L"hello:0", L"gpu:0", L"sleep:60000"});
     ASSERT_TRUE(PumpUntil([this] { return !m_told.readings.empty(); }));
     EXPECT_TRUE(m_told.hellos.empty());
     EXPECT_EQ(m_told.faults, (std::vector<PayloadFault>{PayloadFault::kForeignWindow,
@@ -206,8 +213,7 @@ TEST_F(WorkerSessionTest, RefusesAHelloThatNamesAWindowOfAnotherProcess) {
 }
 
 TEST_F(WorkerSessionTest, TakesPayloadsOfAWrongSenderAndSaysSo) {
-    const std::wstring desktop = std::to_wstring(reinterpret_cast<uintptr_t>(GetDesktopWindow()));
-    Start({L"hello", L"sender:0", L"gpu:0", L"sender:" + desktop, L"gpu:0", L"exit:0"});
+    Start({L"hello", L"sender:0", L"gpu:0", L"sender:" + OwnWindow(), L"gpu:0", L"exit:0"});
     ASSERT_TRUE(WaitForExit());
     EXPECT_EQ(m_told.readings.size(), 2u);
     EXPECT_EQ(m_told.faults, std::vector<PayloadFault>{PayloadFault::kForeignSender});

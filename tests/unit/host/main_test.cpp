@@ -11,6 +11,7 @@
 #include "tests/support/childprocess.h"
 #include "tests/unit/host/libraryfolder.h"
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -65,6 +66,15 @@ TEST_F(Host, LoadsTheLibraryThatIsNamed) {
                              L"\"--library=" + library + L"\" --entry=x");
     EXPECT_EQ(host.Wait(), Code(HostExit::kOrderlyEnd));
     EXPECT_TRUE(WideOutput(host).ends_with(L"--entry=x"));
+}
+
+TEST_F(Host, LetsNobodyBeAskedAboutACrashOfTheLibrary) {
+    m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
+    const CChildProcess host(m_folder.PathOf(L"zorvanehost.exe"), L"--error-mode");
+    EXPECT_EQ(host.Wait(), Code(HostExit::kOrderlyEnd));
+    constexpr UINT kExpected =
+        SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX;
+    EXPECT_THAT(WideOutput(host), EndsWith(L" --error-mode=" + std::to_wstring(kExpected)));
 }
 
 TEST_F(Host, FailsWhenThereIsNoLibraryBesideIt) {

@@ -144,6 +144,20 @@ TEST_F(WorkerLibrary, IsLoadedWithoutTheStandInIfItDoesNotNeedOne) {
     EXPECT_FALSE(IsStandInLoaded());
 }
 
+TEST_F(WorkerLibrary, HintsAtTheStandInForNoOtherLibraryThatIsMissing) {
+    // The library that it really needs lies beside this program.
+    std::string bytes = ReadFileBytes(BuildFolder(L"tests") + L"\\importingnvml.dll");
+    const std::string needed = "planted.dll";
+    const size_t name = bytes.find(needed);
+    ASSERT_NE(name, std::string::npos);
+    const std::wstring path = m_folder.PathOf(L"worker.dll");
+    WriteFileBytes(path, bytes.replace(name, needed.size(), "missing.dll"));
+    EXPECT_EQ(Load(path), HostExit::kDependencyMissing);
+    EXPECT_TRUE(ErrorHas(L"library " + path + L" needs missing.dll, which cannot be loaded: "))
+        << m_error;
+    EXPECT_TRUE(m_error.ends_with(L"(126)")) << m_error;
+}
+
 TEST_F(WorkerLibrary, NeedsALibraryThatIsBroken) {
     m_folder.WriteText(L"Platform.dll");
     EXPECT_EQ(Load(m_folder.Copy(L"bin", L"Zorvane.dll")), HostExit::kDependencyMissing);

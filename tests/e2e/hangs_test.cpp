@@ -12,6 +12,7 @@
 #include "src/amdsdk/driverservice.h"
 #include "tests/e2e/monitor.h"
 #include "tests/support/driverservice.h"
+#include "tests/support/winetest.h"
 
 using nlohmann::json;
 
@@ -136,17 +137,8 @@ class CHungRun {
     const std::unique_ptr<CChildProcess> m_monitor;
 };
 
-class Hangs : public testing::Test {
+class Hangs : public CDriverTest {
   protected:
-    void SetUp() override {
-        if (!IsWine()) {
-            GTEST_SKIP() << "would install a driver on a real Windows";
-        }
-        RemoveDriverService();
-    }
-
-    void TearDown() override { RemoveDriverService(); }
-
     // How often a worker calls each function until its second round is over; 0 for those that it
     // calls at its end only.
     static Counts CallsOf(const json& scenario) {

@@ -5,6 +5,7 @@
 #include "src/amdsdk/driverservice.h"
 #include "tests/e2e/monitor.h"
 #include "tests/support/driverservice.h"
+#include "tests/support/winetest.h"
 
 using testing::HasSubstr;
 using testing::Not;
@@ -16,17 +17,8 @@ const std::string kRyzen = R"("cpu": {"signature": "0x00870F10", "packageType": 
                                       "name": "AMD Ryzen 9 3900X 12-Core Processor",
                                       "pmTable": {"temperature": 45}})";
 
-class Missing : public testing::Test {
+class Missing : public CDriverTest {
   protected:
-    void SetUp() override {
-        if (!IsWine()) {
-            GTEST_SKIP() << "would install a driver on a real Windows";
-        }
-        RemoveDriverService();
-    }
-
-    void TearDown() override { RemoveDriverService(); }
-
     // Runs zorvanemon until it has shown some rounds, or has nothing to show.
     void RunMonitor(const CSimulatedMachine& machine, const std::wstring& words = L"") {
         m_monitor = StartMonitor(machine, L"--stale-after 600 --count 4 " + words);

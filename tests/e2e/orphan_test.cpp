@@ -6,6 +6,7 @@
 #include "tests/support/driverservice.h"
 #include "tests/support/enumeratedwindow.h"
 #include "tests/support/records.h"
+#include "tests/support/winetest.h"
 
 using testing::Contains;
 using testing::HasSubstr;
@@ -16,17 +17,8 @@ namespace {
 constexpr char kRyzen[] = R"({"cpu": {"signature": "0x00870F10", "packageType": 2,
     "name": "AMD Ryzen 9 3900X 12-Core Processor", "pmTable": {"temperature": 45}}, "gpus": []})";
 
-class Orphan : public testing::Test {
+class Orphan : public CDriverTest {
   protected:
-    void SetUp() override {
-        if (!IsWine()) {
-            GTEST_SKIP() << "would install a driver on a real Windows";
-        }
-        RemoveDriverService();
-    }
-
-    void TearDown() override { RemoveDriverService(); }
-
     // A worker that has its driver service and has sent a temperature.
     std::unique_ptr<CChildProcess> StartWorker(const std::wstring& words) {
         auto worker = m_machine.StartWorker(m_stub.WindowWord() + L" " + words);

@@ -4,8 +4,8 @@
 
 #include "client/reasons/missingreasons.h"
 #include "tests/e2e/simulatedmachine.h"
-#include "tests/support/driverservice.h"
 #include "tests/support/records.h"
+#include "tests/support/winetest.h"
 
 using testing::StartsWith;
 using namespace zorvane;
@@ -21,14 +21,8 @@ std::string Scenario(const std::string& first, const std::string& second) {
     return "{" + first + ", " + second + "}";
 }
 
-class Reasons : public testing::Test {
+class Reasons : public CWineTest {
   protected:
-    void SetUp() override {
-        if (!IsWine()) {
-            GTEST_SKIP() << "would install a driver on a real Windows";
-        }
-    }
-
     // Runs a worker that has nothing to read and so ends by itself.
     void RunToItsEnd(const MachineParts& parts) { RunToItsEnd(CSimulatedMachine(parts)); }
 

@@ -12,20 +12,15 @@
 #include "tests/e2e/simulatedmachine.h"
 #include "tests/support/buildfolder.h"
 #include "tests/support/childprocess.h"
-#include "tests/support/driverservice.h"
 #include "tests/support/records.h"
+#include "tests/support/winetest.h"
 
 using testing::HasSubstr;
 
 namespace {
 
-class Service : public testing::Test {
+class Service : public CWineTest {
   protected:
-    void SetUp() override {
-        if (!IsWine()) {
-            GTEST_SKIP() << "makes a service";
-        }
-    }
     void TearDown() override { Zorvanemon(L"remove"); }
 
     // Runs "zorvanemon service <action>" to its end; its exit code.

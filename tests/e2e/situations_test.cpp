@@ -4,6 +4,7 @@
 
 #include "tests/e2e/simulatedmachine.h"
 #include "tests/support/recordingstub.h"
+#include "tests/support/winetest.h"
 
 using testing::Contains;
 using testing::HasSubstr;
@@ -11,14 +12,8 @@ using testing::Not;
 
 namespace {
 
-class Situations : public testing::Test {
+class Situations : public CWineTest {
   protected:
-    void SetUp() override {
-        if (!GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version")) {
-            GTEST_SKIP() << "would install a driver on a real Windows";
-        }
-    }
-
     // Runs a worker without GPUs; with no CPU temperature either it ends by itself.
     std::vector<std::string> RunToItsEnd(const std::wstring& scenario) {
         const std::wstring path = BuildFolder(L"sim\\scenarios\\" + scenario + L".json");

@@ -7,6 +7,7 @@
 #include "tests/e2e/simulatedmachine.h"
 #include "tests/support/driverservice.h"
 #include "tests/support/records.h"
+#include "tests/support/winetest.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -26,17 +27,8 @@ std::string Scenario(const std::string& cpu, const std::string& rest = "\"gpus\"
 
 const std::string kTwoReadings = R"("pmTable": {"temperature": {"perRead": [45.9, 61.2]}})";
 
-class Temperature : public testing::Test {
+class Temperature : public CDriverTest {
   protected:
-    void SetUp() override {
-        if (!IsWine()) {
-            GTEST_SKIP() << "would install a driver on a real Windows";
-        }
-        RemoveDriverService();
-    }
-
-    void TearDown() override { RemoveDriverService(); }
-
     // Runs a worker until `count` temperatures have come, then ends it in order.
     void RunWorker(const MachineParts& parts, size_t count, const std::wstring& words = L"") {
         m_machine = std::make_unique<CSimulatedMachine>(parts);

@@ -7,8 +7,8 @@
 
 #include "host/runfolder.h"
 #include "tests/e2e/simulatedmachine.h"
-#include "tests/support/driverservice.h"
 #include "tests/support/records.h"
+#include "tests/support/winetest.h"
 
 using testing::Contains;
 using testing::HasSubstr;
@@ -31,14 +31,8 @@ std::string Scenario(bool administrator, const std::string& rest = "") {
            (administrator ? "true" : "false") + R"(, "systemFolder": ")" + Escaped(folder) + "\"}}";
 }
 
-class Unpacked : public testing::Test {
+class Unpacked : public CWineTest {
   protected:
-    void SetUp() override {
-        if (!IsWine()) {
-            GTEST_SKIP() << "would install a driver on a real Windows";
-        }
-    }
-
     static MachineParts Parts(bool administrator) {
         return {.scenario = Scenario(administrator), .nvml = L"none", .unpacked = true};
     }

@@ -5,16 +5,14 @@
 #include <algorithm>
 
 #include "tests/support/tempfolder.h"
-#include "tests/unit/client/fakeworker.h"
-#include "tests/unit/client/readings.h"
+#include "tests/unit/client/workerrun.h"
 
 namespace zorvane {
 namespace {
 
 using namespace std::chrono_literals;
 
-// Keeps a fake worker; the time is what the test says.
-class WorkerKeeperTest : public testing::Test {
+class WorkerKeeperTest : public CWorkerRunTest<SessionEvent> {
   protected:
     void Start(const std::vector<std::wstring>& script) {
         m_options.worker = FakeWorker(script);
@@ -31,37 +29,14 @@ class WorkerKeeperTest : public testing::Test {
         m_keeper->Start();
     }
 
-    // Lets so many seconds pass, a step each.
-    void Pass(int seconds) {
-        for (int i = 0; i < seconds; ++i) {
-            m_now.utc += 1s;
-            m_now.tick += 1s;
-            m_keeper->OnTime(m_now);
-        }
-    }
+    void OnTime(Moment now) override { m_keeper->OnTime(now); }
 
-    // The same for a worker that gives readings without an end.
+    // As Pass, for a worker that gives readings without an end.
     void PassWhileItSpeaks(int seconds) {
         for (int i = 0; i < seconds; ++i) {
             ASSERT_TRUE(WaitFor<GpuReading>(All<GpuReading>().size() + 2));
             Pass(1);
         }
-    }
-
-    template <typename T>
-    std::vector<T> All() const {
-        std::vector<T> result;
-        for (const SessionEvent& event : m_events) {
-            if (const auto* body = std::get_if<T>(&event.body)) {
-                result.push_back(*body);
-            }
-        }
-        return result;
-    }
-
-    template <typename T>
-    bool WaitFor(size_t count = 1) {
-        return PumpUntil([&] { return All<T>().size() >= count; });
     }
 
     bool EndsWith(SessionEnd reason) {
@@ -70,11 +45,9 @@ class WorkerKeeperTest : public testing::Test {
                !m_keeper->DueTick();
     }
 
-    Moment m_now{TimeOfTest(), 1000s};
     KeeperOptions m_options;
     std::wstring m_libraryPath;
     std::function<void(const SessionEventBody& body)> m_onEvent;
-    std::vector<SessionEvent> m_events;
     std::unique_ptr<CWorkerKeeper> m_keeper;
 };
 

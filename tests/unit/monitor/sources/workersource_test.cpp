@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/importpatch.h"
-#include "tests/unit/client/fakeworker.h"
+#include "tests/unit/client/workerrun.h"
 #include "tests/unit/monitor/readings.h"
 
 namespace zorvane {
@@ -12,8 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Runs a source with the fake worker; the time is what the test says.
-class WorkerSourceTest : public testing::Test, public IEventSink {
+class WorkerSourceTest : public CWorkerRunTest<Event>, public IEventSink {
   protected:
     void Start(const std::vector<std::wstring>& script) {
         m_options.worker = FakeWorker(script);
@@ -24,16 +23,9 @@ class WorkerSourceTest : public testing::Test, public IEventSink {
         m_source->Start(*this, m_now);
     }
 
-    // Lets so many seconds pass, a step each.
-    void Pass(int seconds) {
-        for (int i = 0; i < seconds; ++i) {
-            m_now.utc += 1s;
-            m_now.tick += 1s;
-            m_source->OnTime(m_now);
-        }
-    }
+    void OnTime(Moment now) override { m_source->OnTime(now); }
 
-    // The same for a worker that says everything again and again.
+    // As Pass, for a worker that says everything again and again.
     void PassWhileItSpeaks(int seconds) {
         for (int i = 0; i < seconds; ++i) {
             const size_t before = m_payloads;
@@ -42,29 +34,11 @@ class WorkerSourceTest : public testing::Test, public IEventSink {
         }
     }
 
-    template <typename T>
-    std::vector<T> All() const {
-        std::vector<T> result;
-        for (const Event& event : m_events) {
-            if (const auto* body = std::get_if<T>(&event.body)) {
-                result.push_back(*body);
-            }
-        }
-        return result;
-    }
-
-    template <typename T>
-    bool WaitFor(size_t count = 1) {
-        return PumpUntil([&] { return All<T>().size() >= count; });
-    }
-
     void OnEvent(const Event& event) override { m_events.push_back(event); }
 
-    Moment m_now{TimeOfTest(), 1000s};
     /** Grows with every payload that came, whether or not it is told: each asks for the time. */
     size_t m_payloads = 0;
     WorkerSourceOptions m_options;
-    std::vector<Event> m_events;
     std::unique_ptr<CWorkerSource> m_source;
 };
 

@@ -60,7 +60,9 @@ Clocks ReadClocks(const uint32_t (&clocks)[kClockTypeCount]) {
 }
 
 bool AreHexDigits(std::string_view text) {
-    return text.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+    });
 }
 
 // hhhh:hh:hh.h or hhhhhhhh:hh:hh.h

@@ -24,8 +24,9 @@ namespace zorvane {
 class CStubWindow {
   public:
     /**
-     * Called from the message loop, once for each payload, in order of arrival. `sender` is what
-     * the message claims, so it may be any value. May destroy the window; must not throw.
+     * Called from the message loop, once for each payload, in order of arrival, and never before
+     * the sender has its answer. `sender` is what the message claims, so it may be any value. May
+     * destroy the window; must not throw.
      */
     using Sink = std::function<void(HWND sender, const Payload& payload)>;
 
@@ -38,8 +39,14 @@ class CStubWindow {
     /** Bytes of a payload that are kept. No payload that can be decoded is longer. */
     static constexpr size_t kKeptBytes = 1024;
 
-    /** The most payloads that are queued; further ones are refused by answering FALSE. */
+    /**
+     * The most payloads that are queued. One of another thread that fills the queue has it handed
+     * out before more is taken; one of this thread is refused by answering FALSE.
+     */
     static constexpr size_t kLongestQueue = 1024;
+
+    /** The most payloads that are handed out as they arrive before the message loop has a turn. */
+    static constexpr unsigned kMostInARow = 64;
 
     /**
      * Makes the window. If the stub is elevated, workers that are not may still send WM_COPYDATA to
@@ -66,11 +73,18 @@ class CStubWindow {
     };
 
     bool Take(HWND sender, const COPYDATASTRUCT* data);
+    void OnTaken(bool isSenderReleased);
 
     CMessageWindow m_window;
     Sink m_sink;
     Glance m_glance;
     std::deque<Arrival> m_waiting;
+    /** Whether the message that hands out what waits is on its way. */
+    bool m_isTurnPosted = false;
+    /** Whether a payload is being handed out; what is sent to the window meanwhile waits. */
+    bool m_isHandingOut = false;
+    /** Payloads handed out as they arrived since the message loop had its turn. */
+    unsigned m_inARow = 0;
 };
 
 }  // namespace zorvane

@@ -237,6 +237,10 @@ void CWorkerSession::OnProcessEnd() {
 
 // A window that no longer exists, or null, may have been the worker's: not foreign.
 bool CWorkerSession::IsForeign(HWND window) const {
+    // Almost every payload comes from the window of the hello, which was looked at then.
+    if (window == m_workerWindow) {
+        return false;
+    }
     DWORD owner = 0;
     return GetWindowThreadProcessId(window, &owner) != 0 && owner != m_process.Id();
 }

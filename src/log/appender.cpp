@@ -19,7 +19,8 @@ namespace ZorLog {
 
 namespace {
 
-std::wstring Stamp(const std::wstring& tag) {
+// The stamp, then `text`.
+std::wstring Stamped(const std::wstring& tag, const wchar_t* text) {
     __timeb64 now{};
     _ftime64_s(&now);
     tm local{};
@@ -29,13 +30,21 @@ std::wstring Stamp(const std::wstring& tag) {
                local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
                int{now.millitm}, static_cast<int>(GetCurrentProcessId()),
                static_cast<int>(GetCurrentThreadId()), tag.c_str());
-    return stamp;
+    const size_t stampLength = wcslen(stamp);
+    const size_t textLength = wcslen(text);
+    std::wstring line;
+    line.reserve(stampLength + textLength);
+    line.append(stamp, stampLength).append(text, textLength);
+    return line;
 }
 
 // All programs that write the file use the ANSI code page. Two bytes a character are enough for the
 // double-byte ones; where it is UTF-8, a line that needs more cannot be converted and stays empty.
+// There is room for the line's end.
 std::string ToAnsi(const std::wstring& text) {
-    std::string bytes(text.size() * 2, '\0');
+    std::string bytes;
+    bytes.reserve(text.size() * 2 + 2);
+    bytes.resize(text.size() * 2);
     const int length =
         WideCharToMultiByte(CP_ACP, 0, text.c_str(), static_cast<int>(text.size()), bytes.data(),
                             static_cast<int>(bytes.size()), nullptr, nullptr);
@@ -94,7 +103,7 @@ LogAppender::~LogAppender() {
 
 void LogAppender::Append(const wchar_t* text) noexcept {
     try {
-        std::string line = ToAnsi(Stamp(m_tag) + text);
+        std::string line = ToAnsi(Stamped(m_tag, text));
         line += "\r\n";
         const CCriticalSectionGuard guard(m_queueLock);
         m_pending.push_back(std::move(line));

@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <wchar.h>
 
+#include <algorithm>
 #include <exception>
 #include <string_view>
 
@@ -13,47 +14,62 @@ namespace ZorLog {
 
 namespace {
 
-// MinGW's vswprintf follows ISO C, where %s takes narrow text. The log's formats are written for
-// Windows' rule, where it takes wide text, which msvcrt's functions have kept.
-std::wstring FormatMessageText(const wchar_t* format, va_list arguments) {
+struct SourcePrefix {
+    char text[100];
+};
+
+SourcePrefix MakeSourcePrefix(const char* path, int line) {
+    SourcePrefix prefix{};
+    const size_t room = sizeof(prefix.text) - 1;
+    const std::string_view whole(path);
+    const size_t slash = whole.rfind('\\');
+    const size_t dot = whole.rfind('.');
+    if (slash != std::string_view::npos && dot != std::string_view::npos && dot >= slash + 2) {
+        const int length = static_cast<int>(dot - slash - 1);
+        _snprintf(prefix.text, room, "[%4d][%.*s] ", line, length, path + slash + 1);
+    } else {
+        _snprintf(prefix.text, room, "[%4d] ", line);
+    }
+    return prefix;
+}
+
+// The length of the message in characters; 0 when it has no text or cannot be formatted.
+size_t MessageLength(const wchar_t* format, va_list arguments) {
     if (!format) {
-        return {};
+        return 0;
     }
     va_list counted;
     va_copy(counted, arguments);
     const int length = _vscwprintf(format, counted);
     va_end(counted);
-    if (length <= 0) {
-        return {};
-    }
-    std::wstring text(static_cast<size_t>(length), L'\0');
-    _vsnwprintf(text.data(), text.size(), format, arguments);
-    return text;
+    return length > 0 ? static_cast<size_t>(length) : 0;
 }
 
+// One allocation, whatever the message. MinGW's vswprintf follows ISO C, where %s takes narrow
+// text; the log's formats are written for Windows' rule, where it takes wide text, which msvcrt's
+// functions have kept.
 std::wstring ComposeLine(const char* path, int line, const wchar_t* format, va_list arguments) {
-    const std::wstring message = FormatMessageText(format, arguments);
-    const std::string prefix = FormatSourcePrefix(path, line);
-    std::wstring text = L"[I]";
-    text.append(prefix.begin(), prefix.end());
-    text.append(message.empty() ? L"(null)" : message);
+    constexpr std::wstring_view kLevel = L"[I]";
+    constexpr std::wstring_view kNoMessage = L"(null)";
+    const SourcePrefix source = MakeSourcePrefix(path, line);
+    const std::string_view prefix(source.text);
+    const size_t length = MessageLength(format, arguments);
+    const size_t begin = kLevel.size() + prefix.size();
+    std::wstring text(begin + (length > 0 ? length : kNoMessage.size()), L'\0');
+    kLevel.copy(text.data(), kLevel.size());
+    std::copy(prefix.begin(), prefix.end(), text.begin() + kLevel.size());
+    if (length > 0) {
+        _vsnwprintf(text.data() + begin, length, format, arguments);
+    } else {
+        kNoMessage.copy(text.data() + begin, kNoMessage.size());
+    }
     return text;
 }
 
 }  // namespace
 
 std::string FormatSourcePrefix(const char* path, int line) {
-    char prefix[100] = {};
-    const std::string_view whole(path);
-    const size_t slash = whole.rfind('\\');
-    const size_t dot = whole.rfind('.');
-    if (slash != std::string_view::npos && dot != std::string_view::npos && dot >= slash + 2) {
-        const std::string name(whole.substr(slash + 1, dot - slash - 1));
-        _snprintf(prefix, sizeof(prefix) - 1, "[%4d][%s] ", line, name.c_str());
-    } else {
-        _snprintf(prefix, sizeof(prefix) - 1, "[%4d] ", line);
-    }
-    return prefix;
+    return MakeSourcePrefix(path, line).text;
 }
 
 bool IsSiteEnabled() noexcept {

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <thread>
 
+#include "base/handle.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/client/fakeworker.h"
 
@@ -40,6 +41,27 @@ class StubWindowTest : public testing::Test {
         EXPECT_TRUE(PumpUntil([&] { return done.load(); }));
         thread.join();
         return answer;
+    }
+
+    // Sends `count` payloads from another thread without a pause, numbered by their code, while
+    // this one handles what is sent and nothing that is posted; how many were taken.
+    size_t Flood(size_t count) {
+        size_t taken = 0;
+        const CUniqueHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        std::thread thread([&] {
+            for (size_t code = 1; code <= count; ++code) {
+                taken += SendCopyData(m_stub.Handle(), 0, code, {'a'}) == TRUE ? 1u : 0u;
+            }
+            SetEvent(done.get());
+        });
+        const HANDLE awaited = done.get();
+        while (MsgWaitForMultipleObjects(1, &awaited, FALSE, INFINITE, QS_SENDMESSAGE) !=
+               WAIT_OBJECT_0) {
+            MSG message;
+            PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE | PM_QS_SENDMESSAGE);
+        }
+        thread.join();
+        return taken;
     }
 
     CStubWindow m_stub;
@@ -99,6 +121,55 @@ TEST_F(StubWindowTest, AnswersFalseWithoutDataAndWhenTheQueueIsFull) {
     m_stub.Deliver();
     EXPECT_EQ(m_payloads.size(), CStubWindow::kLongestQueue);
     EXPECT_EQ(SendCopyData(m_stub.Handle(), 0, 1, {'a'}), TRUE);
+}
+
+TEST_F(StubWindowTest, HandsOutEverythingThatIsSentWithoutAPause) {
+    constexpr size_t kCount = 3 * CStubWindow::kLongestQueue;
+    EXPECT_EQ(Flood(kCount), kCount);
+    EXPECT_GT(m_payloads.size(), kCount - CStubWindow::kLongestQueue);
+    ASSERT_TRUE(PumpUntil([&] { return m_payloads.size() == kCount; }));
+    for (size_t i = 0; i < kCount; ++i) {
+        ASSERT_EQ(m_payloads[i].code, i + 1);
+    }
+}
+
+TEST_F(StubWindowTest, LetsTheMessageLoopHaveATurn) {
+    Flood(CStubWindow::kMostInARow + 2);
+    EXPECT_EQ(m_payloads.size(), CStubWindow::kMostInARow);
+    EXPECT_TRUE(PumpUntil([&] { return m_payloads.size() == CStubWindow::kMostInARow + 2; }));
+    Flood(1);
+    EXPECT_EQ(m_payloads.size(), CStubWindow::kMostInARow + 3) << "it begins anew after a turn";
+}
+
+TEST_F(StubWindowTest, PostsNoMessageForAPayload) {
+    std::atomic<int> posts{0};
+    PATCH_IMPORT(post, PostMessageW, [&](auto... arguments) {
+        ++posts;
+        return post.Original(arguments...);
+    });
+    Flood(CStubWindow::kMostInARow);
+    EXPECT_EQ(m_payloads.size(), CStubWindow::kMostInARow);
+    EXPECT_EQ(posts, 0);
+    Flood(CStubWindow::kMostInARow);
+    EXPECT_EQ(posts, 1);
+}
+
+TEST(StubWindowOwnerTest, KeepsWhatIsSentWhileAPayloadIsLookedAtForLater) {
+    CStubWindow stub;
+    std::vector<ULONG_PTR> seen;
+    bool isLooking = false;
+    ASSERT_FALSE(stub.Create([&](HWND, const Payload& payload) {
+        EXPECT_FALSE(isLooking);
+        isLooking = true;
+        seen.push_back(payload.code);
+        if (payload.code == 1) {
+            SendCopyData(stub.Handle(), 0, 2, {});
+        }
+        isLooking = false;
+    }));
+    SendCopyData(stub.Handle(), 0, 1, {});
+    EXPECT_TRUE(PumpUntil([&] { return seen.size() == 2; }));
+    EXPECT_EQ(seen, (std::vector<ULONG_PTR>{1, 2}));
 }
 
 TEST_F(StubWindowTest, DropsWhatWaitsWhenItIsDestroyed) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+
 #include "base/messagewindow.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/client/fakeworker.h"
@@ -217,6 +219,18 @@ TEST_F(WorkerSessionTest, TakesPayloadsOfAWrongSenderAndSaysSo) {
     ASSERT_TRUE(WaitForExit());
     EXPECT_EQ(m_told.readings.size(), 2u);
     EXPECT_EQ(m_told.faults, std::vector<PayloadFault>{PayloadFault::kForeignSender});
+}
+
+TEST_F(WorkerSessionTest, LooksUpWhoseWindowItIsOnlyForTheHello) {
+    std::atomic<int> lookUps{0};
+    PATCH_IMPORT(owner, GetWindowThreadProcessId, [&](HWND window, LPDWORD process) {
+        ++lookUps;
+        return owner.Original(window, process);
+    });
+    Start({L"hello", L"gpu:0", L"gpu:1", L"gpu:0", L"gpu:1", L"exit:0"});
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_EQ(m_told.readings.size(), 4u);
+    EXPECT_EQ(lookUps, 2) << "the hello's sender, and the window that it names";
 }
 
 TEST_F(WorkerSessionTest, StartsAgainFromWithinTheNewsOfTheEnd) {

@@ -10,8 +10,8 @@
 
 /**
  * Loads a copy of the library from a folder of its own and leaves it loaded, as its host does. The
- * machine has no NVIDIA driver and the temperature task is switched off, so that nothing of a real
- * machine is touched.
+ * machine has no NVIDIA driver and the temperature task is switched off, unless the test asks for
+ * the machine as it is, so that nothing of a real machine is touched.
  */
 class CLoadedLibrary {
   public:
@@ -20,6 +20,8 @@ class CLoadedLibrary {
 
     /** Calls the export with this command line; returns when the worker has ended. */
     void Run(std::wstring commandLine) const;
+    /** The same on the machine as it is, without taking anything from it. */
+    void RunAsItIs(std::wstring commandLine) const { m_entry(commandLine.data()); }
     void RunWithoutCommandLine() const { m_entry(nullptr); }
 
     std::wstring LogPath() const { return m_folder.PathOf(L"Log\\Qorvella_HardwareDll.log"); }

@@ -19,23 +19,32 @@ class CWindowClass {
     CWindowClass(const CWindowClass&) = delete;
     CWindowClass& operator=(const CWindowClass&) = delete;
 
-    bool Register(WNDPROC windowProc) const {
+    // By one thread at a time: to another one Windows may say that the class exists already before
+    // a window of it can be made.
+    bool Register(WNDPROC windowProc) {
         WNDCLASSEXW description{};
         description.cbSize = sizeof(description);
         description.lpfnWndProc = windowProc;
         description.hInstance = ThisModule();
         description.lpszClassName = kClassName;
-        return RegisterClassExW(&description) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+        AcquireSRWLockExclusive(&m_lock);
+        const bool isThere =
+            RegisterClassExW(&description) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+        ReleaseSRWLockExclusive(&m_lock);
+        return isThere;
     }
+
+  private:
+    SRWLOCK m_lock{};
 };
 
-const CWindowClass kWindowClass;
+CWindowClass s_windowClass;
 
 }  // namespace
 
 std::optional<CallError> CMessageWindow::Create(Handler handler, WindowReach reach) {
     Destroy();
-    if (!kWindowClass.Register(&WindowProc)) {
+    if (!s_windowClass.Register(&WindowProc)) {
         return LastCallError("RegisterClassExW");
     }
     m_handler = std::move(handler);

@@ -7,9 +7,10 @@ namespace {
 
 // Not through the import table: the entry that is exchanged may be this function's own.
 decltype(&VirtualProtect) RealVirtualProtect() {
-    static const auto protect = reinterpret_cast<decltype(&VirtualProtect)>(reinterpret_cast<void*>(
-        GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "VirtualProtect")));
-    return protect;
+    static const auto kProtect =
+        reinterpret_cast<decltype(&VirtualProtect)>(reinterpret_cast<void*>(
+            GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "VirtualProtect")));
+    return kProtect;
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ extern "C" {
 __declspec(dllexport) nvmlReturn_t nvmlInit_v2() {
     char count[16] = {};
     GetEnvironmentVariableA("ZORVANE_BENCH_GPUS", count, sizeof(count));
-    s_count = static_cast<uint32_t>(std::atoi(count));
+    s_count = static_cast<uint32_t>(std::strtoul(count, nullptr, 10));
     return NVML_SUCCESS;
 }
 __declspec(dllexport) nvmlReturn_t nvmlShutdown() { return NVML_SUCCESS; }

@@ -82,7 +82,7 @@ HANDLE OpenFile(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* se
 }  // namespace
 
 std::span<const Replacement> DriverReplacements() {
-    static const Replacement s_rows[] = {
+    static const Replacement kRows[] = {
         Replace(kOpenSCManagerW, &OpenManager, s_openSCManager),
         Replace(kCreateFileW, &OpenFile, s_createFile),
         CServiceFunction<kOpenServiceW, decltype(OpenServiceW)>::Row(),
@@ -92,5 +92,5 @@ std::span<const Replacement> DriverReplacements() {
         CServiceFunction<kControlService, decltype(ControlService)>::Row(),
         CServiceFunction<kDeleteService, decltype(DeleteService)>::Row(),
     };
-    return s_rows;
+    return kRows;
 }

@@ -141,7 +141,7 @@ UINT NameSystemFolder(LPWSTR buffer, UINT room) {
 }  // namespace
 
 std::span<const Replacement> SystemReplacements() {
-    static const Replacement s_rows[] = {
+    static const Replacement kRows[] = {
         Replace("IsUserAnAdmin", &IsAdministrator, s_isUserAnAdmin),
         Replace("GetTokenInformation", &ReadToken, s_getTokenInformation),
         Replace("VerifyVersionInfoW", &VerifyVersion, s_verifyVersionInfo),
@@ -149,5 +149,5 @@ std::span<const Replacement> SystemReplacements() {
         Replace("RegQueryValueExW", &QueryValue, s_regQueryValue),
         Replace("GetSystemDirectoryW", &NameSystemFolder, s_getSystemDirectory),
     };
-    return s_rows;
+    return kRows;
 }

@@ -139,9 +139,9 @@ HRESULT SetProxyBlanket(IUnknown* proxy, DWORD authentication, DWORD authorizati
 }  // namespace
 
 std::span<const Replacement> WmiReplacements() {
-    static const Replacement s_rows[] = {
+    static const Replacement kRows[] = {
         Replace("CoCreateInstance", &CreateInstance, s_coCreateInstance),
         Replace("CoSetProxyBlanket", &SetProxyBlanket, s_coSetProxyBlanket),
     };
-    return s_rows;
+    return kRows;
 }

@@ -29,13 +29,13 @@ uint64_t GetTemperatureOffset(const SlotObject* self, int32_t* offset);
 uint64_t GetCurrentTemperature(const SlotObject* self, double* temperature);
 uint64_t GetPMTableData(const SlotObject* self, unsigned char* table);
 
-const zorvane::CSlotTable<74, &ReportUnusedSlot> s_deviceSlots{{2, &GetName},
-                                                               {27, &GetTemperatureOffset},
-                                                               {42, &GetCurrentTemperature},
-                                                               {73, &GetPMTableData}};
+const zorvane::CSlotTable<74, &ReportUnusedSlot> kDeviceSlots{{2, &GetName},
+                                                              {27, &GetTemperatureOffset},
+                                                              {42, &GetCurrentTemperature},
+                                                              {73, &GetPMTableData}};
 
-SlotObject s_cpuDevice{s_deviceSlots.Slots()};
-SlotObject s_offsetDevice{s_deviceSlots.Slots()};
+SlotObject s_cpuDevice{kDeviceSlots.Slots()};
+SlotObject s_offsetDevice{kDeviceSlots.Slots()};
 
 const char* NameOf(const SlotObject* device) {
     return device == &s_cpuDevice ? "device=cpu" : "device=offset";

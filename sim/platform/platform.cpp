@@ -23,12 +23,12 @@ void UnInit(SlotObject*);
 SlotObject* GetDeviceManager(SlotObject*);
 SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index);
 
-const zorvane::CSlotTable<3, &ReportUnusedSlot> s_platformSlots{
+const zorvane::CSlotTable<3, &ReportUnusedSlot> kPlatformSlots{
     {0, &Init}, {1, &UnInit}, {2, &GetDeviceManager}};
-const zorvane::CSlotTable<4, &ReportUnusedSlot> s_managerSlots{{3, &GetDevice}};
+const zorvane::CSlotTable<4, &ReportUnusedSlot> kManagerSlots{{3, &GetDevice}};
 
-SlotObject s_platform{s_platformSlots.Slots()};
-SlotObject s_manager{s_managerSlots.Slots()};
+SlotObject s_platform{kPlatformSlots.Slots()};
+SlotObject s_manager{kManagerSlots.Slots()};
 
 std::string PointerText(const void* pointer) { return pointer ? "set" : "null"; }
 

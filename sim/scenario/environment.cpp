@@ -16,11 +16,11 @@ ULONGLONG Ticks(const FILETIME& time) {
 }  // namespace
 
 double SecondsSinceProcessStart() {
-    static const ULONGLONG s_created = zorvane::OwnIdentity().creationTime;
+    static const ULONGLONG kCreated = zorvane::OwnIdentity().creationTime;
     FILETIME now{};
     GetSystemTimePreciseAsFileTime(&now);
     // A clock that was set back must not give a negative time.
-    const ULONGLONG elapsed = Ticks(now) > s_created ? Ticks(now) - s_created : 0;
+    const ULONGLONG elapsed = Ticks(now) > kCreated ? Ticks(now) - kCreated : 0;
     return static_cast<double>(elapsed) / kFileTimeTicksPerSecond;
 }
 

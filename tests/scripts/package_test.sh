@@ -38,7 +38,7 @@ is_refused_elsewhere() {
     mkdir -p "$work/elsewhere"
     cat >"$work/elsewhere/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.20)
-project(Elsewhere LANGUAGES C)
+project(Elsewhere LANGUAGES NONE)
 find_package(Zorvane QUIET PATHS "$package" NO_DEFAULT_PATH)
 if(Zorvane_FOUND OR TARGET Zorvane::c)
   message(FATAL_ERROR "found")

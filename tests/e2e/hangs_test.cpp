@@ -140,18 +140,8 @@ class CHungRun {
 class Hangs : public CDriverTest {
   protected:
     // How often a worker calls each function until its second round is over; 0 for those that it
-    // calls at its end only. The fewer calls of two runs: on a busy computer a worker may need more
-    // to begin.
+    // calls at its end only.
     static Counts CallsOf(const json& scenario) {
-        Counts counts = CountCalls(scenario);
-        for (const auto& [function, calls] : CountCalls(scenario)) {
-            const auto [entry, isNew] = counts.emplace(function, calls);
-            entry->second = std::min(entry->second, calls);
-        }
-        return counts;
-    }
-
-    static Counts CountCalls(const json& scenario) {
         const CSimulatedMachine machine({.scenario = scenario.dump()});
         const auto monitor = StartMonitor(machine, L"--format json --count 2 --stale-after 600");
         EXPECT_EQ(monitor->Wait(), 0u) << monitor->Errors();
@@ -163,6 +153,11 @@ class Hangs : public CDriverTest {
         Counts counts;
         for (auto call = calls.begin(); call != calls.end(); ++call) {
             counts[call->substr(0, call->find('('))] += call < last ? 1 : 0;
+        }
+        // A second call comes only from a worker that does not find the driver's service, which the
+        // others that run beside it may have installed.
+        if (const auto again = counts.find("GetPlatform"); again != counts.end()) {
+            again->second = 1;
         }
         return counts;
     }

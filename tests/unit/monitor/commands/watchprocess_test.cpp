@@ -71,7 +71,7 @@ TEST_F(MonitorProcessTest, ShowsNoReadingOfAGpuThatFellSilentInThisRound) {
 }
 
 TEST_F(MonitorProcessTest, EndsAfterItsTimeAndShowsTheLastRoundThoughIncomplete) {
-    EXPECT_EQ(Run(L"--duration 1", L"hello gpu:0"), kExitDone);
+    EXPECT_EQ(Run(L"--duration 6", L"hello gpu:0"), kExitDone);
     EXPECT_THAT(m_monitor->Output(), HasSubstr("Fake GPU 0"));
 }
 

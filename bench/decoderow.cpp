@@ -2,6 +2,7 @@
 #include <variant>
 
 #include "bench/rows.h"
+#include "bench/samplerecord.h"
 #include "bench/samples.h"
 #include "client/decode.h"
 #include "client/plausible.h"
@@ -13,15 +14,7 @@ constexpr unsigned kRepetitions = 60;
 constexpr unsigned kRecords = 20000;
 
 zorvane::Payload DynamicPayload() {
-    NvmlGpuRecord record{};
-    wcscpy(record.entry, L"bench");
-    record.kind = kGpuRecordDynamic;
-    record.gpuCount = 1;
-    record.gpuUtilizationPercent = 37;
-    record.temperatureCelsius = 61;
-    wcscpy(record.name, L"NVIDIA GeForce RTX 3090");
-    record.pciBus = 1;
-    std::memcpy(record.pciBusId, "00000000:01:00.0", 17);
+    const NvmlGpuRecord record = SampleRecord(0, 1);
     const auto* bytes = reinterpret_cast<const std::byte*>(&record);
     return {kCopyDataTaskData, sizeof(record), {bytes, bytes + sizeof(record)}};
 }

@@ -5,6 +5,7 @@
 
 #include "bench/recordjson.h"
 #include "bench/rows.h"
+#include "bench/samplerecord.h"
 #include "bench/samples.h"
 #include "client/decode.h"
 #include "monitor/model/machinemodel.h"
@@ -35,25 +36,6 @@ class CCountedText : public zorvane::ITextOutput {
     size_t m_bytes = 0;
 };
 
-NvmlGpuRecord RecordOf(uint32_t index) {
-    NvmlGpuRecord record{};
-    wcscpy(record.entry, L"bench");
-    record.kind = kGpuRecordDynamic;
-    record.gpuIndex = index;
-    record.gpuCount = kGpus;
-    record.gpuUtilizationPercent = 37;
-    record.memoryUtilizationPercent = 12;
-    record.temperatureCelsius = 61;
-    record.fanSpeedPercent = 45;
-    wcscpy(record.name, L"NVIDIA GeForce RTX 3090");
-    for (uint32_t& clock : record.clockMHz) {
-        clock = 1700;
-    }
-    record.pciBus = index + 1;
-    fmt::format_to_n(record.pciBusId, kWireTextLength - 1, "00000000:{:02X}:00.0", index + 1);
-    return record;
-}
-
 Event EventOf(const NvmlGpuRecord& record) {
     const auto* bytes = reinterpret_cast<const std::byte*>(&record);
     zorvane::Decoded decoded =
@@ -76,7 +58,7 @@ Row FormRow(const char* form, const MakeView& makeView) {
     std::vector<NvmlGpuRecord> records;
     std::vector<Event> events;
     for (uint32_t index = 0; index < kGpus; ++index) {
-        records.push_back(RecordOf(index));
+        records.push_back(SampleRecord(index, kGpus));
         events.push_back(EventOf(records.back()));
     }
     CCountedText output;

@@ -54,6 +54,15 @@ class CPeerLog {
     HANDLE m_mutex;
 };
 
+// What one line costs on any machine.
+template <typename Write>
+std::string CountsOf(const Write& write) {
+    CCallCounts counts(nullptr);
+    counts.Begin();
+    write(0);
+    return CountsText(counts.End(), 1);
+}
+
 }  // namespace
 
 Row LineRow() {
@@ -70,10 +79,7 @@ Row LineRow() {
             kLines, [&](int line) { floor.WriteSite("linerow", __LINE__, L"line %d", line); }));
         row.peer.push_back(SecondsOfLine(kLines, [&](int line) { peer.Write(line); }));
     }
-    CCallCounts counts(nullptr);
-    counts.Begin();
-    own(0);
-    row.counts = CountsText(counts.End(), 1);
+    row.counts = CountsOf(own);
     ZorLog::GetLogger()->Close();
     return row;
 }
@@ -94,10 +100,7 @@ Row SilentLineRow() {
         }));
     }
     DeleteCriticalSection(&section);
-    CCallCounts counts(nullptr);
-    counts.Begin();
-    own(0);
-    row.counts = CountsText(counts.End(), 1);
+    row.counts = CountsOf(own);
     ZorLog::GetLogger()->Close();
     return row;
 }

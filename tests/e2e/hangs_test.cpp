@@ -96,10 +96,14 @@ class CHungRun {
                 isStale = true;
                 EXPECT_EQ(line["since"], latest);
             }
-            // One that has been silent for too long is replaced.
-            if (type == "fresh" || type == "worker_exit") {
+            if (type == "fresh") {
                 isStale = false;
                 duringSilence = json();
+            }
+            // One that has been silent for too long is replaced; no round was completed before.
+            if (type == "worker_exit") {
+                isStale = false;
+                EXPECT_EQ(duringSilence, json());
             }
         }
         EXPECT_EQ(duringSilence, json());

@@ -37,7 +37,7 @@ size_t Print(const Figures& figures) {
 }
 
 const std::map<std::string, Campaign>& Campaigns() {
-    static const std::map<std::string, Campaign> s_campaigns = {
+    static const std::map<std::string, Campaign> kCampaigns = {
         {"faults",
          {0,
           [](const Request& request) {
@@ -72,7 +72,7 @@ const std::map<std::string, Campaign>& Campaigns() {
               return Print(RunSharedLog(request.count, request.report));
           }}},
     };
-    return s_campaigns;
+    return kCampaigns;
 }
 
 int Run(const std::string& name, const Campaign& campaign, int count, char** arguments) {

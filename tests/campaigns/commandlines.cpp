@@ -86,13 +86,17 @@ std::wstring Difference(const CommandLineArgs& args,
     for (const auto& [key, expected] : model) {
         std::wstring value = L"untouched";
         if (!args.GetValue(key, value) || value != expected) {
-            return key + L" is " + value + L" in place of " + expected;
+            return std::wstring(key)
+                .append(L" is ")
+                .append(value)
+                .append(L" in place of ")
+                .append(expected);
         }
     }
     for (const wchar_t* key : {L"--wnd", L"--ENTRY", L"", L"a", L"absent"}) {
         std::wstring value = L"untouched";
         const bool found = args.GetValue(key, value);
-        if (found != (model.count(Upper(key)) > 0) || (!found && value != L"untouched")) {
+        if (found != (model.contains(Upper(key))) || (!found && value != L"untouched")) {
             return std::wstring(key) + L" was found or lost";
         }
     }
@@ -113,7 +117,7 @@ LineFigures RunCommandLines(size_t lines, unsigned seed, const Reporter& report)
         const std::wstring difference =
             args.Parse() ? Difference(args, Model(words)) : L"it was not parsed";
         if (!difference.empty() && figures.findings++ < 20) {
-            report(zorvane::ToUtf8(L"[" + line + L"]: " + difference));
+            report("[" + zorvane::ToUtf8(line) + "]: " + zorvane::ToUtf8(difference));
         }
     }
     return figures;

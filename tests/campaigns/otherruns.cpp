@@ -144,8 +144,8 @@ void AddBadCodes(std::vector<Round>& rounds) {
                 rounds.push_back(
                     {std::string(function) + " = " + std::to_string(code) + ", writing " + garbage,
                      "stop",
-                     WithTop(std::string("\"garbage\": {\"writeOnFailure\": ") + garbage +
-                             "}, \"results\": {\"" + function + "\": " + std::to_string(code) +
+                     WithTop(std::string(R"("garbage": {"writeOnFailure": )") + garbage +
+                             R"(}, "results": {")" + function + "\": " + std::to_string(code) +
                              "}")});
             }
         }
@@ -156,7 +156,7 @@ void AddCrashes(std::vector<Round>& rounds) {
     for (const char* function : kNvmlFunctions) {
         rounds.push_back({std::string(function) + " crashes",
                           "stop",
-                          WithTop(std::string("\"results\": {\"") + function + "\": \"crash\"}"),
+                          WithTop(std::string(R"("results": {")") + function + R"(": "crash"})"),
                           {},
                           true});
     }
@@ -269,7 +269,7 @@ RunFigures RunSoak(size_t cycles, const Reporter& report) {
         verdict.findings.emplace_back("there were fewer cycles than asked for");
     }
     for (const std::string& finding : verdict.findings) {
-        report(words + ": " + finding);
+        report(std::string(words).append(": ").append(finding));
     }
     return {1, verdict.hasCrashed ? 1u : 0u, verdict.hasHung ? 1u : 0u, verdict.findings.size()};
 }

@@ -14,8 +14,8 @@ using testing::HasSubstr;
 namespace {
 
 const std::wstring& Bin() {
-    static const std::wstring s_bin = BuildFolder(L"bin");
-    return s_bin;
+    static const std::wstring kBin = BuildFolder(L"bin");
+    return kBin;
 }
 
 }  // namespace

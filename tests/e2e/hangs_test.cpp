@@ -69,13 +69,10 @@ class CHungRun {
         if (!HasHung()) {
             return false;
         }
-        for (const json& line : Lines()) {
-            if (m_atTheEnd ? line["type"] == "notice" && line["id"] == "worker.window_taken"
-                           : IsStaleOf(line)) {
-                return true;
-            }
-        }
-        return false;
+        return std::ranges::any_of(Lines(), [this](const json& line) {
+            return m_atTheEnd ? line["type"] == "notice" && line["id"] == "worker.window_taken"
+                              : IsStaleOf(line);
+        });
     }
 
     bool HasEnded() const { return m_monitor->Wait(0).has_value(); }

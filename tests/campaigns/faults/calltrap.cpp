@@ -124,7 +124,8 @@ void* MakeCode(const Trap* trap) {
         0x41, 0xFF, 0xE2                       // jmp r10
     };
     const auto entry = reinterpret_cast<uintptr_t>(&ZorvaneTrapEntry);
-    std::memcpy(&bytes[2], &trap, sizeof(trap));
+    const auto address = reinterpret_cast<uintptr_t>(trap);
+    std::memcpy(&bytes[2], &address, sizeof(address));
     std::memcpy(&bytes[12], &entry, sizeof(entry));
     std::memcpy(code, bytes.data(), bytes.size());
     FlushInstructionCache(GetCurrentProcess(), code, bytes.size());

@@ -19,25 +19,39 @@ Json OrNull(const std::optional<std::wstring>& text) {
     return text ? Json(ToUtf8(*text)) : Json(nullptr);
 }
 
+// An object with room for its members: when it grows, it copies the names that it has.
+Json RoomyObject(size_t members) {
+    Json object = Json::object();
+    object.get_ref<Json::object_t&>().reserve(members);
+    return object;
+}
+
 Json ClocksJson(const Clocks& clocks) {
-    return {{"graphics", OrNull(clocks[kClockGraphics])},
-            {"sm", OrNull(clocks[kClockSm])},
-            {"memory", OrNull(clocks[kClockMemory])},
-            {"video", OrNull(clocks[kClockVideo])}};
+    Json result = RoomyObject(kClockTypeCount);
+    result["graphics"] = OrNull(clocks[kClockGraphics]);
+    result["sm"] = OrNull(clocks[kClockSm]);
+    result["memory"] = OrNull(clocks[kClockMemory]);
+    result["video"] = OrNull(clocks[kClockVideo]);
+    return result;
 }
 
 Json PciJson(const std::optional<PciLocation>& pci) {
     if (!pci) {
         return nullptr;
     }
-    return {{"bus_id", pci->busId},
-            {"domain", pci->domain},
-            {"bus", pci->bus},
-            {"device", pci->device},
-            {"device_id", pci->deviceId}};
+    Json result = RoomyObject(5);
+    result["bus_id"] = pci->busId;
+    result["domain"] = pci->domain;
+    result["bus"] = pci->bus;
+    result["device"] = pci->device;
+    result["device_id"] = pci->deviceId;
+    return result;
 }
 
 class CLineMaker {
+    // Those of "worker_exit" and the readings.
+    static constexpr size_t kMostMembers = 16;
+
   public:
     CLineMaker(UtcTime time, const StartEvent& origin) : m_time(time), m_origin(origin) {}
 
@@ -176,11 +190,13 @@ class CLineMaker {
   private:
     // What every line begins with.
     Json Begin(const char* type) const {
-        return {{"type", type},
-                {"time", Rfc3339(m_time)},
-                {"schema", m_origin.schema},
-                {"host", m_origin.host},
-                {"entry", m_origin.entry}};
+        Json line = RoomyObject(kMostMembers);
+        line["type"] = type;
+        line["time"] = Rfc3339(m_time);
+        line["schema"] = m_origin.schema;
+        line["host"] = m_origin.host;
+        line["entry"] = m_origin.entry;
+        return line;
     }
 
     // What both kinds of readings of a GPU begin with.

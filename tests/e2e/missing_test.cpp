@@ -8,7 +8,6 @@
 #include "tests/support/winetest.h"
 
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 

@@ -16,6 +16,7 @@ constexpr char kSwitchedOff[] = "[cpu_kernel]\r\nsdk_flag=0\r\n";
 std::vector<std::pair<uint32_t, uint32_t>> KindsAndIndices(
     const std::vector<NvmlGpuRecord>& records) {
     std::vector<std::pair<uint32_t, uint32_t>> result;
+    result.reserve(records.size());
     for (const NvmlGpuRecord& record : records) {
         result.emplace_back(record.kind, record.gpuIndex);
     }

@@ -8,7 +8,6 @@
 
 using testing::Contains;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 

@@ -52,14 +52,17 @@ class Temperature : public CDriverTest {
     std::optional<DWORD> m_stateWhileRunning;
 };
 
+// The text with the NUL that is sent with it.
+std::string CpuText(int celsius) { return "{\"CpuTemp\":" + std::to_string(celsius) + "}" + '\0'; }
+
 }  // namespace
 
 TEST_F(Temperature, ArrivesAsTextWithItsEnd) {
     RunWorker({.scenario = Scenario(kTwoReadings)}, 2);
     const std::vector<std::string> texts = CpuTexts(m_stub.Messages());
     ASSERT_GE(texts.size(), 2u);
-    EXPECT_EQ(texts[0], std::string("{\"CpuTemp\":45}", 15));
-    EXPECT_EQ(texts[1], std::string("{\"CpuTemp\":61}", 15));
+    EXPECT_EQ(texts[0], CpuText(45));
+    EXPECT_EQ(texts[1], CpuText(61));
     EXPECT_THAT(Settings(), Not(HasSubstr(kSwitchedOff)));
 }
 
@@ -130,7 +133,7 @@ TEST_F(Temperature, CallsTheVendorLibraryInOrder) {
 
 TEST_F(Temperature, OutsideTheRangeIsSentAndSwitchesTheTaskOffForLaterRuns) {
     RunWorker({.scenario = Scenario(R"("pmTable": {"temperature": 121})")}, 2);
-    EXPECT_EQ(CpuTexts(m_stub.Messages()).front(), std::string("{\"CpuTemp\":121}", 16));
+    EXPECT_EQ(CpuTexts(m_stub.Messages()).front(), CpuText(121));
     EXPECT_THAT(Settings(), HasSubstr(kSwitchedOff));
 }
 

@@ -28,4 +28,5 @@ constinit CNoPlatform s_platform;
 IPlatform& GetPlatform() { return s_platform; }
 
 // Tells this library from AMD's.
+// NOLINTNEXTLINE(readability-identifier-naming): it is named as an export.
 extern "C" const char ZorvanePlatformStandIn = 1;

@@ -19,25 +19,39 @@ OrderedJson OrNull(const std::optional<std::wstring>& text) {
     return text ? OrderedJson(ToUtf8(*text)) : OrderedJson(nullptr);
 }
 
+// An object with room for its members: when it grows, it copies the names that it has.
+OrderedJson RoomyObject(size_t members) {
+    OrderedJson object = OrderedJson::object();
+    object.get_ref<OrderedJson::object_t&>().reserve(members);
+    return object;
+}
+
 OrderedJson ClocksJson(const Clocks& clocks) {
-    return {{"graphics", OrNull(clocks[kClockGraphics])},
-            {"sm", OrNull(clocks[kClockSm])},
-            {"memory", OrNull(clocks[kClockMemory])},
-            {"video", OrNull(clocks[kClockVideo])}};
+    OrderedJson result = RoomyObject(kClockTypeCount);
+    result["graphics"] = OrNull(clocks[kClockGraphics]);
+    result["sm"] = OrNull(clocks[kClockSm]);
+    result["memory"] = OrNull(clocks[kClockMemory]);
+    result["video"] = OrNull(clocks[kClockVideo]);
+    return result;
 }
 
 OrderedJson PciJson(const std::optional<PciLocation>& pci) {
     if (!pci) {
         return nullptr;
     }
-    return {{"bus_id", pci->busId},
-            {"domain", pci->domain},
-            {"bus", pci->bus},
-            {"device", pci->device},
-            {"device_id", pci->deviceId}};
+    OrderedJson result = RoomyObject(5);
+    result["bus_id"] = pci->busId;
+    result["domain"] = pci->domain;
+    result["bus"] = pci->bus;
+    result["device"] = pci->device;
+    result["device_id"] = pci->deviceId;
+    return result;
 }
 
 class CLineMaker {
+    // Those of "worker_exit" and the readings.
+    static constexpr size_t kMostMembers = 16;
+
   public:
     CLineMaker(UtcTime time, const StartEvent& origin) : m_time(time), m_origin(origin) {}
 
@@ -181,11 +195,13 @@ class CLineMaker {
   private:
     // What every line begins with.
     OrderedJson Begin(const char* type) const {
-        return {{"type", type},
-                {"time", Rfc3339(m_time)},
-                {"schema", m_origin.schema},
-                {"host", m_origin.host},
-                {"entry", m_origin.entry}};
+        OrderedJson line = RoomyObject(kMostMembers);
+        line["type"] = type;
+        line["time"] = Rfc3339(m_time);
+        line["schema"] = m_origin.schema;
+        line["host"] = m_origin.host;
+        line["entry"] = m_origin.entry;
+        return line;
     }
 
     // What both kinds of readings of a GPU begin with.

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/callcounts.h"
 #include "tests/unit/monitor/readings.h"
 
 namespace zorvane {
@@ -60,6 +61,16 @@ TEST(JsonLineTest, WritesAReading) {
             R"("bus":1,"device":2,"device_id":646189278},"gpu_utilization_percent":11,)"
             R"("memory_utilization_percent":5,"temperature_celsius":58,"fan_speed_percent":130,)"
             R"("clocks_mhz":{"graphics":1800,"sm":1801,"memory":10501,"video":1500}})");
+}
+
+TEST(JsonLineTest, AllocatesLittleForAReading) {
+    const Event event = EventAt(0, FullReading());
+    const StartEvent origin = Origin();
+    CCallCounts counts(nullptr);
+    counts.Begin();
+    const std::string line = JsonLine(event, origin);
+    const CallsByName calls = counts.End();
+    EXPECT_LE(calls.at("malloc"), 40u) << line;
 }
 
 TEST(JsonLineTest, WritesWhatDoesNotChange) {

@@ -21,6 +21,7 @@ function(zorvane_test_options target)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0;-g0>)
   target_link_options(${target} PRIVATE $<$<CONFIG:Release>:-s>)
   set_target_properties(${target} PROPERTIES ZORVANE_QUICK_LINK TRUE)
+  zorvane_unity(${target})
   if(ZORVANE_LLD AND CMAKE_CROSSCOMPILING)
     target_link_options(${target} PRIVATE -wrapper "${PROJECT_SOURCE_DIR}/cmake/link-with-lld")
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS

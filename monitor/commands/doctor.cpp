@@ -23,7 +23,7 @@
 namespace zorvane {
 namespace {
 
-constexpr char kFooter[] =
+constexpr char kDoctorFooter[] =
     R"(It changes nothing, starts nothing and runs no vendor's code. Exit code 0: something can
 be reported; 4: nothing can. With --only: 0 if none of these checks fails, else 4.
 
@@ -101,7 +101,7 @@ void CDoctorCommand::Declare(CLI::App& app) {
                  "Also start NVML, in a process of its own, and ask it about every GPU");
     // For that process; not shown.
     AddValue(app, kProbeOption, m_askNvml, "", "PATH")->group("");
-    app.footer(kFooter);
+    app.footer(kDoctorFooter);
 }
 
 MachineFacts CDoctorCommand::Look(const DoctorTarget& target) const {

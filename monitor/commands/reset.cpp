@@ -28,7 +28,7 @@ const char* Remedy(const CallError& error) {
     }
 }
 
-int Say(const std::string& sentence) {
+int PrintResult(const std::string& sentence) {
     COutput output(GetStdHandle(STD_OUTPUT_HANDLE));
     output.Write(sentence + "\n");
     return output.Failure() && !output.IsReaderGone() ? kExitOutput : kExitDone;
@@ -60,7 +60,7 @@ int CResetCommand::Run(const CommandContext& context) {
     const CCpuSwitch theSwitch(folder);
     const std::string path = ToUtf8(theSwitch.Path());
     if (theSwitch.IsOn()) {
-        return Say(
+        return PrintResult(
             fmt::format("The CPU temperature is switched on already; nothing was changed in "
                         "{}.",
                         path));
@@ -70,7 +70,7 @@ int CResetCommand::Run(const CommandContext& context) {
         return Fail(
             fmt::format("{} cannot be written: {}{}", path, Describe(*error), Remedy(*error)));
     }
-    return Say(
+    return PrintResult(
         fmt::format("The CPU temperature is switched on again in {}; the next start of a "
                     "worker will try it.",
                     path));

@@ -16,7 +16,7 @@ namespace {
 using Json = nlohmann::json;
 
 // A count from a broken driver must not keep us busy for ever.
-constexpr uint32_t kMostGpus = 64;
+constexpr uint32_t kMostAskedGpus = 64;
 constexpr uint32_t kTextSize = 100;
 
 struct EntryPoints {
@@ -45,13 +45,13 @@ EntryPoints BindAll(HMODULE library) {
     return nvml;
 }
 
-void Say(const Json& line) {
+void SayLine(const Json& line) {
     // Nobody is there to hear of a failure.
     WriteText(GetStdHandle(STD_OUTPUT_HANDLE),
               line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
-void Begin(const char* function) { Say({{"begin", function}}); }
+void Begin(const char* function) { SayLine({{"begin", function}}); }
 
 // Nothing where the library lacks the function.
 template <typename Function, typename... Arguments>
@@ -71,7 +71,7 @@ class CGpuCalls {
     template <typename Function, typename... Arguments>
     void Ask(const char* name, Function* function, Arguments... arguments) const {
         if (const auto code = Call(name, function, m_device, arguments...)) {
-            Say({{"end", name}, {"gpu", m_index}, {"code", *code}});
+            SayLine({{"end", name}, {"gpu", m_index}, {"code", *code}});
         }
     }
 
@@ -80,10 +80,10 @@ class CGpuCalls {
         char text[kTextSize + 1] = {};
         if (const auto code = Call(name, function, m_device, text, kTextSize)) {
             const size_t length = *code == 0 ? strnlen(text, kTextSize) : 0;
-            Say({{"end", name},
-                 {"gpu", m_index},
-                 {"code", *code},
-                 {"text", std::string(text, length)}});
+            SayLine({{"end", name},
+                     {"gpu", m_index},
+                     {"code", *code},
+                     {"text", std::string(text, length)}});
         }
     }
 
@@ -99,7 +99,7 @@ void AskGpu(const EntryPoints& nvml, uint32_t index) {
     if (!code) {
         return;
     }
-    Say({{"end", kGetHandle}, {"gpu", index}, {"code", *code}});
+    SayLine({{"end", kGetHandle}, {"gpu", index}, {"code", *code}});
     if (*code != 0) {
         return;
     }
@@ -130,15 +130,15 @@ void AskAll(const EntryPoints& nvml) {
     if (!init) {
         return;
     }
-    Say({{"end", "nvmlInit"}, {"code", *init}});
+    SayLine({{"end", "nvmlInit"}, {"code", *init}});
     uint32_t count = 0;
     const auto code =
         *init == 0 ? Call("nvmlDeviceGetCount", nvml.deviceGetCount, &count) : std::nullopt;
     if (!code) {
         return;
     }
-    Say({{"end", "nvmlDeviceGetCount"}, {"code", *code}, {"count", count}});
-    for (uint32_t index = 0; *code == 0 && index < std::min(count, kMostGpus); ++index) {
+    SayLine({{"end", "nvmlDeviceGetCount"}, {"code", *code}, {"count", count}});
+    for (uint32_t index = 0; *code == 0 && index < std::min(count, kMostAskedGpus); ++index) {
         AskGpu(nvml, index);
     }
     static_cast<void>(Call("nvmlShutdown", nvml.shutdown));
@@ -153,7 +153,7 @@ void AskNvml(const std::wstring& path) {
     // Deliberately never unloaded: its threads may still run.
     const HMODULE library = LoadLibraryW(path.c_str());
     const DWORD error = library ? ERROR_SUCCESS : GetLastError();
-    Say({{"end", "LoadLibrary"}, {"code", error}});
+    SayLine({{"end", "LoadLibrary"}, {"code", error}});
     if (library) {
         AskAll(BindAll(library));
     }

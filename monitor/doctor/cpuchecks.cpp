@@ -7,7 +7,7 @@
 namespace zorvane {
 namespace {
 
-constexpr char kGroup[] = "AMD CPU temperature";
+constexpr char kCpuGroup[] = "AMD CPU temperature";
 constexpr char kAmd[] = "AuthenticAMD";
 
 std::string Name(const ProcessorFacts& processor) {
@@ -110,17 +110,17 @@ Finding DecideRights(const MachineFacts& facts) {
                 "Start zorvanemon as administrator.");
 }
 
-constexpr Check kChecks[] = {
-    {"cpu.processor", kGroup, "Processor", &DecideProcessor},
-    {"cpu.windows", kGroup, "Windows", &DecideWindows},
-    {"cpu.product", kGroup, "Product", &DecideProduct},
-    {"cpu.vbs", kGroup, "Virtualization-Based Security", &DecideVbs},
-    {"cpu.rights", kGroup, "Rights", &DecideRights},
+constexpr Check kCpuChecks[] = {
+    {"cpu.processor", kCpuGroup, "Processor", &DecideProcessor},
+    {"cpu.windows", kCpuGroup, "Windows", &DecideWindows},
+    {"cpu.product", kCpuGroup, "Product", &DecideProduct},
+    {"cpu.vbs", kCpuGroup, "Virtualization-Based Security", &DecideVbs},
+    {"cpu.rights", kCpuGroup, "Rights", &DecideRights},
 };
 
 }  // namespace
 
-std::span<const Check> CpuChecks() { return kChecks; }
+std::span<const Check> CpuChecks() { return kCpuChecks; }
 
 std::string NoCpuTemperature(const MachineFacts& facts) {
     if (facts.cpu.processor.support == ProcessorSupport::kNo ||

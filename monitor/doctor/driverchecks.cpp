@@ -12,7 +12,7 @@
 namespace zorvane {
 namespace {
 
-constexpr char kGroup[] = "AMD's driver";
+constexpr char kDriverGroup[] = "AMD's driver";
 constexpr char kTakeAmds[] =
     "Replace AMDRyzenMasterDriver.sys with the one from AMD's installation, which is signed.";
 constexpr char kNewerDriver[] =
@@ -29,7 +29,7 @@ bool Runs(const ServiceFacts& service) {
     return service.error == 0 && service.installed && service.state == SERVICE_RUNNING;
 }
 
-Finding DecideFile(const MachineFacts& facts) {
+Finding DecideDriverFile(const MachineFacts& facts) {
     const FileFacts& file = facts.driver.file;
     if (const std::string reason = NotNeeded(facts); !reason.empty()) {
         return Skip(reason);
@@ -166,16 +166,16 @@ Finding DecideBlocklist(const MachineFacts& facts) {
                                 : Warn("On: Windows refuses drivers on that list.", kNewerDriver);
 }
 
-constexpr Check kChecks[] = {
-    {"driver.file", kGroup, "File", &DecideFile},
-    {"driver.signature", kGroup, "Signature", &DecideSignature},
-    {"driver.service", kGroup, "Service", &DecideService},
-    {"driver.integrity", kGroup, "Memory integrity", &DecideIntegrity},
-    {"driver.blocklist", kGroup, "Blocklist", &DecideBlocklist},
+constexpr Check kDriverChecks[] = {
+    {"driver.file", kDriverGroup, "File", &DecideDriverFile},
+    {"driver.signature", kDriverGroup, "Signature", &DecideSignature},
+    {"driver.service", kDriverGroup, "Service", &DecideService},
+    {"driver.integrity", kDriverGroup, "Memory integrity", &DecideIntegrity},
+    {"driver.blocklist", kDriverGroup, "Blocklist", &DecideBlocklist},
 };
 
 }  // namespace
 
-std::span<const Check> DriverChecks() { return kChecks; }
+std::span<const Check> DriverChecks() { return kDriverChecks; }
 
 }  // namespace zorvane

@@ -10,7 +10,7 @@ constexpr char kUnpackStandIn[] =
     "unpack the package again: the host program loads the stand-in from the folder "
     "platform-standin beside it.";
 
-constexpr char kGroup[] = "Files";
+constexpr char kFileGroup[] = "Files";
 constexpr char kUnpackAgain[] =
     "Unpack the whole package into one folder again, or name the file with ";
 
@@ -86,16 +86,16 @@ Finding DecidePlatform(const MachineFacts& facts) {
     return Pass(fmt::format("{}, {}", platform.file.path, VersionOf(platform.file)));
 }
 
-constexpr Check kChecks[] = {
-    {"files.host", kGroup, "Host program", &DecideHost},
-    {"files.library", kGroup, "Library", &DecideLibrary},
-    {"files.versions", kGroup, "Versions", &DecideVersions},
-    {"files.platform", kGroup, "Platform.dll", &DecidePlatform},
+constexpr Check kFileChecks[] = {
+    {"files.host", kFileGroup, "Host program", &DecideHost},
+    {"files.library", kFileGroup, "Library", &DecideLibrary},
+    {"files.versions", kFileGroup, "Versions", &DecideVersions},
+    {"files.platform", kFileGroup, "Platform.dll", &DecidePlatform},
 };
 
 }  // namespace
 
-std::span<const Check> FileChecks() { return kChecks; }
+std::span<const Check> FileChecks() { return kFileChecks; }
 
 std::string VersionOf(const FileFacts& file) {
     return file.version.empty() ? "without a version" : file.version;

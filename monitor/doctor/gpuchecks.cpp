@@ -9,7 +9,7 @@
 namespace zorvane {
 namespace {
 
-constexpr char kGroup[] = "NVIDIA GPUs";
+constexpr char kGpuGroup[] = "NVIDIA GPUs";
 constexpr char kInstallDriver[] = "Install NVIDIA's driver and restart the PC.";
 constexpr char kReinstallDriver[] = "Install NVIDIA's driver again and restart the PC.";
 // CM_PROB_DISABLED.
@@ -155,16 +155,16 @@ Finding DecideProbe(const MachineFacts& facts) {
                                : "There is no NVML to ask.");
 }
 
-constexpr Check kChecks[] = {
-    {"gpu.adapters", kGroup, "Cards", &DecideAdapters},
-    {"nvml.fixed", kGroup, "NVML at its fixed path", &DecideFixed},
-    {"nvml.system", kGroup, "NVML in the system folder", &DecideSystem},
-    {"nvml.probe", kGroup, "NVML's own answers", &DecideProbe},
+constexpr Check kGpuChecks[] = {
+    {"gpu.adapters", kGpuGroup, "Cards", &DecideAdapters},
+    {"nvml.fixed", kGpuGroup, "NVML at its fixed path", &DecideFixed},
+    {"nvml.system", kGpuGroup, "NVML in the system folder", &DecideSystem},
+    {"nvml.probe", kGpuGroup, "NVML's own answers", &DecideProbe},
 };
 
 }  // namespace
 
-std::span<const Check> GpuChecks() { return kChecks; }
+std::span<const Check> GpuChecks() { return kGpuChecks; }
 
 bool MayHaveNvidia(const MachineFacts& facts) {
     return !facts.gpu.adapters || !NvidiaAdapters(facts).empty() || HasNvml(facts);

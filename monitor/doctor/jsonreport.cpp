@@ -5,7 +5,7 @@
 namespace zorvane {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 
 const char* Name(Reporting reporting) {
     switch (reporting) {
@@ -19,10 +19,12 @@ const char* Name(Reporting reporting) {
     return "never";
 }
 
-Json OrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
+OrderedJson OrNull(const std::string& text) {
+    return text.empty() ? OrderedJson() : OrderedJson(text);
+}
 
-Json GpuJson(const ProbedGpu& gpu) {
-    Json codes = Json::object();
+OrderedJson GpuJson(const ProbedGpu& gpu) {
+    OrderedJson codes = OrderedJson::object();
     for (const ProbedGpu::Answer& answer : gpu.answers) {
         codes[answer.function] = answer.code;
     }
@@ -32,8 +34,8 @@ Json GpuJson(const ProbedGpu& gpu) {
             {"codes", codes}};
 }
 
-Json BlocksJson(Blocks blocks) {
-    Json blocked = Json::array();
+OrderedJson BlocksJson(Blocks blocks) {
+    OrderedJson blocked = OrderedJson::array();
     if (blocks == Blocks::kGpu || blocks == Blocks::kBoth) {
         blocked.push_back("gpu");
     }
@@ -43,8 +45,8 @@ Json BlocksJson(Blocks blocks) {
     return blocked;
 }
 
-Json ChecksJson(const Findings& findings) {
-    Json checks = Json::array();
+OrderedJson ChecksJson(const Findings& findings) {
+    OrderedJson checks = OrderedJson::array();
     for (const auto& [check, finding] : findings) {
         checks.push_back({{"id", check->id},
                           {"group", check->group},
@@ -61,11 +63,11 @@ Json ChecksJson(const Findings& findings) {
 
 std::string DoctorJson(const MachineFacts& facts, const Findings& findings,
                        const std::vector<Verdict>& verdicts) {
-    Json report{{"schema", kDoctorSchema},
-                {"time", Rfc3339(facts.now)},
-                {"host", facts.computer},
-                {"tool_version", facts.toolVersion}};
-    Json readings = Json::array();
+    OrderedJson report{{"schema", kDoctorSchema},
+                       {"time", Rfc3339(facts.now)},
+                       {"host", facts.computer},
+                       {"tool_version", facts.toolVersion}};
+    OrderedJson readings = OrderedJson::array();
     for (const Verdict& verdict : verdicts) {
         readings.push_back({{"what", verdict.what},
                             {"reported", Name(verdict.reporting)},
@@ -74,7 +76,7 @@ std::string DoctorJson(const MachineFacts& facts, const Findings& findings,
     }
     report["readings"] = readings;
     report["checks"] = ChecksJson(findings);
-    Json gpus = Json::array();
+    OrderedJson gpus = OrderedJson::array();
     if (facts.probe) {
         for (const ProbedGpu& gpu : facts.probe->gpus) {
             gpus.push_back(GpuJson(gpu));
@@ -82,7 +84,7 @@ std::string DoctorJson(const MachineFacts& facts, const Findings& findings,
     }
     report["probed_gpus"] = gpus;
     // Text from outside may be anything.
-    return report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return report.dump(2, ' ', false, OrderedJson::error_handler_t::replace) + "\n";
 }
 
 }  // namespace zorvane

@@ -8,7 +8,7 @@
 namespace zorvane {
 namespace {
 
-constexpr char kGroup[] = "Log";
+constexpr char kLogGroup[] = "Log";
 // At which the worker stops logging.
 constexpr uint64_t kSizeLimit = 100ull * 1024 * 1024;
 
@@ -47,7 +47,7 @@ std::string Age(std::chrono::milliseconds age) {
                          : fmt::format("{} days ago", hoursOld / 24);
 }
 
-Finding DecideFile(const MachineFacts& facts) {
+Finding DecideLogFile(const MachineFacts& facts) {
     const LogFacts& log = facts.log;
     if (log.fileIsFolder) {
         return Warn(fmt::format("A folder has the log's name, so the worker writes none: {}",
@@ -99,15 +99,15 @@ Finding DecideWriters(const MachineFacts& facts) {
                     : "Nobody; a worker that starts now writes the log anew.");
 }
 
-constexpr Check kChecks[] = {
-    {"log.folder", kGroup, "Folder", &DecideFolder},
-    {"log.file", kGroup, "File", &DecideFile},
-    {"log.writers", kGroup, "Who writes it", &DecideWriters},
+constexpr Check kLogChecks[] = {
+    {"log.folder", kLogGroup, "Folder", &DecideFolder},
+    {"log.file", kLogGroup, "File", &DecideLogFile},
+    {"log.writers", kLogGroup, "Who writes it", &DecideWriters},
 };
 
 }  // namespace
 
-std::span<const Check> LogChecks() { return kChecks; }
+std::span<const Check> LogChecks() { return kLogChecks; }
 
 std::string ListProcesses(const std::vector<ProcessFacts>& processes) {
     std::string list;

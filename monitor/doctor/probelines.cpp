@@ -11,7 +11,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr size_t kMostGpus = 64;
+constexpr size_t kMostKeptGpus = 64;
 constexpr size_t kMostCallsOfAGpu = 32;
 constexpr size_t kLongestText = 128;
 
@@ -35,7 +35,7 @@ ProbedGpu* FindGpu(ProbeFacts& probe, uint32_t index) {
     if (found != probe.gpus.end()) {
         return &*found;
     }
-    if (probe.gpus.size() >= kMostGpus) {
+    if (probe.gpus.size() >= kMostKeptGpus) {
         return nullptr;
     }
     probe.gpus.push_back({index, {}, {}, {}});

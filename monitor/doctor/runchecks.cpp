@@ -8,7 +8,7 @@
 namespace zorvane {
 namespace {
 
-constexpr char kGroup[] = "Runs";
+constexpr char kRunGroup[] = "Runs";
 
 Finding DecideSwitch(const MachineFacts& facts) {
     const SwitchFacts& amdSwitch = facts.amdSwitch;
@@ -100,14 +100,14 @@ Finding DecideLast(const MachineFacts& facts) {
 }
 
 // The switch comes last of what has remedies: it helps once everything else is mended.
-constexpr Check kChecks[] = {
-    {"run.last", kGroup, "Last run", &DecideLast},
-    {"run.stop", kGroup, "Stop message", &DecideStop},
-    {"run.switch", kGroup, "Switch of the CPU temperature", &DecideSwitch},
+constexpr Check kRunChecks[] = {
+    {"run.last", kRunGroup, "Last run", &DecideLast},
+    {"run.stop", kRunGroup, "Stop message", &DecideStop},
+    {"run.switch", kRunGroup, "Switch of the CPU temperature", &DecideSwitch},
 };
 
 }  // namespace
 
-std::span<const Check> RunChecks() { return kChecks; }
+std::span<const Check> RunChecks() { return kRunChecks; }
 
 }  // namespace zorvane

@@ -8,26 +8,26 @@
 namespace zorvane {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 
 template <typename T>
-Json OrNull(const std::optional<T>& value) {
-    return value ? Json(*value) : Json(nullptr);
+OrderedJson OrNull(const std::optional<T>& value) {
+    return value ? OrderedJson(*value) : OrderedJson(nullptr);
 }
 
-Json OrNull(const std::optional<std::wstring>& text) {
-    return text ? Json(ToUtf8(*text)) : Json(nullptr);
+OrderedJson OrNull(const std::optional<std::wstring>& text) {
+    return text ? OrderedJson(ToUtf8(*text)) : OrderedJson(nullptr);
 }
 
 // An object with room for its members: when it grows, it copies the names that it has.
-Json RoomyObject(size_t members) {
-    Json object = Json::object();
-    object.get_ref<Json::object_t&>().reserve(members);
+OrderedJson RoomyObject(size_t members) {
+    OrderedJson object = OrderedJson::object();
+    object.get_ref<OrderedJson::object_t&>().reserve(members);
     return object;
 }
 
-Json ClocksJson(const Clocks& clocks) {
-    Json result = RoomyObject(kClockTypeCount);
+OrderedJson ClocksJson(const Clocks& clocks) {
+    OrderedJson result = RoomyObject(kClockTypeCount);
     result["graphics"] = OrNull(clocks[kClockGraphics]);
     result["sm"] = OrNull(clocks[kClockSm]);
     result["memory"] = OrNull(clocks[kClockMemory]);
@@ -35,11 +35,11 @@ Json ClocksJson(const Clocks& clocks) {
     return result;
 }
 
-Json PciJson(const std::optional<PciLocation>& pci) {
+OrderedJson PciJson(const std::optional<PciLocation>& pci) {
     if (!pci) {
         return nullptr;
     }
-    Json result = RoomyObject(5);
+    OrderedJson result = RoomyObject(5);
     result["bus_id"] = pci->busId;
     result["domain"] = pci->domain;
     result["bus"] = pci->bus;
@@ -55,8 +55,8 @@ class CLineMaker {
   public:
     CLineMaker(UtcTime time, const StartEvent& origin) : m_time(time), m_origin(origin) {}
 
-    Json operator()(const StartEvent& start) const {
-        Json line = Begin("start");
+    OrderedJson operator()(const StartEvent& start) const {
+        OrderedJson line = Begin("start");
         line["schema"] = start.schema;
         line["tool_version"] = start.toolVersion;
         line["library_version"] = OrNull(start.libraryVersion);
@@ -64,22 +64,22 @@ class CLineMaker {
         return line;
     }
 
-    Json operator()(const WorkerStartEvent& start) const {
-        Json line = Begin("worker_start");
+    OrderedJson operator()(const WorkerStartEvent& start) const {
+        OrderedJson line = Begin("worker_start");
         line["worker_pid"] = start.workerId;
         return line;
     }
 
-    Json operator()(const HelloEvent& event) const {
-        Json line = Begin("hello");
+    OrderedJson operator()(const HelloEvent& event) const {
+        OrderedJson line = Begin("hello");
         line["entry"] = ToUtf8(event.hello.entry);
         line["worker_pid"] = event.workerId;
         line["worker_window"] = event.hello.workerWindow;
         return line;
     }
 
-    Json operator()(const GpuStatic& fixed) const {
-        Json line = BeginGpu("gpu_static", fixed.first);
+    OrderedJson operator()(const GpuStatic& fixed) const {
+        OrderedJson line = BeginGpu("gpu_static", fixed.first);
         line["serial"] = OrNull(fixed.serial);
         line["vbios_version"] = OrNull(fixed.vbiosVersion);
         line["driver_version"] = OrNull(fixed.driverVersion);
@@ -88,8 +88,8 @@ class CLineMaker {
         return line;
     }
 
-    Json operator()(const GpuReading& reading) const {
-        Json line = BeginGpu("gpu", reading);
+    OrderedJson operator()(const GpuReading& reading) const {
+        OrderedJson line = BeginGpu("gpu", reading);
         line["gpu_utilization_percent"] = OrNull(reading.gpuUtilizationPercent);
         line["memory_utilization_percent"] = OrNull(reading.memoryUtilizationPercent);
         line["temperature_celsius"] = OrNull(reading.temperatureCelsius);
@@ -98,28 +98,28 @@ class CLineMaker {
         return line;
     }
 
-    Json operator()(const CpuTemperature& temperature) const {
-        Json line = Begin("cpu");
+    OrderedJson operator()(const CpuTemperature& temperature) const {
+        OrderedJson line = Begin("cpu");
         line["temperature_celsius"] = temperature.celsius;
         return line;
     }
 
-    Json operator()(const CpuUnreadEvent&) const {
-        Json line = Begin("cpu");
+    OrderedJson operator()(const CpuUnreadEvent&) const {
+        OrderedJson line = Begin("cpu");
         line["temperature_celsius"] = nullptr;
         return line;
     }
 
-    Json operator()(const ErrorEvent& event) const {
-        Json line = Begin("error");
+    OrderedJson operator()(const ErrorEvent& event) const {
+        OrderedJson line = Begin("error");
         line["cause"] = FaultName(event.error.fault);
         line["text"] = event.error.text;
         line["left_out"] = event.leftOut;
         return line;
     }
 
-    Json operator()(const MissingEvent& event) const {
-        Json line = Begin("missing");
+    OrderedJson operator()(const MissingEvent& event) const {
+        OrderedJson line = Begin("missing");
         line["what"] = event.what;
         line["id"] = event.id;
         line["brief"] = event.brief;
@@ -128,32 +128,32 @@ class CLineMaker {
         return line;
     }
 
-    Json operator()(const StaleEvent& event) const {
-        Json line = Begin("stale");
+    OrderedJson operator()(const StaleEvent& event) const {
+        OrderedJson line = Begin("stale");
         line["since"] = Rfc3339(event.since);
         return line;
     }
 
-    Json operator()(const FreshEvent& event) const {
-        Json line = Begin("fresh");
+    OrderedJson operator()(const FreshEvent& event) const {
+        OrderedJson line = Begin("fresh");
         line["since"] = Rfc3339(event.since);
         return line;
     }
 
-    Json operator()(const GpuLostEvent& event) const {
-        Json line = BeginFor("gpu_lost", event.gpu);
+    OrderedJson operator()(const GpuLostEvent& event) const {
+        OrderedJson line = BeginFor("gpu_lost", event.gpu);
         line["text"] = *SentenceOf(event);
         return line;
     }
 
-    Json operator()(const GpuBackEvent& event) const {
-        Json line = BeginFor("gpu_back", event.gpu);
+    OrderedJson operator()(const GpuBackEvent& event) const {
+        OrderedJson line = BeginFor("gpu_back", event.gpu);
         line["text"] = *SentenceOf(event);
         return line;
     }
 
-    Json operator()(const WarningEvent& event) const {
-        Json line = event.gpu ? BeginFor("warning", *event.gpu) : Begin("warning");
+    OrderedJson operator()(const WarningEvent& event) const {
+        OrderedJson line = event.gpu ? BeginFor("warning", *event.gpu) : Begin("warning");
         line["what"] = event.what;
         line["value"] = event.value;
         line["limit"] = event.limit;
@@ -162,15 +162,15 @@ class CLineMaker {
         return line;
     }
 
-    Json operator()(const NoticeEvent& event) const {
-        Json line = Begin("notice");
+    OrderedJson operator()(const NoticeEvent& event) const {
+        OrderedJson line = Begin("notice");
         line["id"] = event.id;
         line["text"] = event.text;
         return line;
     }
 
-    Json operator()(const ExitEvent& event) const {
-        Json line = Begin("worker_exit");
+    OrderedJson operator()(const ExitEvent& event) const {
+        OrderedJson line = Begin("worker_exit");
         line["worker_pid"] = event.exit.processId;
         line["exit_code"] = event.exit.code;
         line["text"] = DescribeExit(event.exit);
@@ -179,18 +179,23 @@ class CLineMaker {
         line["greeted"] = event.exit.greeted;
         line["asked"] = event.exit.asked;
         line["lived_ms"] = event.exit.lived.count();
-        line["restart_in_ms"] = event.restartIn ? Json(event.restartIn->count()) : Json(nullptr);
+        line["restart_in_ms"] =
+            event.restartIn ? OrderedJson(event.restartIn->count()) : OrderedJson(nullptr);
         return line;
     }
 
-    Json operator()(const PausedEvent& event) const { return BeginWithText("paused", event); }
+    OrderedJson operator()(const PausedEvent& event) const {
+        return BeginWithText("paused", event);
+    }
 
-    Json operator()(const ResumedEvent& event) const { return BeginWithText("resumed", event); }
+    OrderedJson operator()(const ResumedEvent& event) const {
+        return BeginWithText("resumed", event);
+    }
 
   private:
     // What every line begins with.
-    Json Begin(const char* type) const {
-        Json line = RoomyObject(kMostMembers);
+    OrderedJson Begin(const char* type) const {
+        OrderedJson line = RoomyObject(kMostMembers);
         line["type"] = type;
         line["time"] = Rfc3339(m_time);
         line["schema"] = m_origin.schema;
@@ -200,8 +205,8 @@ class CLineMaker {
     }
 
     // What both kinds of readings of a GPU begin with.
-    Json BeginGpu(const char* type, const GpuReading& reading) const {
-        Json line = Begin(type);
+    OrderedJson BeginGpu(const char* type, const GpuReading& reading) const {
+        OrderedJson line = Begin(type);
         line["index"] = reading.index;
         line["count"] = reading.count;
         line["name"] = OrNull(reading.name);
@@ -209,15 +214,15 @@ class CLineMaker {
         return line;
     }
 
-    Json BeginFor(const char* type, const GpuId& gpu) const {
-        Json line = Begin(type);
+    OrderedJson BeginFor(const char* type, const GpuId& gpu) const {
+        OrderedJson line = Begin(type);
         line["index"] = gpu.index;
         line["bus_id"] = OrNull(gpu.busId);
         return line;
     }
 
-    Json BeginWithText(const char* type, const EventBody& event) const {
-        Json line = Begin(type);
+    OrderedJson BeginWithText(const char* type, const EventBody& event) const {
+        OrderedJson line = Begin(type);
         line["text"] = *SentenceOf(event);
         return line;
     }
@@ -230,7 +235,7 @@ class CLineMaker {
 
 std::string JsonLine(const Event& event, const StartEvent& origin) {
     return std::visit(CLineMaker(event.time, origin), event.body)
-        .dump(-1, ' ', false, Json::error_handler_t::replace);
+        .dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
 }
 
 }  // namespace zorvane

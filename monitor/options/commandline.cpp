@@ -15,11 +15,11 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr char kDescription[] =
+constexpr char kProgramDescription[] =
     "Starts a hardware-information worker and shows what it reports: NVIDIA GPUs and the AMD CPU "
     "temperature, once a second.";
 
-constexpr char kFooter[] =
+constexpr char kProgramFooter[] =
     R"(Examples:
   zorvanemon --format csv --out today.csv --rotate-mib 10
   zorvanemon --format prometheus --out C:\textfile\zorvane.prom
@@ -131,7 +131,7 @@ void Declare(CLI::App& app, const Commands& commands) {
     for (const auto& command : commands) {
         const bool isDefault = command == commands.front();
         CLI::App* part = app.add_subcommand(
-            command->Name(), isDefault ? kDescription : command->Description() + ".");
+            command->Name(), isDefault ? kProgramDescription : command->Description() + ".");
         part->allow_windows_style_options(false);
         part->set_help_flag("-h,--help", "Show this help (also -? and /?)");
         part->set_version_flag("-V,--version", "zorvanemon " ZORVANE_VERSION, "Show the version");
@@ -140,7 +140,7 @@ void Declare(CLI::App& app, const Commands& commands) {
             option->disable_flag_override();
         }
         if (isDefault) {
-            part->footer(ListOfCommands(commands) + "\n" + kFooter);
+            part->footer(ListOfCommands(commands) + "\n" + kProgramFooter);
         }
         if (CLI::Option* words = part->get_option_no_throw("WORDS")) {
             words->check(
@@ -201,7 +201,7 @@ std::string MissingPartSentence(const CLI::App& command, const Words& parts) {
                              unknown.front(), DidYouMean(unknown.front(), parts));
 }
 
-std::string Sentence(const CLI::ParseError& error, const CLI::App& part) {
+std::string MistakeSentence(const CLI::ParseError& error, const CLI::App& part) {
     std::string text = error.what();
     const Words parts = PartNames(part);
     if (!parts.empty() && part.get_subcommands().empty()) {
@@ -242,7 +242,7 @@ std::variant<Chosen, ParseEnd> ParseCommandLine(const Commands& commands, const 
     const Words own = Normalise(commands, split.own);
     ICommand* command = Find(commands, own.front());
 
-    CLI::App app(kDescription, "zorvanemon");
+    CLI::App app(kProgramDescription, "zorvanemon");
     Declare(app, commands);
     const CLI::App* part = app.get_subcommand(command->Name());
     try {
@@ -252,7 +252,7 @@ std::variant<Chosen, ParseEnd> ParseCommandLine(const Commands& commands, const 
         app.exit(success, text, text);
         return ParseEnd{kExitDone, text.str()};
     } catch (const CLI::ParseError& error) {
-        return Wrong(Sentence(error, *part), command->Name());
+        return Wrong(MistakeSentence(error, *part), command->Name());
     }
     if (!split.passedOn.empty() && !command->TakesWords()) {
         return Wrong(fmt::format("{} starts no worker that words could go to", command->Name()),

@@ -9,7 +9,7 @@
 namespace zorvane {
 namespace {
 
-std::string CheckCount(const std::string& text) {
+std::string CheckRoundCount(const std::string& text) {
     return ParseCount(text)
                ? ""
                : fmt::format("--count takes a whole number of rounds from 1, not \"{}\"", text);
@@ -25,7 +25,7 @@ std::string CheckDuration(const std::string& text) {
 
 void CRunOptions::Declare(CLI::App& app) {
     AddValue(app, "--count", m_count, "End after N complete rounds of readings", "N")
-        ->check(CheckCount);
+        ->check(CheckRoundCount);
     AddValue(app, "--duration", m_duration, "End after this many seconds", "SECONDS")
         ->check(CheckDuration);
 }

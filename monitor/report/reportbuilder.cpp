@@ -12,7 +12,7 @@
 namespace zorvane {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 
 // About 3 MB of numbers in a page, in which one takes about ten bytes.
 constexpr size_t kMostPoints = 300000;
@@ -26,40 +26,40 @@ std::optional<double> AsDouble(const std::optional<T>& value) {
 }
 
 // Whole numbers without a decimal point, the rest with two digits: it is all that is shown.
-Json Short(double value) {
+OrderedJson Short(double value) {
     constexpr double kHundredths = 100;
     const double rounded = std::round(value * kHundredths) / kHundredths;
     const auto whole = static_cast<int64_t>(rounded);
-    return static_cast<double>(whole) == rounded ? Json(whole) : Json(rounded);
+    return static_cast<double>(whole) == rounded ? OrderedJson(whole) : OrderedJson(rounded);
 }
 
 // Times as differences to the one before, the first one to `from`.
-void AddPoints(Json& part, const CThinnedSeries& series, UtcTime from) {
-    Json times = Json::array();
-    Json values = Json::array();
+void AddPoints(OrderedJson& part, const CThinnedSeries& series, UtcTime from) {
+    OrderedJson times = OrderedJson::array();
+    OrderedJson values = OrderedJson::array();
     UtcTime last = from;
     for (const SeriesPoint& point : series.Points()) {
         times.push_back((point.time - last).count());
-        values.push_back(point.value ? Short(*point.value) : Json(nullptr));
+        values.push_back(point.value ? Short(*point.value) : OrderedJson(nullptr));
         last = point.time;
     }
     part["times"] = std::move(times);
     part["values"] = std::move(values);
 }
 
-Json SeriesPart(const char* quantity, const CThinnedSeries& series, UtcTime from) {
+OrderedJson SeriesPart(const char* quantity, const CThinnedSeries& series, UtcTime from) {
     const auto summary = series.Summary();
-    Json part = {{"quantity", quantity},
-                 {"lowest", summary ? Short(summary->lowest) : Json(nullptr)},
-                 {"average", summary ? Short(summary->average) : Json(nullptr)},
-                 {"highest", summary ? Short(summary->highest) : Json(nullptr)},
-                 {"last", summary ? Short(summary->last) : Json(nullptr)}};
+    OrderedJson part = {{"quantity", quantity},
+                        {"lowest", summary ? Short(summary->lowest) : OrderedJson(nullptr)},
+                        {"average", summary ? Short(summary->average) : OrderedJson(nullptr)},
+                        {"highest", summary ? Short(summary->highest) : OrderedJson(nullptr)},
+                        {"last", summary ? Short(summary->last) : OrderedJson(nullptr)}};
     AddPoints(part, series, from);
     return part;
 }
 
 // Every text for itself, so that what is put in never breaks the JSON.
-Json MaskTexts(Json json, const CSecretWords& secrets) {
+OrderedJson MaskTexts(OrderedJson json, const CSecretWords& secrets) {
     if (json.is_string()) {
         return secrets.Masked(json.get<std::string>());
     }
@@ -72,14 +72,14 @@ Json MaskTexts(Json json, const CSecretWords& secrets) {
 }
 
 // As a user's name may be a word like another, its letter case matters outside of paths.
-void HideUsers(const Json& json, CSecretWords& secrets) {
+void HideUsers(const OrderedJson& json, CSecretWords& secrets) {
     if (json.is_string()) {
         for (const std::string& name : ProfileNamesIn(json.get<std::string>())) {
             secrets.Hide(name, kUserMask, WordCase::kAnyInPaths);
         }
         return;
     }
-    for (const Json& value : json) {
+    for (const OrderedJson& value : json) {
         if (value.is_structured() || value.is_string()) {
             HideUsers(value, secrets);
         }
@@ -170,11 +170,11 @@ void CReportBuilder::NoteSecrets(const Event& event) {
 // that has it.
 void CReportBuilder::NoteUsers() {
     if (!m_doctor.empty()) {
-        HideUsers(Json::parse(m_doctor), m_secrets);
+        HideUsers(OrderedJson::parse(m_doctor), m_secrets);
     }
     for (const auto* lines : {&m_firstLines, &m_lastLines}) {
         for (const std::string& line : *lines) {
-            HideUsers(Json::parse(line), m_secrets);
+            HideUsers(OrderedJson::parse(line), m_secrets);
         }
     }
 }
@@ -193,7 +193,7 @@ void CReportBuilder::AddLine(const Event& event) {
 }
 
 bool CReportBuilder::AddDoctor(const std::string& text) {
-    const Json report = Json::parse(text, nullptr, false);
+    const OrderedJson report = OrderedJson::parse(text, nullptr, false);
     if (!report.is_object() || !report.contains("checks") || !report["checks"].is_array() ||
         !report.contains("readings") || !report["readings"].is_array()) {
         return false;
@@ -202,13 +202,13 @@ bool CReportBuilder::AddDoctor(const std::string& text) {
     if (host != report.end() && host->is_string()) {
         m_secrets.Hide(host->get<std::string>(), kComputerMask);
     }
-    m_doctor = report.dump(-1, ' ', false, Json::error_handler_t::replace);
+    m_doctor = report.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
     return true;
 }
 
 std::string CReportBuilder::MaskedText(const std::string& json) const {
-    return m_mask ? MaskTexts(Json::parse(json), m_secrets)
-                        .dump(-1, ' ', false, Json::error_handler_t::replace)
+    return m_mask ? MaskTexts(OrderedJson::parse(json), m_secrets)
+                        .dump(-1, ' ', false, OrderedJson::error_handler_t::replace)
                   : json;
 }
 
@@ -230,15 +230,15 @@ std::string CReportBuilder::Page(UtcTime now) {
         NoteUsers();
     }
     const size_t steps = kMostPoints / kPointsOfAStep / SeriesCount();
-    Json series = Json::array();
+    OrderedJson series = OrderedJson::array();
     std::chrono::milliseconds longestStep{};
     const auto add = [&](const Gpu* gpu, const char* quantity, CThinnedSeries& one) {
         one.Coarsen(steps);
         longestStep = std::max(longestStep, one.Step());
-        Json part = SeriesPart(quantity, one, m_from);
-        part["index"] = gpu ? Json(gpu->index) : Json(nullptr);
-        part["bus_id"] = gpu && gpu->busId ? Json(*gpu->busId) : Json(nullptr);
-        part["name"] = gpu && gpu->name ? Json(ToUtf8(*gpu->name)) : Json(nullptr);
+        OrderedJson part = SeriesPart(quantity, one, m_from);
+        part["index"] = gpu ? OrderedJson(gpu->index) : OrderedJson(nullptr);
+        part["bus_id"] = gpu && gpu->busId ? OrderedJson(*gpu->busId) : OrderedJson(nullptr);
+        part["name"] = gpu && gpu->name ? OrderedJson(ToUtf8(*gpu->name)) : OrderedJson(nullptr);
         series.push_back(std::move(part));
     };
     for (auto& [source, gpu] : m_gpus) {
@@ -247,15 +247,15 @@ std::string CReportBuilder::Page(UtcTime now) {
         }
     }
     add(nullptr, NameOf(kTemperature), m_cpu);
-    Json data = {{"made", Rfc3339(now)},
-                 {"from", Rfc3339(m_from)},
-                 {"to", Rfc3339(m_to)},
-                 {"step_ms", longestStep.count()},
-                 {"readings", m_readings},
-                 {"masked", m_mask},
-                 {"events_left_out", m_linesLeftOut},
-                 {"series", std::move(series)}};
-    std::string text = data.dump(-1, ' ', false, Json::error_handler_t::replace);
+    OrderedJson data = {{"made", Rfc3339(now)},
+                        {"from", Rfc3339(m_from)},
+                        {"to", Rfc3339(m_to)},
+                        {"step_ms", longestStep.count()},
+                        {"readings", m_readings},
+                        {"masked", m_mask},
+                        {"events_left_out", m_linesLeftOut},
+                        {"series", std::move(series)}};
+    std::string text = data.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
     text.back() = ',';
     text += "\"doctor\":" + (m_doctor.empty() ? "null" : MaskedText(m_doctor)) +
             ",\"events\":" + Events() + "}";

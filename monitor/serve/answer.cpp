@@ -6,12 +6,12 @@
 namespace zorvane {
 namespace {
 
-struct Explanation {
+struct RefusalText {
     unsigned status;
     const char* text;
 };
 
-constexpr Explanation kExplanations[] = {
+constexpr RefusalText kRefusalTexts[] = {
     {400, "This is no request that the server understands."},
     {403, "Only this server's own page may ask for this."},
     {404, "There is nothing here. The page is at /."},
@@ -37,10 +37,10 @@ Answer PlainAnswer(unsigned status, const std::string& text) {
 
 Answer RefusalAnswer(unsigned status) {
     const auto* known =
-        std::find_if(std::begin(kExplanations), std::end(kExplanations),
-                     [&](const Explanation& entry) { return entry.status == status; });
+        std::find_if(std::begin(kRefusalTexts), std::end(kRefusalTexts),
+                     [&](const RefusalText& entry) { return entry.status == status; });
     Answer answer =
-        PlainAnswer(status, known == std::end(kExplanations) ? "Refused." : known->text);
+        PlainAnswer(status, known == std::end(kRefusalTexts) ? "Refused." : known->text);
     constexpr unsigned kMethodNotAllowed = 405;
     constexpr unsigned kUnavailable = 503;
     if (status == kMethodNotAllowed) {

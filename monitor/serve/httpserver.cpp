@@ -18,7 +18,7 @@ using ExclusiveUse = asio::detail::socket_option::boolean<SOL_SOCKET, SO_EXCLUSI
 constexpr std::chrono::seconds kBeatEvery{5};
 constexpr std::chrono::milliseconds kAcceptAgain{100};
 constexpr std::chrono::seconds kLongestStop{1};
-constexpr unsigned kUnavailable = 503;
+constexpr unsigned kServiceUnavailable = 503;
 
 SharedText Shared(const char* text) { return std::make_shared<const std::string>(text); }
 
@@ -122,7 +122,7 @@ void CHttpServer::Inner::OnAccept(NetworkError error, Tcp::socket socket) {
         const auto connection =
             std::make_shared<CHttpConnection>(std::move(socket), *this, options.limits);
         refusals.push_back(connection.get());
-        connection->Refuse(kUnavailable);
+        connection->Refuse(kServiceUnavailable);
     }
     Accept();
 }

@@ -8,7 +8,7 @@
 namespace zorvane {
 namespace {
 
-constexpr wchar_t kDescription[] =
+constexpr wchar_t kServiceDescription[] =
     L"Collects the readings of NVIDIA GPUs and of the AMD CPU temperature.";
 
 // Starts it again a minute after each failure; a day without one forgets them.
@@ -33,7 +33,7 @@ std::optional<CallError> SetRecovery(SC_HANDLE service) {
 }
 
 std::optional<CallError> SetDetails(SC_HANDLE service) {
-    SERVICE_DESCRIPTIONW description{const_cast<wchar_t*>(kDescription)};
+    SERVICE_DESCRIPTIONW description{const_cast<wchar_t*>(kServiceDescription)};
     if (!ChangeServiceConfig2W(service, SERVICE_CONFIG_DESCRIPTION, &description)) {
         return LastCallError("ChangeServiceConfig2W");
     }

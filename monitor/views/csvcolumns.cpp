@@ -52,7 +52,7 @@ std::string DeviceId(const CMachineModel&, const GpuRow* row) {
                : "";
 }
 
-constexpr CsvColumn kColumns[] = {
+constexpr CsvColumn kCsvColumns[] = {
     {"time", true, [](const CMachineModel& model, const GpuRow*) { return Rfc3339(model.Time()); }},
     {"host", true,
      [](const CMachineModel& model, const GpuRow*) {
@@ -99,7 +99,7 @@ constexpr CsvColumn kColumns[] = {
 const std::vector<std::string>& CsvFieldNames() {
     static const std::vector<std::string> kNames = [] {
         std::vector<std::string> result;
-        for (const CsvColumn& column : kColumns) {
+        for (const CsvColumn& column : kCsvColumns) {
             result.emplace_back(column.name);
         }
         return result;
@@ -112,10 +112,10 @@ std::vector<const CsvColumn*> CsvColumns(const std::vector<std::string>& names) 
     columns.reserve(names.size());
     for (const std::string& name : names) {
         columns.push_back(
-            std::find_if(std::begin(kColumns), std::end(kColumns),
+            std::find_if(std::begin(kCsvColumns), std::end(kCsvColumns),
                          [&](const CsvColumn& column) { return name == column.name; }));
     }
-    for (const CsvColumn& column : kColumns) {
+    for (const CsvColumn& column : kCsvColumns) {
         if (names.empty() && column.isUsual) {
             columns.push_back(&column);
         }

@@ -10,7 +10,7 @@
 namespace zorvane {
 namespace {
 
-constexpr size_t kGap = 2;
+constexpr size_t kColumnGap = 2;
 // Cells of a name that is still good to read, and of one that is better than none.
 constexpr size_t kReadableName = 16;
 constexpr size_t kShortestName = 6;
@@ -67,7 +67,7 @@ std::string TotalMiB(const GpuRow& row) {
     return fmt::format("{}", *row.fixed->totalMemoryKiB / 1024);
 }
 
-constexpr Column kColumns[] = {
+constexpr Column kGpuColumns[] = {
     {"PCI bus id", "", ColumnKind::kBusId, 0, nullptr, &BusId},
     {"Name", "", ColumnKind::kName, 4, nullptr, &Name},
     {"GPU", "%", ColumnKind::kNumber, 1, "gpu.util", &Latest<&GpuReading::gpuUtilizationPercent>},
@@ -111,10 +111,11 @@ FilledColumn Fill(const Column& column, const CMachineModel& model) {
 }
 
 size_t TotalWidth(const FilledColumns& columns) {
-    return std::accumulate(
-               columns.begin(), columns.end(), size_t{0},
-               [](size_t sum, const FilledColumn& filled) { return sum + filled.width + kGap; }) -
-           kGap;
+    return std::accumulate(columns.begin(), columns.end(), size_t{0},
+                           [](size_t sum, const FilledColumn& filled) {
+                               return sum + filled.width + kColumnGap;
+                           }) -
+           kColumnGap;
 }
 
 FilledColumn* Find(FilledColumns& columns, ColumnKind kind) {
@@ -188,7 +189,7 @@ StyledLine Line(const FilledColumns& columns, size_t number) {
         const Span& cell = filled.cells[number];
         const std::string padding(filled.width - CellsOf(cell.text), ' ');
         const bool isNumber = filled.column->kind == ColumnKind::kNumber;
-        const std::string gap(line.spans.empty() ? 0 : kGap, ' ');
+        const std::string gap(line.spans.empty() ? 0 : kColumnGap, ' ');
         line.spans.push_back({gap + (isNumber ? padding : ""), Style::kPlain});
         line.spans.push_back(cell);
         line.spans.push_back({isNumber ? "" : padding, Style::kPlain});
@@ -201,7 +202,7 @@ StyledLine Line(const FilledColumns& columns, size_t number) {
 
 StyledLines GpuLines(const CMachineModel& model, size_t width) {
     FilledColumns columns;
-    for (const Column& column : kColumns) {
+    for (const Column& column : kGpuColumns) {
         columns.push_back(Fill(column, model));
     }
     Fit(columns, width, model);

@@ -11,7 +11,7 @@
 namespace zorvane {
 namespace {
 
-constexpr size_t kGap = 2;
+constexpr size_t kHistoryGap = 2;
 constexpr size_t kFewestBlocks = 10;
 // "100 to 100 C".
 constexpr size_t kRangeCells = 12;
@@ -46,12 +46,12 @@ LowestHighest TemperatureScale(const LowestHighest& range) {
 std::string Part(const CLastMinute& history, bool isTemperature, size_t cells) {
     const auto range = history.Range();
     if (!range) {
-        return std::string(cells + kGap, ' ') + PaddedToCells(kNotRead, kRangeCells);
+        return std::string(cells + kHistoryGap, ' ') + PaddedToCells(kNotRead, kRangeCells);
     }
     const LowestHighest scale = isTemperature ? TemperatureScale(*range) : LowestHighest{0, 100};
     const std::string text =
         fmt::format("{:>3} to {} {}", range->lowest, range->highest, isTemperature ? "C" : "%");
-    return Blocks(history, scale, cells) + std::string(kGap, ' ') +
+    return Blocks(history, scale, cells) + std::string(kHistoryGap, ' ') +
            PaddedToCells(text, kRangeCells);
 }
 
@@ -80,24 +80,24 @@ StyledLines HistoryLines(const CMachineModel& model, size_t width) {
     for (const Row& row : rows) {
         labelCells = std::max(labelCells, CellsOf(row.label));
     }
-    constexpr size_t kBeside = kGap + kGap + kRangeCells;
+    constexpr size_t kBeside = kHistoryGap + kHistoryGap + kRangeCells;
     if (rows.empty() || width < labelCells + kBeside + kFewestBlocks) {
         return {};
     }
     const size_t blocks = std::min(CLastMinute::kKept, width - labelCells - kBeside);
     const bool hasBoth = width >= labelCells + 2 * (kBeside + CLastMinute::kKept);
-    const std::string margin(labelCells + kGap, ' ');
-    std::string heading =
-        margin + PaddedToCells("Temperature in the last minute", blocks + kGap + kRangeCells);
+    const std::string margin(labelCells + kHistoryGap, ' ');
+    std::string heading = margin + PaddedToCells("Temperature in the last minute",
+                                                 blocks + kHistoryGap + kRangeCells);
     if (hasBoth) {
-        heading.append(kGap, ' ').append("GPU utilisation in the last minute");
+        heading.append(kHistoryGap, ' ').append("GPU utilisation in the last minute");
     }
     StyledLines lines{{heading, Style::kHeading}};
     for (const Row& row : rows) {
-        std::string line = PaddedToCells(row.label, labelCells + kGap) +
+        std::string line = PaddedToCells(row.label, labelCells + kHistoryGap) +
                            Part(row.history->temperature, true, blocks);
         if (hasBoth && row.isGpu) {
-            line += std::string(kGap, ' ') + Part(row.history->utilization, false, blocks);
+            line += std::string(kHistoryGap, ' ') + Part(row.history->utilization, false, blocks);
         }
         lines.emplace_back(line);
     }

@@ -12,9 +12,6 @@ using testing::HasSubstr;
 namespace {
 
 const std::string kGpu = R"("gpus": [{"name": "one", "bus": 1, "temperature": 50}])";
-const std::string kRyzen = R"("cpu": {"signature": "0x00870F10", "packageType": 2,
-                                      "name": "AMD Ryzen 9 3900X 12-Core Processor",
-                                      "pmTable": {"temperature": 45}})";
 
 class Missing : public CDriverTest {
   protected:

@@ -14,7 +14,7 @@ using testing::Not;
 
 namespace {
 
-constexpr char kRyzen[] = R"({"cpu": {"signature": "0x00870F10", "packageType": 2,
+constexpr char kRyzenScenario[] = R"({"cpu": {"signature": "0x00870F10", "packageType": 2,
     "name": "AMD Ryzen 9 3900X 12-Core Processor", "pmTable": {"temperature": 45}}, "gpus": []})";
 
 class Orphan : public CDriverTest {
@@ -41,7 +41,7 @@ class Orphan : public CDriverTest {
     }
 
     CRecordingStub m_stub;
-    const CSimulatedMachine m_machine{{.scenario = kRyzen}};
+    const CSimulatedMachine m_machine{{.scenario = kRyzenScenario}};
 };
 
 }  // namespace
@@ -72,7 +72,7 @@ TEST_F(Orphan, EndsInOrderWhenTheProcessOfItsStubHasGone) {
 }
 
 TEST_F(Orphan, IsEndedByForceAndItsServiceRemovedWhenTheVendorsLibraryHangs) {
-    std::string scenario = kRyzen;
+    std::string scenario = kRyzenScenario;
     scenario.insert(scenario.find(R"("pmTable")"), R"("results": {"IPlatform::Init": "hang"}, )");
     const CSimulatedMachine machine({.scenario = scenario});
     const CChildProcess parent(BuildFolder(L"tests") + L"\\fakeworker.exe", L"blind");

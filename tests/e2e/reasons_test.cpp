@@ -12,12 +12,9 @@ using namespace zorvane;
 
 namespace {
 
-const std::string kRyzen = R"("cpu": {"signature": "0x00870F10", "packageType": 2,
-                                      "name": "AMD Ryzen 9 3900X 12-Core Processor",
-                                      "pmTable": {"temperature": 45}})";
-const std::string kGpu = R"("gpus": [{"name": "one", "bus": 1}])";
+const std::string kOneGpu = R"("gpus": [{"name": "one", "bus": 1}])";
 
-std::string Scenario(const std::string& first, const std::string& second) {
+std::string ScenarioOf(const std::string& first, const std::string& second) {
     return "{" + first + ", " + second + "}";
 }
 
@@ -56,7 +53,7 @@ class Reasons : public CWineTest {
 }  // namespace
 
 TEST_F(Reasons, AreNoneOnAHealthyMachine) {
-    const CSimulatedMachine machine({.scenario = Scenario(kRyzen, kGpu)});
+    const CSimulatedMachine machine({.scenario = ScenarioOf(kRyzen, kOneGpu)});
     const auto worker = machine.StartWorker(m_stub.WindowWord());
     ASSERT_TRUE(m_stub.WaitForMessages(kCopyDataStop, 1)) << worker->Errors();
     m_stub.SendToWorker(kCopyDataStop);
@@ -71,7 +68,7 @@ TEST_F(Reasons, AreNoneOnAHealthyMachine) {
 }
 
 TEST_F(Reasons, AreTheMissingNvmlAndTheSwitch) {
-    RunToItsEnd({.scenario = Scenario(kRyzen, kGpu),
+    RunToItsEnd({.scenario = ScenarioOf(kRyzen, kOneGpu),
                  .nvml = L"none",
                  .settings = "[cpu_kernel]\r\nsdk_flag=0\r\n"});
     EXPECT_EQ(Gpu(), "nvml.path");
@@ -80,27 +77,27 @@ TEST_F(Reasons, AreTheMissingNvmlAndTheSwitch) {
 
 TEST_F(Reasons, AreABrokenNvmlAndAnotherMakersProcessor) {
     RunToItsEnd(
-        {.scenario = Scenario(R"("cpu": {"vendor": "GenuineIntel", "name": "Intel"})", kGpu),
+        {.scenario = ScenarioOf(R"("cpu": {"vendor": "GenuineIntel", "name": "Intel"})", kOneGpu),
          .nvml = L"not-a-library"});
     EXPECT_EQ(Gpu(), "nvml.load");
     EXPECT_EQ(Cpu(), "amd.vendor");
 }
 
 TEST_F(Reasons, AreNvmlsCodeAndAnUnknownProcessor) {
-    RunToItsEnd({.scenario = Scenario(R"("cpu": {"signature": 1, "name": "unknown"})",
-                                      R"("results": {"nvmlInit": 9})")});
+    RunToItsEnd({.scenario = ScenarioOf(R"("cpu": {"signature": 1, "name": "unknown"})",
+                                        R"("results": {"nvmlInit": 9})")});
     EXPECT_EQ(Gpu(), "nvml.init.9");
     EXPECT_EQ(Cpu(), "amd.processor");
 }
 
 TEST_F(Reasons, AreTheAbsenceOfGpusAndTheStandIn) {
-    RunToItsEnd({.scenario = Scenario(kRyzen, R"("gpus": [])"), .standIn = true});
+    RunToItsEnd({.scenario = ScenarioOf(kRyzen, R"("gpus": [])"), .standIn = true});
     EXPECT_EQ(Gpu(), "nvml.count.0");
     EXPECT_EQ(Cpu(), "amd.platform");
 }
 
 TEST_F(Reasons, AreTheDriverBehindTheLibrary) {
-    const CSimulatedMachine machine({.scenario = Scenario(kRyzen, kGpu), .nvml = L"no-init"});
+    const CSimulatedMachine machine({.scenario = ScenarioOf(kRyzen, kOneGpu), .nvml = L"no-init"});
     ASSERT_TRUE(DeleteFileW(machine.DriverPath().c_str()));
     RunToItsEnd(machine);
     EXPECT_EQ(Gpu(), "nvml.functions");
@@ -108,10 +105,10 @@ TEST_F(Reasons, AreTheDriverBehindTheLibrary) {
 }
 
 TEST_F(Reasons, AreAReadingThatFails) {
-    RunToItsEnd({.scenario = Scenario(R"("cpu": {"signature": "0x00870F10", "packageType": 2,
+    RunToItsEnd({.scenario = ScenarioOf(R"("cpu": {"signature": "0x00870F10", "packageType": 2,
                                  "name": "AMD Ryzen 9 3900X 12-Core Processor",
                                  "pmTable": {"status": 4}, "currentTemperature": {"status": -1}})",
-                                      R"("results": {"nvmlDeviceGetCount": 999}, "gpus": [])")});
+                                        R"("results": {"nvmlDeviceGetCount": 999}, "gpus": [])")});
     EXPECT_EQ(Gpu(), "nvml.count_failed.999");
     EXPECT_EQ(Cpu(), "amd.temperature_failed");
 }

@@ -9,6 +9,11 @@
 #include "tests/support/childprocess.h"
 #include "tests/support/tempfolder.h"
 
+/** A scenario's processor that the vendor library knows, at 45 degrees. */
+inline const std::string kRyzen = R"("cpu": {"signature": "0x00870F10", "packageType": 2,
+                                             "name": "AMD Ryzen 9 3900X 12-Core Processor",
+                                             "pmTable": {"temperature": 45}})";
+
 /** The parts that a test chooses. */
 struct MachineParts {
     /** JSON text of the scenario. */

@@ -19,7 +19,7 @@ namespace {
 
 const std::string kSwitchedOff = "sdk_flag=0";
 
-std::string Scenario(const std::string& cpu, const std::string& rest = "\"gpus\": []") {
+std::string CpuScenario(const std::string& cpu, const std::string& rest = "\"gpus\": []") {
     return R"({"cpu": {"signature": "0x00870F10", "packageType": 2,
               "name": "AMD Ryzen 9 3900X 12-Core Processor", )" +
            cpu + "}, " + rest + "}";
@@ -58,7 +58,7 @@ std::string CpuText(int celsius) { return "{\"CpuTemp\":" + std::to_string(celsi
 }  // namespace
 
 TEST_F(Temperature, ArrivesAsTextWithItsEnd) {
-    RunWorker({.scenario = Scenario(kTwoReadings)}, 2);
+    RunWorker({.scenario = CpuScenario(kTwoReadings)}, 2);
     const std::vector<std::string> texts = CpuTexts(m_stub.Messages());
     ASSERT_GE(texts.size(), 2u);
     EXPECT_EQ(texts[0], CpuText(45));
@@ -67,7 +67,7 @@ TEST_F(Temperature, ArrivesAsTextWithItsEnd) {
 }
 
 TEST_F(Temperature, ComesBehindTheGpusOfItsCycle) {
-    RunWorker({.scenario = Scenario(kTwoReadings, R"("gpus": [{"name": "one", "bus": 1}])")}, 1);
+    RunWorker({.scenario = CpuScenario(kTwoReadings, R"("gpus": [{"name": "one", "bus": 1}])")}, 1);
     std::vector<ULONG_PTR> codes;
     for (const StubMessage& message : m_stub.Messages()) {
         if (message.code != kCopyDataHello) {
@@ -81,7 +81,7 @@ TEST_F(Temperature, ComesBehindTheGpusOfItsCycle) {
 
 TEST_F(Temperature, InstallsTheDriverServiceAndDeletesItAtTheEnd) {
     ASSERT_EQ(ServiceState(), std::nullopt);
-    RunWorker({.scenario = Scenario(kTwoReadings)}, 1);
+    RunWorker({.scenario = CpuScenario(kTwoReadings)}, 1);
     EXPECT_EQ(m_stateWhileRunning, DWORD{SERVICE_RUNNING});
     EXPECT_EQ(ServiceState(), std::nullopt);
     const std::vector<std::string> messages = m_machine->LogMessages();
@@ -92,7 +92,7 @@ TEST_F(Temperature, InstallsTheDriverServiceAndDeletesItAtTheEnd) {
 
 // The task does not look for a stop, so that the stop is always found in the pause between cycles.
 TEST_F(Temperature, EndsInOrderOnAStopMessageBetweenCycles) {
-    RunWorker({.scenario = Scenario(kTwoReadings)}, 1);
+    RunWorker({.scenario = CpuScenario(kTwoReadings)}, 1);
     EXPECT_THAT(m_machine->MessagesFromStop(),
                 ElementsAre("[msgloopprocess] OnCopyData StopLoop",
                             "[zorvaneprocess] ZorvaneProcess Uninit. size:1",
@@ -102,20 +102,20 @@ TEST_F(Temperature, EndsInOrderOnAStopMessageBetweenCycles) {
 }
 
 TEST_F(Temperature, KeepsTheDriverServiceForTheWordSkipDeleteInAnyLetterCase) {
-    RunWorker({.scenario = Scenario(kTwoReadings)}, 1, L"xSKIP_Deletex");
+    RunWorker({.scenario = CpuScenario(kTwoReadings)}, 1, L"xSKIP_Deletex");
     EXPECT_EQ(ServiceState(), DWORD{SERVICE_RUNNING});
 }
 
 TEST_F(Temperature, UsesADriverServiceThatRuns) {
-    RunWorker({.scenario = Scenario(kTwoReadings)}, 1, L"skip_delete");
-    RunWorker({.scenario = Scenario(kTwoReadings)}, 2);
+    RunWorker({.scenario = CpuScenario(kTwoReadings)}, 1, L"skip_delete");
+    RunWorker({.scenario = CpuScenario(kTwoReadings)}, 2);
     const std::vector<std::string> messages = m_machine->LogMessages();
     EXPECT_THAT(messages, Not(Contains(HasSubstr("QueryDrvService failed"))));
     EXPECT_EQ(ServiceState(), std::nullopt);
 }
 
 TEST_F(Temperature, CallsTheVendorLibraryInOrder) {
-    RunWorker({.scenario = Scenario(kTwoReadings)}, 1);
+    RunWorker({.scenario = CpuScenario(kTwoReadings)}, 1);
     std::vector<std::string> functions;
     for (const std::string& call : m_machine->Calls()) {
         if (!call.starts_with("nvml")) {
@@ -132,13 +132,13 @@ TEST_F(Temperature, CallsTheVendorLibraryInOrder) {
 }
 
 TEST_F(Temperature, OutsideTheRangeIsSentAndSwitchesTheTaskOffForLaterRuns) {
-    RunWorker({.scenario = Scenario(R"("pmTable": {"temperature": 121})")}, 2);
+    RunWorker({.scenario = CpuScenario(R"("pmTable": {"temperature": 121})")}, 2);
     EXPECT_EQ(CpuTexts(m_stub.Messages()).front(), CpuText(121));
     EXPECT_THAT(Settings(), HasSubstr(kSwitchedOff));
 }
 
 TEST_F(Temperature, OfZeroEndsTheTask) {
-    RunToItsEnd({.scenario = Scenario(R"("pmTable": {"temperature": 0},
+    RunToItsEnd({.scenario = CpuScenario(R"("pmTable": {"temperature": 0},
                                          "currentTemperature": {"temperature": 0})")});
     EXPECT_TRUE(CpuTexts(m_stub.Messages()).empty());
     const std::vector<std::string> messages = m_machine->LogMessages();
@@ -165,7 +165,7 @@ TEST_F(Temperature, IsLeftOutOnAnotherMakersProcessorWhileTheGpusGoOn) {
 }
 
 TEST_F(Temperature, IsNotTriedWhileSwitchedOff) {
-    RunToItsEnd({.scenario = Scenario(kTwoReadings),
+    RunToItsEnd({.scenario = CpuScenario(kTwoReadings),
                  .nvml = L"none",
                  .settings = "[cpu_kernel]\r\nsdk_flag=0\r\n"});
     EXPECT_THAT(m_machine->LogMessages(), Contains("[zorvaneprocess] sdk_flag is off..."));
@@ -173,8 +173,9 @@ TEST_F(Temperature, IsNotTriedWhileSwitchedOff) {
 }
 
 TEST_F(Temperature, IsLeftOutWithTheStandInWhileTheGpusGoOn) {
-    MachineParts parts{.scenario = Scenario(kTwoReadings, R"("gpus": [{"name": "one", "bus": 1}])"),
-                       .standIn = true};
+    MachineParts parts{
+        .scenario = CpuScenario(kTwoReadings, R"("gpus": [{"name": "one", "bus": 1}])"),
+        .standIn = true};
     m_machine = std::make_unique<CSimulatedMachine>(parts);
     const auto worker = m_machine->StartWorker(m_stub.WindowWord());
     ASSERT_TRUE(m_stub.WaitForMessages(kCopyDataTaskData, 3)) << worker->Errors();
@@ -185,7 +186,7 @@ TEST_F(Temperature, IsLeftOutWithTheStandInWhileTheGpusGoOn) {
 }
 
 TEST_F(Temperature, NeedsTheDriverFileBesideTheHost) {
-    MachineParts parts{.scenario = Scenario(kTwoReadings), .nvml = L"none"};
+    MachineParts parts{.scenario = CpuScenario(kTwoReadings), .nvml = L"none"};
     m_machine = std::make_unique<CSimulatedMachine>(parts);
     ASSERT_TRUE(DeleteFileW(m_machine->DriverPath().c_str()));
     EXPECT_EQ(m_machine->StartWorker(m_stub.WindowWord())->Wait(), 0u);

@@ -25,7 +25,7 @@ std::string Escaped(const std::wstring& path) {
 }
 
 // One GPU, whose library lies in the system folder.
-std::string Scenario(bool administrator, const std::string& rest = "") {
+std::string SystemFolderScenario(bool administrator, const std::string& rest = "") {
     const std::wstring folder = BuildFolder(L"sim") + L"\\ProgramFiles\\NVIDIA Corporation\\NVSMI";
     return R"({"gpus": [{"name": "one", "bus": 1)" + rest + R"(}], "machine": {"administrator": )" +
            (administrator ? "true" : "false") + R"(, "systemFolder": ")" + Escaped(folder) + "\"}}";
@@ -34,7 +34,7 @@ std::string Scenario(bool administrator, const std::string& rest = "") {
 class Unpacked : public CWineTest {
   protected:
     static MachineParts Parts(bool administrator) {
-        return {.scenario = Scenario(administrator), .nvml = L"none", .unpacked = true};
+        return {.scenario = SystemFolderScenario(administrator), .nvml = L"none", .unpacked = true};
     }
 
     // Runs a worker until the GPU has been read, and returns its words on standard error.
@@ -97,7 +97,8 @@ TEST_F(Unpacked, LooksIntoTheNvsmiFolderOnlyWhenToldTo) {
 
 TEST_F(Unpacked, LeavesTheSwitchAsItWasWhenItIsEndedByForce) {
     MachineParts parts = Parts(false);
-    parts.scenario = Scenario(false, R"(, "results": {"nvmlDeviceGetFanSpeed": "hang"})");
+    parts.scenario =
+        SystemFolderScenario(false, R"(, "results": {"nvmlDeviceGetFanSpeed": "hang"})");
     parts.settings = "[cpu_kernel]\r\nsdk_flag=1\r\n";
     const CSimulatedMachine machine(parts);
     const CChildProcess parent(BuildFolder(L"tests") + L"\\fakeworker.exe", L"blind");

@@ -52,7 +52,7 @@ unsigned char* MakeJump(HMODULE library, void* target) {
     return jump;
 }
 
-void Write(DWORD* entry, DWORD value) {
+void WriteEntry(DWORD* entry, DWORD value) {
     DWORD protection = 0;
     VirtualProtect(entry, sizeof(*entry), PAGE_READWRITE, &protection);
     *entry = value;
@@ -64,7 +64,7 @@ void Write(DWORD* entry, DWORD value) {
 CExportPatch::CExportPatch(HMODULE library, const char* function, void* replacement)
     : m_entry(FindExport(library, function)), m_original(*m_entry) {
     const unsigned char* jump = MakeJump(library, replacement);
-    Write(m_entry, static_cast<DWORD>(jump - reinterpret_cast<unsigned char*>(library)));
+    WriteEntry(m_entry, static_cast<DWORD>(jump - reinterpret_cast<unsigned char*>(library)));
 }
 
-CExportPatch::~CExportPatch() { Write(m_entry, m_original); }
+CExportPatch::~CExportPatch() { WriteEntry(m_entry, m_original); }

@@ -12,7 +12,7 @@
 
 namespace {
 
-CFakeNvml* s_fake = nullptr;
+CFakeNvml* s_fakeNvml = nullptr;
 uint32_t s_handlesGiven = 0;
 
 // The name of an exported function as a template argument.
@@ -23,8 +23,8 @@ struct Name {
 };
 
 nvmlReturn_t Answer(const std::string& call) {
-    s_fake->calls.push_back(call);
-    const auto& results = s_fake->results;
+    s_fakeNvml->calls.push_back(call);
+    const auto& results = s_fakeNvml->results;
     auto found = results.find(call);
     if (found == results.end()) {
         found = results.find(call.substr(0, call.find('(')));
@@ -33,7 +33,7 @@ nvmlReturn_t Answer(const std::string& call) {
 }
 
 template <typename... Numbers>
-std::string Call(const char* function, const std::string& first, Numbers... others) {
+std::string NvmlCall(const char* function, const std::string& first, Numbers... others) {
     return std::string(function) + "(" + first + ((", " + std::to_string(others)) + ... + ")");
 }
 
@@ -53,19 +53,19 @@ std::string Gpu(nvmlDevice_t device) {
 }
 
 const FakeGpu& GpuOf(nvmlDevice_t device) {
-    return s_fake->gpus[IndexOf(device) % s_fake->gpus.size()];
+    return s_fakeNvml->gpus[IndexOf(device) % s_fakeNvml->gpus.size()];
 }
 
 void CheckZero(const char* function, const void* buffer, size_t size) {
     const auto* bytes = static_cast<const unsigned char*>(buffer);
     if (std::any_of(bytes, bytes + size, [](unsigned char byte) { return byte != 0; })) {
-        s_fake->dirtyBuffers.push_back(function);
+        s_fakeNvml->dirtyBuffers.push_back(function);
     }
 }
 
 void WriteText(const char* function, char* buffer, uint32_t length, const std::string& text) {
     CheckZero(function, buffer, length);
-    if (s_fake->writesNothing) {
+    if (s_fakeNvml->writesNothing) {
         return;
     }
     std::copy_n(text.c_str(), std::min<size_t>(text.size() + 1, length), buffer);
@@ -73,71 +73,71 @@ void WriteText(const char* function, char* buffer, uint32_t length, const std::s
 
 template <typename Value>
 void Write(Value* target, const Value& value) {
-    if (!s_fake->writesNothing) {
+    if (!s_fakeNvml->writesNothing) {
         *target = value;
     }
 }
 
 template <Name kName>
 nvmlReturn_t NoArguments() {
-    return Answer(Call(kName.text, ""));
+    return Answer(NvmlCall(kName.text, ""));
 }
 
 const char* ErrorString(nvmlReturn_t code) {
-    Answer(Call("nvmlErrorString", std::to_string(code)));
+    Answer(NvmlCall("nvmlErrorString", std::to_string(code)));
     return reinterpret_cast<const char*>(uintptr_t{1});
 }
 
 template <Name kName>
 nvmlReturn_t GetCount(uint32_t* count) {
-    *count = s_fake->deviceCount;
-    return Answer(Call(kName.text, ""));
+    *count = s_fakeNvml->deviceCount;
+    return Answer(NvmlCall(kName.text, ""));
 }
 
 template <Name kName>
 nvmlReturn_t GetHandle(uint32_t index, nvmlDevice_t* device) {
-    *device = s_fake->nullHandles ? nullptr : NewHandle(index);
-    return Answer(Call(kName.text, std::to_string(index)));
+    *device = s_fakeNvml->nullHandles ? nullptr : NewHandle(index);
+    return Answer(NvmlCall(kName.text, std::to_string(index)));
 }
 
 template <Name kName, auto kField>
 nvmlReturn_t GetText(nvmlDevice_t device, char* text, uint32_t length) {
     WriteText(kName.text, text, length, GpuOf(device).*kField);
-    return Answer(Call(kName.text, Gpu(device), length));
+    return Answer(NvmlCall(kName.text, Gpu(device), length));
 }
 
 nvmlReturn_t GetDriverVersion(char* text, uint32_t length) {
-    WriteText("nvmlSystemGetDriverVersion", text, length, s_fake->driverVersion);
-    return Answer(Call("nvmlSystemGetDriverVersion", std::to_string(length)));
+    WriteText("nvmlSystemGetDriverVersion", text, length, s_fakeNvml->driverVersion);
+    return Answer(NvmlCall("nvmlSystemGetDriverVersion", std::to_string(length)));
 }
 
 template <Name kName, auto kField, typename Value>
 nvmlReturn_t GetStructure(nvmlDevice_t device, Value* value) {
     CheckZero(kName.text, value, sizeof(*value));
     Write(value, GpuOf(device).*kField);
-    return Answer(Call(kName.text, Gpu(device)));
+    return Answer(NvmlCall(kName.text, Gpu(device)));
 }
 
 nvmlReturn_t GetFanSpeed(nvmlDevice_t device, uint32_t* percent) {
     Write(percent, GpuOf(device).fanSpeed);
-    return Answer(Call("nvmlDeviceGetFanSpeed", Gpu(device)));
+    return Answer(NvmlCall("nvmlDeviceGetFanSpeed", Gpu(device)));
 }
 
 nvmlReturn_t GetTemperature(nvmlDevice_t device, nvmlTemperatureSensors_t sensor,
                             uint32_t* celsius) {
     Write(celsius, GpuOf(device).temperature);
-    return Answer(Call("nvmlDeviceGetTemperature", Gpu(device), sensor));
+    return Answer(NvmlCall("nvmlDeviceGetTemperature", Gpu(device), sensor));
 }
 
 template <Name kName, auto kField>
 nvmlReturn_t GetTypeClock(nvmlDevice_t device, nvmlClockType_t type, uint32_t* mhz) {
     Write(mhz, (GpuOf(device).*kField)[type]);
-    return Answer(Call(kName.text, Gpu(device), type));
+    return Answer(NvmlCall(kName.text, Gpu(device), type));
 }
 
 nvmlReturn_t GetClock(nvmlDevice_t device, nvmlClockType_t type, nvmlClockId_t id, uint32_t* mhz) {
     Write(mhz, GpuOf(device).clocks[type]);
-    return Answer(Call("nvmlDeviceGetClock", Gpu(device), type, id));
+    return Answer(NvmlCall("nvmlDeviceGetClock", Gpu(device), type, id));
 }
 
 struct EntryPoint {
@@ -182,15 +182,15 @@ const std::vector<EntryPoint>& EntryPoints() {
     return s_entryPoints;
 }
 
-HMODULE FakeModule() { return reinterpret_cast<HMODULE>(&s_fake); }
+HMODULE FakeModule() { return reinterpret_cast<HMODULE>(&s_fakeNvml); }
 
 bool IsNvmlPath(const wchar_t* path) {
     return path && std::wstring_view(path).ends_with(L"Nvml.dll");
 }
 
 FARPROC FindEntryPoint(const std::string& name) {
-    s_fake->askedNames.push_back(name);
-    if (s_fake->missing.contains(name)) {
+    s_fakeNvml->askedNames.push_back(name);
+    if (s_fakeNvml->missing.contains(name)) {
         return nullptr;
     }
     for (const EntryPoint& entryPoint : EntryPoints()) {
@@ -204,10 +204,10 @@ FARPROC FindEntryPoint(const std::string& name) {
 // As Windows does: a buffer that is too small yields the required length.
 DWORD Expand(std::wstring text, wchar_t* target, DWORD size) {
     constexpr std::wstring_view kVariable = L"%ProgramW6432%";
-    s_fake->windowsCalls.push_back(L"ExpandEnvironmentStringsW(" + text + L", " +
-                                   std::to_wstring(size) + L")");
+    s_fakeNvml->windowsCalls.push_back(L"ExpandEnvironmentStringsW(" + text + L", " +
+                                       std::to_wstring(size) + L")");
     CheckZero("ExpandEnvironmentStringsW", target, size * sizeof(wchar_t));
-    text.replace(0, kVariable.size(), s_fake->programFiles);
+    text.replace(0, kVariable.size(), s_fakeNvml->programFiles);
     std::copy_n(text.c_str(), std::min<size_t>(text.size() + 1, size), target);
     return static_cast<DWORD>(text.size() + 1);
 }
@@ -236,8 +236,8 @@ struct CFakeNvml::Patches {
         if (!IsNvmlPath(path)) {
             return load.Original(path);
         }
-        s_fake->windowsCalls.push_back(L"LoadLibraryW(" + std::wstring(path) + L")");
-        return s_fake->loadable ? FakeModule() : nullptr;
+        s_fakeNvml->windowsCalls.push_back(L"LoadLibraryW(" + std::wstring(path) + L")");
+        return s_fakeNvml->loadable ? FakeModule() : nullptr;
     });
     PATCH_IMPORT(address, GetProcAddress, [this](HMODULE module, const char* name) {
         return module == FakeModule() ? FindEntryPoint(name) : address.Original(module, name);
@@ -246,15 +246,15 @@ struct CFakeNvml::Patches {
         if (module != FakeModule()) {
             return free.Original(module);
         }
-        s_fake->windowsCalls.push_back(L"FreeLibrary");
+        s_fakeNvml->windowsCalls.push_back(L"FreeLibrary");
         return TRUE;
     });
     PATCH_IMPORT(exists, PathFileExistsW, [this](const wchar_t* path) {
         if (!IsNvmlPath(path) && *path != L'\0') {
             return exists.Original(path);
         }
-        s_fake->windowsCalls.push_back(L"PathFileExistsW(" + std::wstring(path) + L")");
-        return s_fake->fileExists && *path != L'\0' ? TRUE : FALSE;
+        s_fakeNvml->windowsCalls.push_back(L"PathFileExistsW(" + std::wstring(path) + L")");
+        return s_fakeNvml->fileExists && *path != L'\0' ? TRUE : FALSE;
     });
     PATCH_IMPORT(expansion, ExpandEnvironmentStringsW,
                  [](const wchar_t* text, wchar_t* target, DWORD size) {
@@ -263,11 +263,11 @@ struct CFakeNvml::Patches {
 };
 
 CFakeNvml::CFakeNvml() : gpus{SampleGpu(0), SampleGpu(1)} {
-    s_fake = this;
+    s_fakeNvml = this;
     m_patches = std::make_unique<Patches>();
 }
 
 CFakeNvml::~CFakeNvml() {
     m_patches.reset();
-    s_fake = nullptr;
+    s_fakeNvml = nullptr;
 }

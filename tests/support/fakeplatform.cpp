@@ -4,7 +4,7 @@
 
 namespace {
 
-FakePlatform s_fake;
+FakePlatform s_fakePlatform;
 
 CSlotTable<74> s_deviceSlots;
 CSlotTable<4> s_managerSlots;
@@ -16,47 +16,47 @@ SlotObject s_manager{s_managerSlots.Slots()};
 SlotObject s_platform{s_platformSlots.Slots()};
 
 const wchar_t* GetName(SlotObject* self) {
-    s_fake.calls.emplace_back("GetName");
-    return self == &s_cpu ? s_fake.cpuName : s_fake.secondName;
+    s_fakePlatform.calls.emplace_back("GetName");
+    return self == &s_cpu ? s_fakePlatform.cpuName : s_fakePlatform.secondName;
 }
 
 template <typename Value>
 uint64_t Answer(const char* call, const std::function<int32_t(Value*)>& reading, Value* value) {
     constexpr int32_t kUnsupportedFunction = 4;
-    s_fake.calls.emplace_back(call);
+    s_fakePlatform.calls.emplace_back(call);
     return zorvane::NumberInRegister(reading ? reading(value) : kUnsupportedFunction);
 }
 
 uint64_t GetTemperatureOffset(SlotObject*, int32_t* offset) {
-    return Answer("GetTemperatureOffset", s_fake.temperatureOffset, offset);
+    return Answer("GetTemperatureOffset", s_fakePlatform.temperatureOffset, offset);
 }
 
 uint64_t GetCurrentTemperature(SlotObject*, double* temperature) {
-    return Answer("GetCurrentTemperature", s_fake.currentTemperature, temperature);
+    return Answer("GetCurrentTemperature", s_fakePlatform.currentTemperature, temperature);
 }
 
 uint64_t GetPMTableData(SlotObject*, PMTableData* data) {
-    return Answer("GetPMTableData", s_fake.pmTable, data);
+    return Answer("GetPMTableData", s_fakePlatform.pmTable, data);
 }
 
 SlotObject* GetDevice(SlotObject*, int32_t type, int32_t index) {
-    s_fake.calls.push_back("GetDevice(" + std::to_string(type) + ", " + std::to_string(index) +
-                           ")");
+    s_fakePlatform.calls.push_back("GetDevice(" + std::to_string(type) + ", " +
+                                   std::to_string(index) + ")");
     if (type == 0 && index == 0) {
-        return s_fake.cpuName ? &s_cpu : nullptr;
+        return s_fakePlatform.cpuName ? &s_cpu : nullptr;
     }
-    return type == 1 && index == 0 && s_fake.secondName ? &s_second : nullptr;
+    return type == 1 && index == 0 && s_fakePlatform.secondName ? &s_second : nullptr;
 }
 
 uint64_t Init(SlotObject*, void* first, void* second) {
-    s_fake.calls.emplace_back("Init");
-    return zorvane::BoolInRegister(s_fake.init && s_fake.init(first, second));
+    s_fakePlatform.calls.emplace_back("Init");
+    return zorvane::BoolInRegister(s_fakePlatform.init && s_fakePlatform.init(first, second));
 }
 
-void UnInit(SlotObject*) { s_fake.calls.emplace_back("UnInit"); }
+void UnInit(SlotObject*) { s_fakePlatform.calls.emplace_back("UnInit"); }
 
 SlotObject* GetDeviceManager(SlotObject*) {
-    s_fake.calls.emplace_back("GetDeviceManager");
+    s_fakePlatform.calls.emplace_back("GetDeviceManager");
     return &s_manager;
 }
 
@@ -73,13 +73,13 @@ void FillSlots() {
 
 }  // namespace
 
-FakePlatform& FakePlatform::Instance() { return s_fake; }
+FakePlatform& FakePlatform::Instance() { return s_fakePlatform; }
 
 void FakePlatform::Reset() { *this = FakePlatform(); }
 
 IPlatform& GetPlatform() {
     FillSlots();
-    s_fake.calls.emplace_back("GetPlatform");
+    s_fakePlatform.calls.emplace_back("GetPlatform");
     void* object = &s_platform;
     return *static_cast<IPlatform*>(object);
 }

@@ -40,7 +40,7 @@ std::string Bstr(const OLECHAR* text) {
 }
 
 template <typename... Arguments>
-std::string Call(const char* function, const Arguments&... arguments) {
+std::string WmiCall(const char* function, const Arguments&... arguments) {
     std::string call = std::string(function) + "(";
     const char* separator = "";
     ((call += separator + arguments, separator = ", "), ...);
@@ -54,14 +54,14 @@ std::string Text(LONG number) { return std::to_string(number); }
 // The objects' functions.
 struct CFakeWmi::Objects {
     static ULONG Release(SlotObject* self) {
-        s_wmi->Record(Call("Release", NameOf(self)));
+        s_wmi->Record(WmiCall("Release", NameOf(self)));
         return 0;
     }
 
     static HRESULT ConnectServer(SlotObject*, BSTR path, BSTR user, BSTR password, BSTR locale,
                                  LONG flags, BSTR authority, void* context, SlotObject** services) {
-        s_wmi->Record(Call("ConnectServer", Bstr(path), NameOf(user), NameOf(password),
-                           NameOf(locale), Text(flags), NameOf(authority), NameOf(context)));
+        s_wmi->Record(WmiCall("ConnectServer", Bstr(path), NameOf(user), NameOf(password),
+                              NameOf(locale), Text(flags), NameOf(authority), NameOf(context)));
         const HRESULT result = s_wmi->ResultOf("ConnectServer");
         *services = SUCCEEDED(result) ? &s_services : nullptr;
         return result;
@@ -69,7 +69,8 @@ struct CFakeWmi::Objects {
 
     static HRESULT ExecQuery(SlotObject*, BSTR language, BSTR query, LONG flags, void* context,
                              SlotObject** enumerator) {
-        s_wmi->Record(Call("ExecQuery", Bstr(language), Bstr(query), Text(flags), NameOf(context)));
+        s_wmi->Record(
+            WmiCall("ExecQuery", Bstr(language), Bstr(query), Text(flags), NameOf(context)));
         const HRESULT result = s_wmi->ResultOf("ExecQuery");
         *enumerator = SUCCEEDED(result) ? &s_enumerator : nullptr;
         return result;
@@ -77,7 +78,7 @@ struct CFakeWmi::Objects {
 
     static HRESULT Next(SlotObject*, LONG timeout, ULONG count, SlotObject** object,
                         ULONG* returned) {
-        s_wmi->Record(Call("Next", Text(timeout), std::to_string(count)));
+        s_wmi->Record(WmiCall("Next", Text(timeout), std::to_string(count)));
         const NextAnswer answer = s_wmi->m_nextCount < s_wmi->nextAnswers.size()
                                       ? s_wmi->nextAnswers[s_wmi->m_nextCount++]
                                       : NextAnswer{WBEM_S_FALSE, 0, false};
@@ -88,7 +89,7 @@ struct CFakeWmi::Objects {
 
     static HRESULT Get(SlotObject*, LPCWSTR name, LONG flags, VARIANT* value, CIMTYPE* type,
                        LONG* flavor) {
-        s_wmi->Record(Call("Get", Quoted(name), Text(flags), NameOf(type), NameOf(flavor)));
+        s_wmi->Record(WmiCall("Get", Quoted(name), Text(flags), NameOf(type), NameOf(flavor)));
         const HRESULT result = s_wmi->ResultOf("Get");
         if (SUCCEEDED(result)) {
             *value = s_wmi->values.at(s_wmi->m_getCount++);
@@ -103,27 +104,27 @@ struct CFakeWmi::Patches {
     CFakeWmi& fake;
 
     PATCH_IMPORT(initialize, CoInitializeEx, [this](LPVOID reserved, DWORD model) {
-        fake.Record(Call("CoInitializeEx", NameOf(reserved), std::to_string(model)));
+        fake.Record(WmiCall("CoInitializeEx", NameOf(reserved), std::to_string(model)));
         return fake.ResultOf("CoInitializeEx");
     });
     PATCH_IMPORT(security, CoInitializeSecurity,
                  [this](PSECURITY_DESCRIPTOR descriptor, LONG count,
                         SOLE_AUTHENTICATION_SERVICE* services, void* reserved1, DWORD level,
                         DWORD impersonation, void* list, DWORD capabilities, void* reserved3) {
-                     fake.Record(Call("CoInitializeSecurity", NameOf(descriptor), Text(count),
-                                      NameOf(services), NameOf(reserved1), std::to_string(level),
-                                      std::to_string(impersonation), NameOf(list),
-                                      std::to_string(capabilities), NameOf(reserved3)));
+                     fake.Record(WmiCall("CoInitializeSecurity", NameOf(descriptor), Text(count),
+                                         NameOf(services), NameOf(reserved1), std::to_string(level),
+                                         std::to_string(impersonation), NameOf(list),
+                                         std::to_string(capabilities), NameOf(reserved3)));
                      return fake.ResultOf("CoInitializeSecurity");
                  });
     PATCH_IMPORT(
         create, CoCreateInstance,
         [this](REFCLSID classId, LPUNKNOWN outer, DWORD context, REFIID interfaceId, LPVOID* made) {
             fake.Record(
-                Call("CoCreateInstance",
-                     std::string(classId == CLSID_WbemLocator ? "WbemLocator" : "unknown"),
-                     NameOf(outer), std::to_string(context),
-                     std::string(interfaceId == IID_IWbemLocator ? "IWbemLocator" : "unknown")));
+                WmiCall("CoCreateInstance",
+                        std::string(classId == CLSID_WbemLocator ? "WbemLocator" : "unknown"),
+                        NameOf(outer), std::to_string(context),
+                        std::string(interfaceId == IID_IWbemLocator ? "IWbemLocator" : "unknown")));
             const HRESULT result = fake.ResultOf("CoCreateInstance");
             *made = SUCCEEDED(result) ? &s_locator : nullptr;
             return result;
@@ -132,11 +133,11 @@ struct CFakeWmi::Patches {
                  [this](IUnknown* proxy, DWORD authentication, DWORD authorization,
                         OLECHAR* principal, DWORD level, DWORD impersonation,
                         RPC_AUTH_IDENTITY_HANDLE identity, DWORD capabilities) {
-                     fake.Record(Call("CoSetProxyBlanket", NameOf(proxy),
-                                      std::to_string(authentication), std::to_string(authorization),
-                                      NameOf(principal), std::to_string(level),
-                                      std::to_string(impersonation), NameOf(identity),
-                                      std::to_string(capabilities)));
+                     fake.Record(WmiCall("CoSetProxyBlanket", NameOf(proxy),
+                                         std::to_string(authentication),
+                                         std::to_string(authorization), NameOf(principal),
+                                         std::to_string(level), std::to_string(impersonation),
+                                         NameOf(identity), std::to_string(capabilities)));
                      return fake.ResultOf("CoSetProxyBlanket");
                  });
     PATCH_IMPORT(uninitialize, CoUninitialize, [this] { fake.Record("CoUninitialize()"); });

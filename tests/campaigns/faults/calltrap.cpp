@@ -36,7 +36,7 @@ bool IsOwnWindow(uint64_t window) {
     return owner == GetCurrentThreadId();
 }
 
-bool Fails(const Trap& trap, uint32_t call, const uint64_t* arguments) {
+bool IsToFail(const Trap& trap, uint32_t call, const uint64_t* arguments) {
     if (trap.failure->cannotFail || trap.function != s_plan.function) {
         return false;
     }
@@ -54,7 +54,7 @@ extern "C" {
 // leave the last error as it is.
 void* ZorvaneTrapTarget(Trap* trap, const uint64_t* arguments) {
     const uint32_t call = ++trap->calls;
-    if (!Fails(*trap, call, arguments)) {
+    if (!IsToFail(*trap, call, arguments)) {
         return trap->original;
     }
     ++trap->failed;

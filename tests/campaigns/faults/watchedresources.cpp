@@ -125,7 +125,7 @@ struct Locking<kChange, kNumber, void(Argument)> {
 };
 
 template <typename Function>
-void Replace(HMODULE module, const char* function, Function* replacement, Function*& original) {
+void Watch(HMODULE module, const char* function, Function* replacement, Function*& original) {
     if (void** entry = zorvane::FindImport(module, function)) {
         original = reinterpret_cast<Function*>(
             zorvane::ExchangeImport(entry, reinterpret_cast<void*>(replacement)));
@@ -135,20 +135,20 @@ void Replace(HMODULE module, const char* function, Function* replacement, Functi
 template <const char* kKind, int kNumber, typename Signature>
 void WatchOpening(HMODULE module, const char* function) {
     using Row = Opening<kKind, kNumber, Signature>;
-    Replace(module, function, &Row::Call, Row::s_original);
+    Watch(module, function, &Row::Call, Row::s_original);
 }
 
 template <const char* kKind, int kNumber, typename Signature>
 void WatchReleasing(HMODULE module, const char* function) {
     using Row = Releasing<kKind, kNumber, Signature>;
     s_releasing[kNumber] = function;
-    Replace(module, function, &Row::Call, Row::s_original);
+    Watch(module, function, &Row::Call, Row::s_original);
 }
 
 template <int kChange, int kNumber, typename Signature>
 void WatchLocking(HMODULE module, const char* function) {
     using Row = Locking<kChange, kNumber, Signature>;
-    Replace(module, function, &Row::Call, Row::s_original);
+    Watch(module, function, &Row::Call, Row::s_original);
 }
 
 LSTATUS (*s_openKey)(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY) = nullptr;
@@ -218,9 +218,9 @@ void WatchResources(HMODULE module) {
     WATCH_OPENING(kModule, LoadLibraryW);
     WatchOpening<kMemory, __COUNTER__, void*(size_t)>(module, "malloc");
     WatchOpening<kMemory, __COUNTER__, void*(size_t, size_t)>(module, "calloc");
-    Replace(module, "realloc", &Reallocate, s_reallocate);
-    Replace(module, "RegOpenKeyExW", &OpenKey, s_openKey);
-    Replace(module, "_wsopen_s", &OpenFile, s_openFile);
+    Watch(module, "realloc", &Reallocate, s_reallocate);
+    Watch(module, "RegOpenKeyExW", &OpenKey, s_openKey);
+    Watch(module, "_wsopen_s", &OpenFile, s_openFile);
     WATCH_LOCKING(1, EnterCriticalSection);
     WATCH_LOCKING(-1, LeaveCriticalSection);
     WATCH_LOCKING(1, AcquireSRWLockExclusive);

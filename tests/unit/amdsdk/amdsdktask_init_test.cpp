@@ -31,7 +31,7 @@ const Lines kRunningDriver = {
 const Lines kLibraryStart = {"Init", "GetDeviceManager", "GetDevice(0, 0)", "GetName",
                              "RegCloseKey()"};
 
-Lines Join(std::initializer_list<Lines> parts) {
+Lines JoinAll(std::initializer_list<Lines> parts) {
     Lines all;
     for (const Lines& part : parts) {
         all.insert(all.end(), part.begin(), part.end());
@@ -132,19 +132,19 @@ TEST_F(CAmdTaskInitTest, VbsQueryThatFailsLetsTheStartGoOn) {
     m_machine.wmi.AddInstance(Number(2));
     EXPECT_EQ(m_task.Init(), 1);
     EXPECT_EQ(m_machine.calls,
-              Join({kBeforeVbs,
-                    {"CoInitializeEx(null, 0)",
-                     "CoInitializeSecurity(null, -1, null, null, 0, 3, null, 0, null)",
-                     "CoUninitialize()"},
-                    kProductName,
-                    kRunningDriver,
-                    kLibraryStart}));
+              JoinAll({kBeforeVbs,
+                       {"CoInitializeEx(null, 0)",
+                        "CoInitializeSecurity(null, -1, null, null, 0, 3, null, 0, null)",
+                        "CoUninitialize()"},
+                       kProductName,
+                       kRunningDriver,
+                       kLibraryStart}));
 }
 
 TEST_F(CAmdTaskInitTest, NewerProcessorStartsWithoutALookAtVbs) {
     m_machine.wmi.AddInstance(Number(2));
     EXPECT_EQ(m_task.Init(), 1);
-    EXPECT_EQ(m_machine.calls, Join({kBeforeVbs, kProductName, kRunningDriver, kLibraryStart}));
+    EXPECT_EQ(m_machine.calls, JoinAll({kBeforeVbs, kProductName, kRunningDriver, kLibraryStart}));
     EXPECT_THAT(
         m_log.Messages(),
         ElementsAre("[amdsdktask] pkgType:2, CPUID:8851216", "[amdsdktask] product_name:Board",
@@ -154,7 +154,7 @@ TEST_F(CAmdTaskInitTest, NewerProcessorStartsWithoutALookAtVbs) {
 TEST_F(CAmdTaskInitTest, SkippedProductEndsTheStartAndClosesTheKey) {
     m_machine.product = L"SURFACE laptop 3";
     EXPECT_EQ(m_task.Init(), 0);
-    EXPECT_EQ(m_machine.calls, Join({kBeforeVbs, kProductName, {"RegCloseKey()"}}));
+    EXPECT_EQ(m_machine.calls, JoinAll({kBeforeVbs, kProductName, {"RegCloseKey()"}}));
     EXPECT_THAT(m_log.Messages(), ElementsAre("[amdsdktask] pkgType:2, CPUID:8851216",
                                               "[amdsdktask] product_name:SURFACE laptop 3",
                                               "[amdsdktask] product skip"));
@@ -169,10 +169,10 @@ TEST_F(CAmdTaskInitTest, SkippedProductWithATrailingBlankIsAnother) {
 TEST_F(CAmdTaskInitTest, KeyThatDoesNotOpenIsNeitherReadNorClosed) {
     m_machine.openKeyResult = ERROR_FILE_NOT_FOUND;
     EXPECT_EQ(m_task.Init(), 1);
-    EXPECT_EQ(m_machine.calls, Join({kBeforeVbs,
-                                     {kProductName[0]},
-                                     kRunningDriver,
-                                     Lines(kLibraryStart.begin(), kLibraryStart.end() - 1)}));
+    EXPECT_EQ(m_machine.calls, JoinAll({kBeforeVbs,
+                                        {kProductName[0]},
+                                        kRunningDriver,
+                                        Lines(kLibraryStart.begin(), kLibraryStart.end() - 1)}));
     EXPECT_THAT(m_log.Messages(), Not(testing::Contains(testing::HasSubstr("product_name"))));
 }
 
@@ -269,7 +269,7 @@ TEST_F(CAmdTaskDriverTest, LibraryThatDoesNotStartEndsTheStartAndTheKeyIsClosed)
     m_machine.platform.init = nullptr;
     EXPECT_EQ(m_task.Init(), 0);
     EXPECT_EQ(m_machine.calls,
-              Join({kBeforeVbs, kProductName, kRunningDriver, {"Init", "RegCloseKey()"}}));
+              JoinAll({kBeforeVbs, kProductName, kRunningDriver, {"Init", "RegCloseKey()"}}));
     EXPECT_EQ(MessagesAfterProductName(), Lines{"[amdsdktask] Platform init failed."});
 }
 
@@ -277,10 +277,10 @@ TEST_F(CAmdTaskDriverTest, LibraryWithoutACpuIsReadyAllTheSame) {
     m_machine.platform.cpuName = nullptr;
     EXPECT_EQ(m_task.Init(), 1);
     EXPECT_EQ(m_machine.calls,
-              Join({kBeforeVbs,
-                    kProductName,
-                    kRunningDriver,
-                    {"Init", "GetDeviceManager", "GetDevice(0, 0)", "RegCloseKey()"}}));
+              JoinAll({kBeforeVbs,
+                       kProductName,
+                       kRunningDriver,
+                       {"Init", "GetDeviceManager", "GetDevice(0, 0)", "RegCloseKey()"}}));
     EXPECT_EQ(MessagesAfterProductName(), Lines{});
 }
 

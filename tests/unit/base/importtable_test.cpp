@@ -28,7 +28,7 @@ TEST(ImportTableTest, ExchangedEntryIsTheOneThatCallsUse) {
 
 TEST(ImportTableTest, FunctionThatIsNotImportedHasNoEntry) {
     EXPECT_EQ(FindImport(nullptr, "NoSuchFunction"), nullptr);
-    EXPECT_EQ(FindImport(GetModuleHandleW(L"ntdll.dll"), "GetTickCount64"), nullptr);
+    EXPECT_EQ(zorvane::FindImport(GetModuleHandleW(L"ntdll.dll"), "GetTickCount64"), nullptr);
 }
 
 }  // namespace

@@ -21,8 +21,7 @@ using testing::SizeIs;
 namespace {
 
 constexpr char kCloseLine[] = "[msgloopprocess] CMsgLoopProcess OnClose.";
-constexpr char kWorkEndLine[] = "[msgloopprocess] WorkThreadFun process quit.";
-constexpr char kFailedLine[] = "[msgloopprocess] OnCreate failed, process quit.";
+constexpr char kOnCreateFailedLine[] = "[msgloopprocess] OnCreate failed, process quit.";
 constexpr char kLoopEndLine[] = "[msgloopthread] CMsgLoopThread quit msg loop.";
 
 // The calls on the host's handles and window, in order, from any thread.
@@ -207,7 +206,7 @@ TEST(MsgLoopProcessClose, FollowsWhenTheWorkThreadCannotBeStarted) {
     process.Run();
     EXPECT_THAT(calls, ElementsAre("post 16 after 1 lines"));
     EXPECT_THAT(log.Messages(),
-                ElementsAre("[msgloopprocess] cmd:", kFailedLine, kCloseLine, kLoopEndLine))
+                ElementsAre("[msgloopprocess] cmd:", kOnCreateFailedLine, kCloseLine, kLoopEndLine))
         << "no hello was tried";
 }
 
@@ -226,8 +225,8 @@ TEST(MsgLoopProcessClose, FollowsWhenThereIsNoEventThatCouldStopTheWork) {
     process.Init(L"", [] {});
     process.Run();
     EXPECT_EQ(threads, 0);
-    EXPECT_THAT(log.Messages(),
-                ElementsAre("[msgloopprocess] cmd:", kFailedLine, kCloseLine, kLoopEndLine));
+    EXPECT_THAT(log.Messages(), ElementsAre("[msgloopprocess] cmd:", kOnCreateFailedLine,
+                                            kCloseLine, kLoopEndLine));
 }
 
 TEST(MsgLoopProcessClose, IsNotReachedWhenTheWindowCannotBeCreated) {

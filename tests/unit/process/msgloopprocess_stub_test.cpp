@@ -24,7 +24,6 @@ namespace {
 constexpr char kStopLine[] = "[msgloopprocess] OnCopyData StopLoop";
 constexpr char kNoStubLine[] = "[msgloopprocess] Stub do NOT exists, process quit.";
 constexpr char kNoHelloLine[] = "[msgloopprocess] Send msg to stub wnd failed, msg=3343";
-constexpr char kWorkEndLine[] = "[msgloopprocess] WorkThreadFun process quit.";
 
 // The message map's answer; its result is written over 99.
 LRESULT Ask(CTestedProcess& process, UINT message, WPARAM wParam, LPARAM lParam) {

@@ -22,7 +22,7 @@ class CLoopThatEnds : public CMsgLoopThread {
 };
 
 constexpr char kQuitLine[] = "[msgloopthread] CMsgLoopThread quit msg loop.";
-constexpr char kFailedLine[] = "[msgloopthread] Create MsgLoopWnd failed.";
+constexpr char kNoWindowLine[] = "[msgloopthread] Create MsgLoopWnd failed.";
 
 }  // namespace
 
@@ -39,11 +39,11 @@ TEST(MsgLoopThreadInAFreshProcess, EndsAtOnceWhenItsClassIsRefusedAndTriesAgainL
         loop.RunLoop();
     }
     EXPECT_EQ(windows, 0);
-    EXPECT_THAT(log.Messages(), ElementsAre(kFailedLine));
+    EXPECT_THAT(log.Messages(), ElementsAre(kNoWindowLine));
     CLoopThatEnds loop;
     loop.RunLoop();
     EXPECT_EQ(windows, 1);
-    EXPECT_THAT(log.Messages(), ElementsAre(kFailedLine, kQuitLine));
+    EXPECT_THAT(log.Messages(), ElementsAre(kNoWindowLine, kQuitLine));
 }
 
 TEST(MsgLoopThreadInAFreshProcess, RegistersItsClassForTheFirstOfManyLoops) {

@@ -16,7 +16,7 @@ using testing::IsEmpty;
 namespace {
 
 constexpr char kQuitLine[] = "[msgloopthread] CMsgLoopThread quit msg loop.";
-constexpr char kFailedLine[] = "[msgloopthread] Create MsgLoopWnd failed.";
+constexpr char kNoWindowLine[] = "[msgloopthread] Create MsgLoopWnd failed.";
 
 class CTestedLoop : public CMsgLoopThread {
   public:
@@ -191,7 +191,7 @@ TEST(MsgLoopThread, EndsAtOnceWhenTheWindowCannotBeCreated) {
     loop.RunLoop();
     EXPECT_EQ(loop.creations, 0);
     EXPECT_EQ(gets, 0);
-    EXPECT_THAT(log.Messages(), ElementsAre(kFailedLine));
+    EXPECT_THAT(log.Messages(), ElementsAre(kNoWindowLine));
 }
 
 TEST(MsgLoopThread, CanRunItsLoopOnAThreadOfItsOwn) {
@@ -233,7 +233,7 @@ TEST(MsgLoopThreadException, FromTheCreationLeavesTheLoopThatCouldNotBegin) {
     loop.onCreate = [] { throw std::bad_alloc(); };
     EXPECT_THROW(loop.RunLoop(), std::bad_alloc);
     EXPECT_EQ(loop.Window(), nullptr);
-    EXPECT_THAT(log.Messages(), ElementsAre(kFailedLine));
+    EXPECT_THAT(log.Messages(), ElementsAre(kNoWindowLine));
 }
 
 TEST(MsgLoopThreadException, EndsAThreadOfItsOwn) {

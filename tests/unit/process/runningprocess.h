@@ -9,6 +9,9 @@
 #include "src/process/msgloopprocess.h"
 #include "tests/unit/process/testevent.h"
 
+/** What the host object logs when its work function has returned. */
+inline constexpr char kWorkEndLine[] = "[msgloopprocess] WorkThreadFun process quit.";
+
 /** The host object, with its window visible to tests. */
 class CTestedProcess : public CMsgLoopProcess {
   public:

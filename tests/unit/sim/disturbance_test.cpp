@@ -14,7 +14,6 @@
 namespace {
 
 constexpr DWORD kPatienceMs = 60000;
-constexpr auto kAccessViolation = static_cast<int>(EXCEPTION_ACCESS_VIOLATION);
 
 using testing::ElementsAre;
 

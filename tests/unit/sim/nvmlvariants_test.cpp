@@ -85,8 +85,6 @@ TEST_F(CNvmlVariantsTest, NotALibraryIsAFileThatWindowsRefuses) {
     std::_Exit(0);
 }
 
-constexpr auto kAccessViolation = static_cast<int>(EXCEPTION_ACCESS_VIOLATION);
-
 using CNvmlCrashDeathTest = CSimTest;
 
 TEST_F(CNvmlCrashDeathTest, CrashesVariantCrashesAtItsFortyFirstReading) {

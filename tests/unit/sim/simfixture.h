@@ -12,6 +12,9 @@
 #include "base/handle.h"
 #include "tests/support/tempfolder.h"
 
+/** The exit code of a program that a crash ends. */
+inline constexpr auto kAccessViolation = static_cast<int>(EXCEPTION_ACCESS_VIOLATION);
+
 /** The folder into which the build puts the simulated machine. */
 std::filesystem::path SimFolder();
 

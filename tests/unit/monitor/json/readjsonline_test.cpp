@@ -13,7 +13,7 @@ namespace {
 
 using testing::HasSubstr;
 
-StartEvent Origin() {
+StartEvent RecordedOrigin() {
     StartEvent origin;
     origin.toolVersion = "1.2.3";
     origin.libraryVersion = "1.0.0";
@@ -53,7 +53,7 @@ TEST(ReadJsonLineTest, ReadsWhatIsWritten) {
     forced.exit.forced = true;
     forced.exit.asked = true;
     const EventBody bodies[] = {
-        Origin(),
+        RecordedOrigin(),
         WorkerStartEvent{312},
         HelloEvent{{L"temp \x00C4", 0xFFFFFFFF80000001}, 312},
         FullStatic(),
@@ -79,26 +79,27 @@ TEST(ReadJsonLineTest, ReadsWhatIsWritten) {
         ResumedEvent(),
     };
     for (const EventBody& body : bodies) {
-        const std::string line = JsonLine(EventAt(5, body), Origin());
+        const std::string line = JsonLine(EventAt(5, body), RecordedOrigin());
         const auto read = ReadJsonLine(line);
         if (const auto* error = std::get_if<LineError>(&read)) {
             ADD_FAILURE() << error->text << ": " << line;
             continue;
         }
         EXPECT_EQ(std::get<Event>(read).body.index(), body.index());
-        EXPECT_EQ(JsonLine(std::get<Event>(read), Origin()), line);
+        EXPECT_EQ(JsonLine(std::get<Event>(read), RecordedOrigin()), line);
     }
 }
 
 TEST(ReadJsonLineTest, SkipsKeysThatItDoesNotKnow) {
-    nlohmann::json line = nlohmann::json::parse(JsonLine(EventAt(0, CpuTemperature{47}), Origin()));
+    nlohmann::json line =
+        nlohmann::json::parse(JsonLine(EventAt(0, CpuTemperature{47}), RecordedOrigin()));
     line["new"] = {1, 2, 3};
     EXPECT_TRUE(std::holds_alternative<Event>(ReadJsonLine(line.dump())));
 }
 
 TEST(ReadJsonLineTest, NamesWhatIsMissingOrWrong) {
     const nlohmann::json good =
-        nlohmann::json::parse(JsonLine(EventAt(0, FullReading()), Origin()));
+        nlohmann::json::parse(JsonLine(EventAt(0, FullReading()), RecordedOrigin()));
     for (const auto& [key, value] : good.items()) {
         if (key == "host") {
             continue;

@@ -13,7 +13,7 @@ namespace zorvane {
 namespace {
 
 using testing::ElementsAre;
-using Lines = std::vector<nlohmann::json>;
+using JsonLines = std::vector<nlohmann::json>;
 
 // Asks for the frame at each text, as a file does that begins anew with it.
 class CAskingOutput : public CKeptOutput {
@@ -28,8 +28,8 @@ class CAskingOutput : public CKeptOutput {
     std::string tail;
 };
 
-Lines Parsed(const std::string& text) {
-    Lines lines;
+JsonLines ParsedLines(const std::string& text) {
+    JsonLines lines;
     std::istringstream stream(text);
     for (std::string line; std::getline(stream, line);) {
         lines.push_back(nlohmann::json::parse(line));
@@ -39,7 +39,7 @@ Lines Parsed(const std::string& text) {
 
 std::vector<std::string> Types(const std::string& text) {
     std::vector<std::string> types;
-    for (const nlohmann::json& line : Parsed(text)) {
+    for (const nlohmann::json& line : ParsedLines(text)) {
         types.push_back(line.at("type"));
     }
     return types;
@@ -70,11 +70,11 @@ TEST_F(JsonViewTest, BeginsAFurtherFileAsARecordingOfItsOwn) {
     Tell(90, FullReading());
     EXPECT_THAT(Types(m_output.head),
                 ElementsAre("start", "worker_start", "hello", "gpu_static", "missing"));
-    for (const nlohmann::json& line : Parsed(m_output.head)) {
+    for (const nlohmann::json& line : ParsedLines(m_output.head)) {
         EXPECT_EQ(line.at("time"), Rfc3339(TimeOfTest(90)));
         EXPECT_EQ(line.at("entry"), "office");
     }
-    EXPECT_EQ(Parsed(m_output.tail).at(0).at("id"), kContinuedNotice);
+    EXPECT_EQ(ParsedLines(m_output.tail).at(0).at("id"), kContinuedNotice);
 }
 
 TEST_F(JsonViewTest, BeginsAFurtherFileWithThePauseThatLasts) {

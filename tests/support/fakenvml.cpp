@@ -59,7 +59,7 @@ const FakeGpu& GpuOf(nvmlDevice_t device) {
 void CheckZero(const char* function, const void* buffer, size_t size) {
     const auto* bytes = static_cast<const unsigned char*>(buffer);
     if (std::any_of(bytes, bytes + size, [](unsigned char byte) { return byte != 0; })) {
-        s_fakeNvml->dirtyBuffers.push_back(function);
+        s_fakeNvml->dirtyBuffers.emplace_back(function);
     }
 }
 
@@ -153,7 +153,7 @@ EntryPoint Export(const char* name, Function* function) {
 #define EXPORT(name, function, ...) Export(name, &function<name __VA_OPT__(, ) __VA_ARGS__>)
 
 const std::vector<EntryPoint>& EntryPoints() {
-    static const std::vector<EntryPoint> s_entryPoints{
+    static const std::vector<EntryPoint> kEntryPoints{
         EXPORT("nvmlInit_v2", NoArguments),
         EXPORT("nvmlInit", NoArguments),
         EXPORT("nvmlShutdown", NoArguments),
@@ -179,7 +179,7 @@ const std::vector<EntryPoint>& EntryPoints() {
         Export("nvmlSystemGetDriverVersion", &GetDriverVersion),
         EXPORT("nvmlDeviceGetBoardPartNumber", GetText, &FakeGpu::serial),
     };
-    return s_entryPoints;
+    return kEntryPoints;
 }
 
 HMODULE FakeModule() { return reinterpret_cast<HMODULE>(&s_fakeNvml); }
@@ -246,7 +246,7 @@ struct CFakeNvml::Patches {
         if (module != FakeModule()) {
             return free.Original(module);
         }
-        s_fakeNvml->windowsCalls.push_back(L"FreeLibrary");
+        s_fakeNvml->windowsCalls.emplace_back(L"FreeLibrary");
         return TRUE;
     });
     PATCH_IMPORT(exists, PathFileExistsW, [this](const wchar_t* path) {

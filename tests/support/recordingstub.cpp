@@ -45,7 +45,7 @@ bool CRecordingStub::WaitForMessages(ULONG_PTR code, size_t count) {
     });
 }
 
-LRESULT CRecordingStub::SendToWorker(ULONG_PTR code) {
+LRESULT CRecordingStub::SendToWorker(ULONG_PTR code) const {
     HelloPayload hello{};
     for (const StubMessage& message : Messages()) {
         if (message.code == kCopyDataHello && message.payload.size() == sizeof(hello)) {

@@ -40,7 +40,7 @@ class CRecordingStub {
     bool WaitForMessages(ULONG_PTR code, size_t count);
 
     /** Sends a WM_COPYDATA without payload to the window named in the hello; returns the answer. */
-    LRESULT SendToWorker(ULONG_PTR code);
+    LRESULT SendToWorker(ULONG_PTR code) const;
 
     /** Destroys the window and waits for the end of its thread. */
     void Destroy() { m_window.Destroy(); }

@@ -6,7 +6,7 @@
 
 #include "base/slottable.h"
 
-using zorvane::SlotObject;
+using zorvane::SlotObject;  // NOLINT(misc-unused-using-decls): used by who includes this
 
 [[noreturn]] inline void ThrowUnusedSlot(size_t number) {
     throw std::logic_error("slot " + std::to_string(number) + " was called and is not in use");

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "base/peimage.h"
@@ -31,12 +32,9 @@ class LibrarySearch : public testing::Test {
 bool Narrows(const std::wstring& program) {
     const auto image = zorvane::CPeImage::OfFile(BuildFolder(L"bin") + L"\\" + program);
     EXPECT_TRUE(image.IsValid());
-    for (const zorvane::PeImport& import : image.Imports()) {
-        if (import.function == "SetDefaultDllDirectories") {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(image.Imports(), [](const zorvane::PeImport& import) {
+        return import.function == "SetDefaultDllDirectories";
+    });
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <exception>
 #include <new>
 
@@ -29,12 +30,7 @@ Thrown Filled(unsigned char value) {
 }
 
 bool IsFilled(const Thrown& thrown, unsigned char value) {
-    for (const unsigned char byte : thrown.bytes) {
-        if (byte != value) {
-            return false;
-        }
-    }
-    return true;
+    return std::ranges::all_of(thrown.bytes, [value](unsigned char byte) { return byte == value; });
 }
 
 // Throws and catches one inside the other; the number of those that arrived as they were thrown.

@@ -16,12 +16,12 @@ namespace {
 constexpr int kThreads = 200;
 
 struct DestructionWatcher {
-    explicit DestructionWatcher(int& uncaught) : m_uncaught(uncaught) {}
-    ~DestructionWatcher() { m_uncaught = std::uncaught_exceptions(); }
+    explicit DestructionWatcher(int& uncaught) : uncaught(uncaught) {}
+    ~DestructionWatcher() { uncaught = std::uncaught_exceptions(); }
     DestructionWatcher(const DestructionWatcher&) = delete;
     DestructionWatcher& operator=(const DestructionWatcher&) = delete;
 
-    int& m_uncaught;
+    int& uncaught;
 };
 
 }  // namespace
@@ -35,7 +35,7 @@ TEST(ThreadExceptions, AreKeptApartInManyThreadsAtOnce) {
         threads.emplace_back([&, number] {
             try {
                 try {
-                    throw number;
+                    throw int{number};
                 } catch (int) {
                     if (++inside == kThreads) {
                         SetEvent(all);

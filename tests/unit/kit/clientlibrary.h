@@ -26,6 +26,7 @@ class CClientLibrary {
     /** Whether the DLL is in memory, whoever holds it. */
     bool IsLoaded() const;
 
+    // NOLINTBEGIN(readability-identifier-naming): they are called as functions.
     decltype(&zorvane_client_version) Version = nullptr;
     decltype(&zorvane_open) Open = nullptr;
     decltype(&zorvane_start) Start = nullptr;
@@ -36,6 +37,7 @@ class CClientLibrary {
     decltype(&zorvane_close) Close = nullptr;
     decltype(&zorvane_result_text) ResultText = nullptr;
     decltype(&zorvane_event_name) EventName = nullptr;
+    // NOLINTEND(readability-identifier-naming)
 
   private:
     CTempFolder m_folder;

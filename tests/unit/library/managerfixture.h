@@ -16,7 +16,7 @@
 #include "tests/support/tempfolder.h"
 #include "tests/support/testlog.h"
 
-/** One GPU and an AMD processor; the host quits in the pause after `cycles` cycles. */
+/** One GPU and an AMD processor; the host quits in the pause after `m_cycles` cycles. */
 class CManagerTest : public testing::Test {
   protected:
     CManagerTest() {
@@ -27,13 +27,13 @@ class CManagerTest : public testing::Test {
 
     bool OnWait(DWORD timeoutMs) {
         if (timeoutMs == 0) {
-            return onPoll && onPoll();
+            return m_onPoll && m_onPoll();
         }
         ++m_pauses;
-        if (onPause) {
-            onPause(m_pauses);
+        if (m_onPause) {
+            m_onPause(m_pauses);
         }
-        return m_pauses >= cycles;
+        return m_pauses >= m_cycles;
     }
 
     /** The codes of what was sent, in order: 3344 GPU record, 3345 CPU temperature. */
@@ -57,11 +57,11 @@ class CManagerTest : public testing::Test {
                              [&](const std::string& line) { return line.ends_with(end); });
     }
 
-    int cycles = 1;
+    int m_cycles = 1;
     /** The answer to WaitQuit(0); false when empty. */
-    std::function<bool()> onPoll;
+    std::function<bool()> m_onPoll;
     /** Called in each pause with its number, from 1. */
-    std::function<void(int pause)> onPause;
+    std::function<void(int pause)> m_onPause;
 
     CTestLog m_log;
     CTempFolder m_folder;

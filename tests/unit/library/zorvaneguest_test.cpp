@@ -71,7 +71,7 @@ TEST(ZorvaneGuest, IsNotCalledWhenAThreadStartsOrEnds) {
     const CLoadedLibrary library;
     // Static: the loader calls the entry points once more when the process ends.
     static CEntryCounter s_library(library.Module());
-    static CEntryCounter s_other(library.Platform());
+    static CEntryCounter s_other(CLoadedLibrary::Platform());
     std::thread([] {}).join();
     EXPECT_EQ(s_other.Calls(), 2) << "a library that asked for nothing is called at both ends";
     EXPECT_EQ(s_library.Calls(), 0);

@@ -15,7 +15,7 @@ class ZorvaneProcessCycle : public CManagerTest {
   protected:
     // The first dynamic record is followed by a quit that only the NVML task gets to see.
     void DropNvmlTaskInCycle(int cycle) {
-        onPoll = [this, cycle, seen = 0]() mutable {
+        m_onPoll = [this, cycle, seen = 0]() mutable {
             const auto& messages = m_process->messages;
             const bool afterDynamic = !messages.empty() && messages.back().code == kGpu &&
                                       messages.back().payload[68] == 2;
@@ -28,7 +28,7 @@ class ZorvaneProcessCycle : public CManagerTest {
 }  // namespace
 
 TEST_F(ZorvaneProcessCycle, RunsTheTasksInTheOrderOfAddingWithAPauseOfOneSecondBetween) {
-    cycles = 3;
+    m_cycles = 3;
     EXPECT_EQ(m_manager.Execute(m_process), 1);
     EXPECT_THAT(Codes(), ElementsAre(kGpu, kGpu, kCpu, kGpu, kCpu, kGpu, kCpu));
     EXPECT_EQ(m_process->messages.at(2).payload, std::string("{\"CpuTemp\":47}") + '\0');
@@ -43,7 +43,7 @@ TEST_F(ZorvaneProcessCycle, EndsInThePauseInWhichTheProcessQuits) {
 }
 
 TEST_F(ZorvaneProcessCycle, DropsATaskThatFailsAndRunsTheOneThatMovesUpInTheSameCycle) {
-    cycles = 3;
+    m_cycles = 3;
     DropNvmlTaskInCycle(1);
     EXPECT_EQ(m_manager.Execute(m_process), 1);
     EXPECT_THAT(Codes(), ElementsAre(kGpu, kGpu, kCpu, kCpu, kCpu));
@@ -53,7 +53,7 @@ TEST_F(ZorvaneProcessCycle, DropsATaskThatFailsAndRunsTheOneThatMovesUpInTheSame
 }
 
 TEST_F(ZorvaneProcessCycle, DropsATaskAlsoInALaterCycleForGood) {
-    cycles = 4;
+    m_cycles = 4;
     DropNvmlTaskInCycle(2);
     EXPECT_EQ(m_manager.Execute(m_process), 1);
     EXPECT_THAT(Codes(), ElementsAre(kGpu, kGpu, kCpu, kGpu, kCpu, kCpu, kCpu));
@@ -61,8 +61,8 @@ TEST_F(ZorvaneProcessCycle, DropsATaskAlsoInALaterCycleForGood) {
 }
 
 TEST_F(ZorvaneProcessCycle, ReleasesATaskThatFailsBeforeItsLogLineAndOnlyOnce) {
-    cycles = 2;
-    onPause = [this](int) { m_amd.temperature = 0.0; };
+    m_cycles = 2;
+    m_onPause = [this](int) { m_amd.temperature = 0.0; };
     EXPECT_EQ(m_manager.Execute(m_process), 1);
     EXPECT_THAT(Codes(), ElementsAre(kGpu, kGpu, kCpu, kGpu));
     EXPECT_EQ(AmdCalls("UnInit"), 1);
@@ -85,14 +85,14 @@ TEST_F(ZorvaneProcessCycle, EndsWithoutAPauseWhenTheLastTaskFails) {
 }
 
 TEST_F(ZorvaneProcessCycle, HasNoQuitCheckBetweenItsTasks) {
-    onPoll = [this] { return !m_process->messages.empty(); };
+    m_onPoll = [this] { return !m_process->messages.empty(); };
     EXPECT_EQ(m_manager.Execute(m_process), 1);
     EXPECT_THAT(Codes(), ElementsAre(kGpu, kGpu, kCpu));
     EXPECT_THAT(m_process->waits, ElementsAre(0u, 0u, 0u, 1000u));
 }
 
 TEST_F(ZorvaneProcessCycle, LogsInFullFiveTimes) {
-    cycles = 5;
+    m_cycles = 5;
     m_manager.Execute(m_process);
     EXPECT_EQ(LogLines(kLogOff), 0);
     EXPECT_EQ(LogLines("NVML gpu count:1"), 5);
@@ -100,9 +100,9 @@ TEST_F(ZorvaneProcessCycle, LogsInFullFiveTimes) {
 }
 
 TEST_F(ZorvaneProcessCycle, TurnsTheLogOffAfterTheTasksOfTheSixthCycleAndOfEveryLaterOne) {
-    cycles = 8;
+    m_cycles = 8;
     std::vector<long long> markers;
-    onPause = [&](int) { markers.push_back(LogLines(kLogOff)); };
+    m_onPause = [&](int) { markers.push_back(LogLines(kLogOff)); };
     EXPECT_EQ(m_manager.Execute(m_process), 1);
     EXPECT_THAT(markers, ElementsAre(0, 0, 0, 0, 0, 1, 2, 3));
     EXPECT_EQ(LogLines("NVML gpu count:1"), 6);
@@ -111,7 +111,7 @@ TEST_F(ZorvaneProcessCycle, TurnsTheLogOffAfterTheTasksOfTheSixthCycleAndOfEvery
 
 TEST_F(ZorvaneProcessCycle, TurnsTheLogOffAlsoInASixthCycleThatLosesTheLastTask) {
     SwitchAmdTaskOff();
-    cycles = 9;
+    m_cycles = 9;
     DropNvmlTaskInCycle(6);
     EXPECT_EQ(m_manager.Execute(m_process), 1);
     EXPECT_EQ(LogLines("task erro. size:0"), 1);

@@ -21,7 +21,7 @@ TEST_F(ZorvaneProcessEnd, IsAtOnceForANullProcess) {
 }
 
 TEST_F(ZorvaneProcessEnd, IsAfterInitWithoutACycleOrAReleaseWhenTheProcessQuitsAlready) {
-    onPoll = [] { return true; };
+    m_onPoll = [] { return true; };
     EXPECT_EQ(m_manager.Execute(m_process), 0);
     EXPECT_THAT(m_process->waits, ElementsAre(0u));
     EXPECT_THAT(m_process->messages, IsEmpty());
@@ -54,7 +54,7 @@ TEST_F(ZorvaneProcessEnd, ReleasesEveryTaskOnceAfterTheLogLineAndDestroysThem) {
 }
 
 TEST_F(ZorvaneProcessEnd, ReleasesEveryTaskAlsoWhenMemoryRunsOutInACycle) {
-    onPause = [](int) { throw std::bad_alloc(); };
+    m_onPause = [](int) { throw std::bad_alloc(); };
     EXPECT_THROW(m_manager.Execute(m_process), std::bad_alloc);
     EXPECT_EQ(AmdCalls("UnInit"), 1);
     EXPECT_EQ(m_nvml.calls.back(), "nvmlShutdown()");

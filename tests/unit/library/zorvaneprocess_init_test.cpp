@@ -10,10 +10,8 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 class ZorvaneProcessInit : public CManagerTest {
   protected:

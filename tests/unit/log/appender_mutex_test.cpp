@@ -53,15 +53,15 @@ TEST_F(AppenderMutex, AForcedFlushWaitsForItWithoutLimitAndThenWrites) {
     m_appender.Flush(L"one", false);
     CMutexHolder neighbour(m_name);
     std::promise<void> waiting;
-    thread_local bool t_flushing = false;
+    thread_local bool s_flushing = false;
     PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE mutex, DWORD timeoutMs) {
-        if (timeoutMs == INFINITE && std::exchange(t_flushing, false)) {
+        if (timeoutMs == INFINITE && std::exchange(s_flushing, false)) {
             waiting.set_value();
         }
         return wait.Original(mutex, timeoutMs);
     });
     std::future<void> flush = std::async(std::launch::async, [&] {
-        t_flushing = true;
+        s_flushing = true;
         m_appender.Flush(L"two", true);
     });
     const bool waited =

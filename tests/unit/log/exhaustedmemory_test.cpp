@@ -38,7 +38,7 @@ void FailEachAllocation() {
                 CAllocationRecord allocations({first, isForGood});
                 attempt.WithoutMemory();
                 allocations.StopCounting();
-                hasFailed = allocations.HasFailed();
+                hasFailed = CAllocationRecord::HasFailed();
             }
             attempt.Afterwards(hasFailed);
             ASSERT_TRUE(first > 0 || hasFailed) << "nothing was allocated at all";

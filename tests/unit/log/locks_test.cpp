@@ -54,15 +54,15 @@ TEST(CriticalSection, KeepsOtherThreadsOutUntilItIsLeftAsOftenAsItWasEntered) {
     std::promise<void> blocked;
     std::atomic<bool> ownerLeft = false;
     // The threading library uses critical sections too; only the log's are recorded.
-    thread_local bool t_trying = false;
+    thread_local bool s_trying = false;
     PATCH_IMPORT(enter, EnterCriticalSection, [&](LPCRITICAL_SECTION section) {
-        if (std::exchange(t_trying, false)) {
+        if (std::exchange(s_trying, false)) {
             blocked.set_value();
         }
         enter.Original(section);
     });
     std::future<bool> other = std::async(std::launch::async, [&] {
-        t_trying = true;
+        s_trying = true;
         Enter(lock);
         const bool afterOwner = ownerLeft;
         Leave(lock);

@@ -226,15 +226,15 @@ TEST_F(LoggerTest, WithoutMemoryForTheAppenderGoesOnWithoutOne) {
 TEST_F(LoggerTest, CountsANullPathAsEmpty) {
     std::vector<std::wstring> paths;
     PATCH_IMPORT(remove, _wremove, [&](const wchar_t* path) {
-        paths.push_back(path);
+        paths.emplace_back(path);
         return -1;
     });
     PATCH_IMPORT(look, PathFileExistsW, [&](const wchar_t* path) {
-        paths.push_back(path);
+        paths.emplace_back(path);
         return FALSE;
     });
     PATCH_IMPORT(open, _wsopen_s, [&](int* file, const wchar_t* path, auto...) {
-        paths.push_back(path);
+        paths.emplace_back(path);
         *file = -1;
         return ENOENT;
     });

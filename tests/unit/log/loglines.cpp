@@ -9,15 +9,14 @@
 extern "C" void* __imp__localtime64_s;
 
 std::vector<std::string> LogTexts(const std::wstring& path) {
-    static const std::regex s_stamp(
-        R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d \[ *\d+\]\[ *\d+\]\[\w*\])");
+    static const std::regex kStamp(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d \[ *\d+\]\[ *\d+\]\[\w*\])");
     const std::string bytes = ReadFileBytes(path);
     std::vector<std::string> texts;
     for (const std::string& line : SplitLines(bytes)) {
         std::smatch stamp;
         const bool whole =
-            std::regex_search(line, stamp, s_stamp, std::regex_constants::match_continuous) &&
-            !std::regex_search(stamp.suffix().str(), s_stamp);
+            std::regex_search(line, stamp, kStamp, std::regex_constants::match_continuous) &&
+            !std::regex_search(stamp.suffix().str(), kStamp);
         texts.push_back(whole ? stamp.suffix().str() : "torn: " + line);
     }
     if (!bytes.empty() && !bytes.ends_with("\r\n")) {

@@ -150,10 +150,10 @@ TEST(MissingReasons, AreNotSettledWhileTheWorkerStillTries) {
     };
     EXPECT_EQ(CpuReason(lines), "driver.service.1275");
     EXPECT_FALSE(DiagnosisOf(lines).Settled().cpu);
-    lines.push_back({"zorvaneprocess", "add AmdSdkTask failed"});
+    lines.emplace_back("zorvaneprocess", "add AmdSdkTask failed");
     EXPECT_EQ(IdOf(DiagnosisOf(lines).Settled().cpu), "driver.service.1275");
     EXPECT_FALSE(DiagnosisOf(lines).Settled().gpu);
-    lines.push_back({"", "-------log start"});
+    lines.emplace_back("", "-------log start");
     EXPECT_FALSE(DiagnosisOf(lines).Settled().cpu);
 }
 
@@ -174,7 +174,7 @@ TEST(MissingReasons, AreNotSettledBeforeTheOtherWayToReadWasTried) {
                                            {"amdsdktask", "GetPMTableData failed"}};
     EXPECT_EQ(CpuReason(lines), "amd.pm_table");
     EXPECT_FALSE(DiagnosisOf(lines).Settled().cpu);
-    lines.push_back({"amdsdktask", "temp is 0"});
+    lines.emplace_back("amdsdktask", "temp is 0");
     EXPECT_EQ(IdOf(DiagnosisOf(lines).Settled().cpu), "amd.pm_table");
 }
 

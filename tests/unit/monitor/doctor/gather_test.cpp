@@ -147,7 +147,7 @@ TEST_F(GatherTest, OfALargeLogTheBeginAndTheEndAreRead) {
     std::string bytes =
         "11-21 19:48:39.186 [    5][    6][E]-------log start\r\n"
         "11-21 19:48:39.208 [    5][    6][E][I][ 103][amdsdktask] User is not admin...\r\n";
-    while (bytes.size() < 6 * 1024 * 1024) {
+    while (bytes.size() < size_t{6} << 20) {
         bytes += filler;
     }
     WriteFileBytes(LogPath(), bytes + "11-21 20:00:00.000 [    7][    8][E]-------log start\r\n");

@@ -33,7 +33,9 @@ struct Situation {
     const char* remedy;
 };
 
-void PrintTo(const Situation& situation, std::ostream* out) { *out << situation.name; }
+[[maybe_unused]] void PrintTo(const Situation& situation, std::ostream* out) {
+    *out << situation.name;
+}
 
 void RemoveNvidia(MachineFacts& facts) {
     facts.gpu.adapters = {{"Intel UHD Graphics 770", false, "igfx", 0}};

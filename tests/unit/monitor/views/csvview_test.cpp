@@ -9,8 +9,6 @@
 namespace zorvane {
 namespace {
 
-using testing::ElementsAre;
-
 class CsvViewTest : public testing::Test {
   protected:
     // The rows of one round in these columns.

@@ -57,11 +57,6 @@ std::optional<CallError> CInterrupts::Install() {
 
 HANDLE CInterrupts::Event() const { return s_interrupted; }
 
-unsigned CInterrupts::Take() {
-    const unsigned count = s_count.load();
-    const unsigned fresh = count - m_taken;
-    m_taken = count;
-    return fresh;
-}
+unsigned CInterrupts::Take() { return s_count.exchange(0); }
 
 }  // namespace zorvane

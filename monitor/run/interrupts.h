@@ -34,9 +34,6 @@ class CInterrupts {
 
     /** How many came since the last call. */
     unsigned Take();
-
-  private:
-    unsigned m_taken = 0;
 };
 
 }  // namespace zorvane

@@ -60,7 +60,7 @@ std::map<std::wstring, std::wstring> Model(const WordList& words) {
             value = value.substr(1);
         }
         if (!value.empty() && value[value.size() - 1] == L'"') {
-            value = value.substr(0, value.size() - 1);
+            value.pop_back();
         }
         values[Upper(Trimmed(key))] = value;
     }

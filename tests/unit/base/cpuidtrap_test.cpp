@@ -69,7 +69,7 @@ TEST(CpuidTrapTest, LeavesCodeThatCannotBeWrittenAlone) {
 TEST(HoldsCpuidAtTest, IsTrueOfTheInstructionsPlacesOnly) {
     const auto program = CPeImage::OfModule(nullptr);
     const uint32_t site = SiteAddress();
-    const auto holds = [&](std::vector<uint32_t> addresses) {
+    const auto holds = [&](const std::vector<uint32_t>& addresses) {
         return HoldsCpuidAt(program, addresses);
     };
     EXPECT_TRUE(holds({site}));

@@ -212,7 +212,7 @@ class CWorker {
         }
     }
 
-    void Stop(CTestedProcess& host) {
+    void Stop(CTestedProcess& host) const {
         EXPECT_TRUE(host.created.Wait());
         PassTurns(m_plan.turnsBeforeStop);
         COPYDATASTRUCT stop{kCopyDataStop, 0, nullptr};

@@ -16,7 +16,7 @@ BOOL CTestedProcess::ProcessWindowMessage(HWND window, UINT message, WPARAM wPar
     return handled;
 }
 
-CRunningProcess::CRunningProcess(const std::wstring& commandLine, Work work)
+CRunningProcess::CRunningProcess(const std::wstring& commandLine, const Work& work)
     : m_thread([this, commandLine, work] {
           m_process->Init(commandLine.c_str(), [this, work] { work(*m_process); });
           m_process->Run();

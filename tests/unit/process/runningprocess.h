@@ -32,7 +32,7 @@ class CRunningProcess {
     using Work = std::function<void(CTestedProcess&)>;
 
     /** `work` is the work function; by default it waits until the end is asked for. */
-    explicit CRunningProcess(const std::wstring& commandLine, Work work = WaitForQuit);
+    explicit CRunningProcess(const std::wstring& commandLine, const Work& work = WaitForQuit);
     ~CRunningProcess();
     CRunningProcess(const CRunningProcess&) = delete;
     CRunningProcess& operator=(const CRunningProcess&) = delete;

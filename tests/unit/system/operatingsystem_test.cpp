@@ -111,7 +111,7 @@ struct Version {
     bool isWindows10;
 };
 
-void PrintTo(const Version& version, std::ostream* stream) {
+[[maybe_unused]] void PrintTo(const Version& version, std::ostream* stream) {
     *stream << version.major << "." << version.minor;
 }
 

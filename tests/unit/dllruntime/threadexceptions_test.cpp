@@ -16,7 +16,7 @@ namespace {
 constexpr int kThreads = 200;
 
 struct DestructionWatcher {
-    explicit DestructionWatcher(int& uncaught) : uncaught(uncaught) {}
+    explicit DestructionWatcher(int& count) : uncaught(count) {}
     ~DestructionWatcher() { uncaught = std::uncaught_exceptions(); }
     DestructionWatcher(const DestructionWatcher&) = delete;
     DestructionWatcher& operator=(const DestructionWatcher&) = delete;

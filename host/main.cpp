@@ -39,5 +39,4 @@ int main() {
         return Fail(loaded, error);
     }
     RunWorker(library, words);
-    return static_cast<int>(HostExit::kOrderlyEnd);
 }

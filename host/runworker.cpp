@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "host/hostexit.h"
 #include "host/leftovers.h"
 #include "host/nvmlfolder.h"
 #include "host/reporterror.h"
@@ -58,4 +59,8 @@ void RunWorker(const CWorkerLibrary& library, const HostWords& words) {
     library.Run(GetCommandLineW());
     leftovers->ClearAway();
     worker->SetEnded();
+    // A vendor's library can hang when it is told of the end of the process. By then Windows has
+    // ended all other threads, so nobody could end a worker whose stub has gone.
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(HostExit::kOrderlyEnd));
+    ExitProcess(static_cast<UINT>(HostExit::kOrderlyEnd));
 }

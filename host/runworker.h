@@ -5,8 +5,8 @@
 #include "host/workerlibrary.h"
 
 /**
- * Calls the library's export on this thread, and returns when the worker has ended and what it left
- * behind has been removed. Call it once, right before the process ends. If the stub goes and the
- * worker does not end in time, the process is ended by force and this does not return.
+ * Calls the library's export on this thread, removes what the worker left behind, and ends the
+ * process with kOrderlyEnd. If the stub goes and the worker does not end in time, the process is
+ * ended by force. No library is told of the end, and no static object is destroyed.
  */
-void RunWorker(const CWorkerLibrary& library, const HostWords& words);
+[[noreturn]] void RunWorker(const CWorkerLibrary& library, const HostWords& words);

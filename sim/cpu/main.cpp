@@ -64,7 +64,6 @@ int RunOn(Scenario& scenario, const HostWords& words) {
         SimulateSystem(nullptr, *scenario.machine);
     }
     RunWorker(library, words);
-    return static_cast<int>(HostExit::kOrderlyEnd);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // A worker library that only reports how it was called: the command line as UTF-16 on standard
 // output and in an environment variable of its process, and the process's error mode behind it if
-// it ends with --error-mode.
+// it ends with --error-mode. If it ends with --hang-at-exit, so does the process when it unloads
+// its libraries, as a vendor's can.
 #include <windows.h>
 
 #include <wchar.h>
@@ -17,6 +18,14 @@ void Write(const wchar_t* text) {
 }
 
 }  // namespace
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+    if (reason == DLL_PROCESS_DETACH &&
+        std::wstring_view(GetCommandLineW()).ends_with(L" --hang-at-exit")) {
+        Sleep(INFINITE);
+    }
+    return TRUE;
+}
 
 extern "C" __declspec(dllexport) void ZorvaneProcess(wchar_t* commandLine) {
     SetEnvironmentVariableW(L"RECORDED_COMMAND_LINE", commandLine);

@@ -77,6 +77,12 @@ TEST_F(Host, LetsNobodyBeAskedAboutACrashOfTheLibrary) {
     EXPECT_THAT(WideOutput(host), EndsWith(L" --error-mode=" + std::to_wstring(kExpected)));
 }
 
+TEST_F(Host, EndsThoughALibraryHangsWhenTheProcessDoes) {
+    m_folder.CopyAs(L"tests", L"recordingworker.dll", L"Zorvane.dll");
+    const CChildProcess host(m_folder.PathOf(L"zorvanehost.exe"), L"--hang-at-exit");
+    EXPECT_EQ(host.Wait(), Code(HostExit::kOrderlyEnd));
+}
+
 TEST_F(Host, FailsWhenThereIsNoLibraryBesideIt) {
     EXPECT_THAT(FailureOf(m_folder, L"--entry=x", HostExit::kLibraryMissing),
                 HasSubstr("\\Zorvane.dll not found: "));

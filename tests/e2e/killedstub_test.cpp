@@ -27,14 +27,16 @@ int Kills() {
     return wanted.empty() ? 20 : std::stoi(wanted);
 }
 
-// The first process that `parent` has started; null when there is none.
-zorvane::CUniqueHandle OpenChildOf(DWORD parent) {
+// The worker that `stub` has started; null when there is none. By its name, too: the id of a
+// process is given anew, so a process of another kind can have an earlier parent of the same id.
+zorvane::CUniqueHandle OpenWorkerOf(DWORD stub) {
     const zorvane::CUniqueHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof(entry);
     for (BOOL more = Process32FirstW(snapshot.get(), &entry); more;
          more = Process32NextW(snapshot.get(), &entry)) {
-        if (entry.th32ParentProcessID == parent) {
+        if (entry.th32ParentProcessID == stub &&
+            _wcsicmp(entry.szExeFile, L"zorvanesimhost.exe") == 0) {
             return zorvane::CUniqueHandle(OpenProcess(
                 SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
         }
@@ -72,7 +74,7 @@ TEST(KilledStub, LeavesNoWorkerAndNoServiceBehind) {
             Sleep(moment);
         }
         monitor.Kill();
-        const zorvane::CUniqueHandle worker = OpenChildOf(monitor.Id());
+        const zorvane::CUniqueHandle worker = OpenWorkerOf(monitor.Id());
         SCOPED_TRACE("kill " + std::to_string(kill) + " after " + std::to_string(moment) +
                      " ms, seed " + std::to_string(seed));
         if (worker) {

@@ -1,8 +1,6 @@
 // zorvanemon killed at random moments. ZORVANE_KILLS=N kills it N times in place of 20. Wine only.
 #include <gtest/gtest.h>
 #include <windows.h>
-// After windows.h, which it needs.
-#include <tlhelp32.h>
 
 #include <cstdlib>
 #include <random>
@@ -25,23 +23,6 @@ constexpr DWORD kBoundMs = 60000;
 int Kills() {
     const std::wstring wanted = zorvane::EnvironmentVariable(L"ZORVANE_KILLS");
     return wanted.empty() ? 20 : std::stoi(wanted);
-}
-
-// The worker that `stub` has started; null when there is none. By its name, too: the id of a
-// process is given anew, so a process of another kind can have an earlier parent of the same id.
-zorvane::CUniqueHandle OpenWorkerOf(DWORD stub) {
-    const zorvane::CUniqueHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof(entry);
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more;
-         more = Process32NextW(snapshot.get(), &entry)) {
-        if (entry.th32ParentProcessID == stub &&
-            _wcsicmp(entry.szExeFile, L"zorvanesimhost.exe") == 0) {
-            return zorvane::CUniqueHandle(OpenProcess(
-                SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
-        }
-    }
-    return nullptr;
 }
 
 // False when the worker has not installed its driver service within a minute.
@@ -74,7 +55,7 @@ TEST(KilledStub, LeavesNoWorkerAndNoServiceBehind) {
             Sleep(moment);
         }
         monitor.Kill();
-        const zorvane::CUniqueHandle worker = OpenWorkerOf(monitor.Id());
+        const zorvane::CUniqueHandle worker = monitor.OpenChild(L"zorvanesimhost.exe");
         SCOPED_TRACE("kill " + std::to_string(kill) + " after " + std::to_string(moment) +
                      " ms, seed " + std::to_string(seed));
         if (worker) {

@@ -1,5 +1,9 @@
 #include "tests/support/childprocess.h"
 
+#include <windows.h>
+// After windows.h, which it needs.
+#include <tlhelp32.h>
+
 #include <stdexcept>
 
 #include "base/callerror.h"
@@ -63,4 +67,20 @@ void CChildProcess::Kill() const {
     constexpr UINT kKilled = 99;
     TerminateProcess(m_process.get(), kKilled);
     WaitForSingleObject(m_process.get(), INFINITE);
+}
+
+// By the name, too: the id of a process is given anew, so a process of another kind can have had a
+// parent of the same id.
+zorvane::CUniqueHandle CChildProcess::OpenChild(const wchar_t* name) const {
+    const zorvane::CUniqueHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof(entry);
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more;
+         more = Process32NextW(snapshot.get(), &entry)) {
+        if (entry.th32ParentProcessID == m_id && _wcsicmp(entry.szExeFile, name) == 0) {
+            return zorvane::CUniqueHandle(OpenProcess(
+                SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
+        }
+    }
+    return nullptr;
 }

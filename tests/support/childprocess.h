@@ -38,6 +38,9 @@ class CChildProcess {
     /** Ends it by force. */
     void Kill() const;
 
+    /** The process of the program file `name` that it has started; null when there is none. */
+    zorvane::CUniqueHandle OpenChild(const wchar_t* name) const;
+
   private:
     CTempFolder m_folder;
     zorvane::CUniqueHandle m_job;

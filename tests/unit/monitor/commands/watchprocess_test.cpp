@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
-// After windows.h, which it needs.
-#include <tlhelp32.h>
 
 #include "base/handle.h"
 #include "tests/unit/monitor/commands/monitorprocess.h"
@@ -184,26 +182,10 @@ TEST_F(MonitorProcessTest, ShowsNumbersThatCannotBeAsNotRead) {
     EXPECT_TRUE(Lines()[2].at("temperature_celsius").is_null());
 }
 
-// The first process whose parent is `parent`; null when there is none.
-CUniqueHandle OpenChildOf(DWORD parent) {
-    const CUniqueHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof(entry);
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more;
-         more = Process32NextW(snapshot.get(), &entry)) {
-        if (entry.th32ParentProcessID != parent) {
-            continue;
-        }
-        return CUniqueHandle(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
-                                         entry.th32ProcessID));
-    }
-    return nullptr;
-}
-
 TEST_F(MonitorProcessTest, LeavesItsWorkerToEndInOrderWhenItIsKilled) {
     Start(L"--format json", L"deaf hello gpu:0 repeat:20");
     ASSERT_TRUE(WaitForWorkers(1));
-    const CUniqueHandle worker = OpenChildOf(m_monitor->Id());
+    const CUniqueHandle worker = m_monitor->OpenChild(L"fakeworker.exe");
     ASSERT_TRUE(worker);
     m_monitor->Kill();
     ASSERT_EQ(WaitForSingleObject(worker.get(), kTimeoutMs), WAIT_OBJECT_0);

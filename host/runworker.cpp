@@ -1,5 +1,6 @@
 #include "host/runworker.h"
 
+#include <thread>
 #include <utility>
 
 #include "base/text.h"
@@ -44,10 +45,13 @@ void Say(const std::wstring& line) {
 }  // namespace
 
 void RunWorker(const CWorkerLibrary& library, const HostWords& words) {
-    // Deliberately leaked: other threads use them until the process ends.
-    auto* leftovers = new CLeftovers();
+    // Deliberately leaked: other threads use them until the process ends. One waits for the service
+    // manager and one for the desktop, so they wait at once.
+    CLeftovers* leftovers = nullptr;
+    std::thread look([&leftovers] { leftovers = new CLeftovers(); });
     const auto* worker = new CRunningExport(OpenStub(words));
     Note(HoldSystemEnd(*worker));
+    look.join();
     Say(leftovers->SystemNvml().Prepare(words.nvml));
     if (!leftovers->SystemNvml().IsUsed()) {
         AddNvmlFolder();

@@ -19,9 +19,9 @@ class KitArguments : public testing::Test {
     }
 
     ZorvaneResult Open() {
-        const ZorvaneResult result = m_library.Open(&m_options, &m_session, &m_error);
+        const ZorvaneResult result = m_library.open(&m_options, &m_session, &m_error);
         if (result == kZorvaneOk) {
-            m_library.Close(m_session);
+            m_library.close(m_session);
         }
         return result;
     }
@@ -49,8 +49,8 @@ TEST_F(KitArguments, NeedNothingButASize) {
 }
 
 TEST_F(KitArguments, MayLeaveOutTheError) {
-    EXPECT_EQ(m_library.Open(&m_options, nullptr, nullptr), ZorvaneResult{kZorvaneBadArgument});
-    EXPECT_EQ(m_library.Open(nullptr, &m_session, nullptr), ZorvaneResult{kZorvaneBadArgument});
+    EXPECT_EQ(m_library.open(&m_options, nullptr, nullptr), ZorvaneResult{kZorvaneBadArgument});
+    EXPECT_EQ(m_library.open(nullptr, &m_session, nullptr), ZorvaneResult{kZorvaneBadArgument});
     m_error.size = 8;
     EXPECT_EQ(Open(), ZorvaneResult{kZorvaneBadArgument});
     EXPECT_EQ(m_error.size, 8u);
@@ -82,38 +82,38 @@ TEST_F(KitArguments, MayBeOfALaterVersionThatAsksForNothingNew) {
     m_options.size = static_cast<uint32_t>(larger.size());
     std::memcpy(larger.data(), &m_options, sizeof(m_options));
     const auto* options = reinterpret_cast<const ZorvaneOptions*>(larger.data());
-    EXPECT_EQ(m_library.Open(options, &m_session, &m_error), ZorvaneResult{kZorvaneOk});
-    m_library.Close(m_session);
+    EXPECT_EQ(m_library.open(options, &m_session, &m_error), ZorvaneResult{kZorvaneOk});
+    m_library.close(m_session);
     larger.back() = 1;
-    EXPECT_EQ(m_library.Open(options, &m_session, &m_error), ZorvaneResult{kZorvaneBadArgument});
+    EXPECT_EQ(m_library.open(options, &m_session, &m_error), ZorvaneResult{kZorvaneBadArgument});
 }
 
 TEST_F(KitArguments, RefuseAnEventWithoutRoom) {
-    ASSERT_EQ(m_library.Open(&m_options, &m_session, nullptr), ZorvaneResult{kZorvaneOk});
+    ASSERT_EQ(m_library.open(&m_options, &m_session, nullptr), ZorvaneResult{kZorvaneOk});
     ZorvaneEvent event{};
-    EXPECT_EQ(m_library.NextEvent(m_session, &event, 0), ZorvaneResult{kZorvaneBadArgument});
+    EXPECT_EQ(m_library.nextEvent(m_session, &event, 0), ZorvaneResult{kZorvaneBadArgument});
     event.size = 0xCDCDCDCD;
-    EXPECT_EQ(m_library.NextEvent(m_session, &event, 0), ZorvaneResult{kZorvaneBadArgument});
-    EXPECT_EQ(m_library.NextEvent(m_session, nullptr, 0), ZorvaneResult{kZorvaneBadArgument});
-    m_library.Close(m_session);
+    EXPECT_EQ(m_library.nextEvent(m_session, &event, 0), ZorvaneResult{kZorvaneBadArgument});
+    EXPECT_EQ(m_library.nextEvent(m_session, nullptr, 0), ZorvaneResult{kZorvaneBadArgument});
+    m_library.close(m_session);
 }
 
 TEST_F(KitArguments, FindNoSessionWhereThereIsNone) {
     for (const auto call :
-         {m_library.Start, m_library.Stop, m_library.Pause, m_library.Resume, m_library.Close}) {
+         {m_library.start, m_library.stop, m_library.pause, m_library.resume, m_library.close}) {
         EXPECT_EQ(call(0), ZorvaneResult{kZorvaneNoSession});
         EXPECT_EQ(call(~0ull), ZorvaneResult{kZorvaneNoSession});
     }
 }
 
 TEST_F(KitArguments, HaveNamesForEveryNumber) {
-    EXPECT_EQ(m_library.Version(), ZORVANE_CLIENT_VERSION);
+    EXPECT_EQ(m_library.version(), ZORVANE_CLIENT_VERSION);
     for (ZorvaneResult result = kZorvaneOk; result <= kZorvaneCallFailed; ++result) {
-        EXPECT_STRNE(m_library.ResultText(result), "unknown result") << result;
+        EXPECT_STRNE(m_library.resultText(result), "unknown result") << result;
     }
-    EXPECT_STREQ(m_library.ResultText(999), "unknown result");
-    EXPECT_STREQ(m_library.EventName(kZorvaneEventWorkerExit), "worker_exit");
-    EXPECT_STREQ(m_library.EventName(kZorvaneEventEnd), "end");
-    EXPECT_STREQ(m_library.EventName(0), "unknown");
-    EXPECT_STREQ(m_library.EventName(999), "unknown");
+    EXPECT_STREQ(m_library.resultText(999), "unknown result");
+    EXPECT_STREQ(m_library.eventName(kZorvaneEventWorkerExit), "worker_exit");
+    EXPECT_STREQ(m_library.eventName(kZorvaneEventEnd), "end");
+    EXPECT_STREQ(m_library.eventName(0), "unknown");
+    EXPECT_STREQ(m_library.eventName(999), "unknown");
 }

@@ -35,16 +35,16 @@ void CClientLibrary::Load() {
     if (!m_module) {
         throw std::runtime_error("zorvaneclient.dll cannot be loaded");
     }
-    Bind(m_module, "zorvane_client_version", Version);
-    Bind(m_module, "zorvane_open", Open);
-    Bind(m_module, "zorvane_start", Start);
-    Bind(m_module, "zorvane_stop", Stop);
-    Bind(m_module, "zorvane_pause", Pause);
-    Bind(m_module, "zorvane_resume", Resume);
-    Bind(m_module, "zorvane_next_event", NextEvent);
-    Bind(m_module, "zorvane_close", Close);
-    Bind(m_module, "zorvane_result_text", ResultText);
-    Bind(m_module, "zorvane_event_name", EventName);
+    Bind(m_module, "zorvane_client_version", version);
+    Bind(m_module, "zorvane_open", open);
+    Bind(m_module, "zorvane_start", start);
+    Bind(m_module, "zorvane_stop", stop);
+    Bind(m_module, "zorvane_pause", pause);
+    Bind(m_module, "zorvane_resume", resume);
+    Bind(m_module, "zorvane_next_event", nextEvent);
+    Bind(m_module, "zorvane_close", close);
+    Bind(m_module, "zorvane_result_text", resultText);
+    Bind(m_module, "zorvane_event_name", eventName);
 }
 
 void CClientLibrary::Free() {
@@ -71,17 +71,17 @@ CTestSession::CTestSession(CClientLibrary& library, const std::string& script,
     }
     ZorvaneError error{};
     error.size = sizeof(error);
-    if (m_library.Open(&options, &m_session, &error) != kZorvaneOk) {
+    if (m_library.open(&options, &m_session, &error) != kZorvaneOk) {
         throw std::runtime_error(std::string(error.call.text) + ": " + error.text.text);
     }
 }
 
-CTestSession::~CTestSession() { m_library.Close(m_session); }
+CTestSession::~CTestSession() { m_library.close(m_session); }
 
 ZorvaneEvent CTestSession::Next() const {
     ZorvaneEvent event{};
     event.size = sizeof(event);
-    m_library.NextEvent(m_session, &event, kWaitMs);
+    m_library.nextEvent(m_session, &event, kWaitMs);
     return event;
 }
 

@@ -26,18 +26,16 @@ class CClientLibrary {
     /** Whether the DLL is in memory, whoever holds it. */
     bool IsLoaded() const;
 
-    // NOLINTBEGIN(readability-identifier-naming): they are called as functions.
-    decltype(&zorvane_client_version) Version = nullptr;
-    decltype(&zorvane_open) Open = nullptr;
-    decltype(&zorvane_start) Start = nullptr;
-    decltype(&zorvane_stop) Stop = nullptr;
-    decltype(&zorvane_pause) Pause = nullptr;
-    decltype(&zorvane_resume) Resume = nullptr;
-    decltype(&zorvane_next_event) NextEvent = nullptr;
-    decltype(&zorvane_close) Close = nullptr;
-    decltype(&zorvane_result_text) ResultText = nullptr;
-    decltype(&zorvane_event_name) EventName = nullptr;
-    // NOLINTEND(readability-identifier-naming)
+    decltype(&zorvane_client_version) version = nullptr;
+    decltype(&zorvane_open) open = nullptr;
+    decltype(&zorvane_start) start = nullptr;
+    decltype(&zorvane_stop) stop = nullptr;
+    decltype(&zorvane_pause) pause = nullptr;
+    decltype(&zorvane_resume) resume = nullptr;
+    decltype(&zorvane_next_event) nextEvent = nullptr;
+    decltype(&zorvane_close) close = nullptr;
+    decltype(&zorvane_result_text) resultText = nullptr;
+    decltype(&zorvane_event_name) eventName = nullptr;
 
   private:
     CTempFolder m_folder;

@@ -37,7 +37,7 @@ class KitSession : public testing::Test {
 TEST_F(KitSession, TellsReadingsWithTheirValidity) {
     const CTestSession session(m_library, kReporting,
                                [](ZorvaneOptions& options) { options.entry = "\xC3\xA4"; });
-    ASSERT_EQ(m_library.Start(session.Number()), ZorvaneResult{kZorvaneOk});
+    ASSERT_EQ(m_library.start(session.Number()), ZorvaneResult{kZorvaneOk});
     const ZorvaneEvent start = session.Next();
     EXPECT_EQ(start.type, ZorvaneEventType{kZorvaneEventWorkerStart});
     EXPECT_NE(start.workerId, 0u);
@@ -70,9 +70,9 @@ TEST_F(KitSession, TellsReadingsWithTheirValidity) {
 
 TEST_F(KitSession, EndsAWorkerInOrder) {
     const CTestSession session(m_library, "hello");
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     ASSERT_EQ(session.NextOf(kZorvaneEventHello).type, ZorvaneEventType{kZorvaneEventHello});
-    EXPECT_EQ(m_library.Stop(session.Number()), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(m_library.stop(session.Number()), ZorvaneResult{kZorvaneOk});
     const auto events = session.UntilEnd();
     ASSERT_THAT(TypesOf(events),
                 ElementsAre(kZorvaneEventStopStep, kZorvaneEventWorkerExit, kZorvaneEventEnd));
@@ -89,7 +89,7 @@ TEST_F(KitSession, EndsAWorkerInOrder) {
 
 TEST_F(KitSession, TellsACrashAndWhenTheNextWorkerComes) {
     const CTestSession session(m_library, "hello\ncrash");
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     const ZorvaneEvent exit = session.NextOf(kZorvaneEventWorkerExit);
     EXPECT_EQ(exit.exit.kind, ZorvaneExitKind{kZorvaneExitCrash});
     EXPECT_EQ(exit.exit.code, 0xC0000005u);
@@ -101,7 +101,7 @@ TEST_F(KitSession, TellsACrashAndWhenTheNextWorkerComes) {
 TEST_F(KitSession, LeavesACrashedWorkerWithoutRestart) {
     const CTestSession session(m_library, "hello\ncrash",
                                [](ZorvaneOptions& options) { options.flags = kZorvaneNoRestart; });
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     EXPECT_EQ(session.UntilEnd().back().endReason, ZorvaneEndReason{kZorvaneEndWorkerEnded});
 }
 
@@ -113,7 +113,7 @@ TEST_F(KitSession, TellsASilenceAndEndsAHungWorkerByAllSteps) {
         options.afterWindowMs = 20;
         options.flags = kZorvaneNoRestart;
     });
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     const ZorvaneEvent start = session.Next();
     const auto events = session.UntilEnd();
     ASSERT_THAT(TypesOf(events),
@@ -129,7 +129,7 @@ TEST_F(KitSession, TellsASilenceAndEndsAHungWorkerByAllSteps) {
 // The fake worker has loaded no library of the product, and so has no log.
 TEST_F(KitSession, TellsWhySomethingIsMissing) {
     const CTestSession session(m_library, "hello\ngpu:1\nrepeat:100");
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     const ZorvaneEvent missing = session.NextOf(kZorvaneEventMissing);
     EXPECT_STREQ(missing.what.text, "log");
     EXPECT_STREQ(missing.id.text, "log.unknown_place");
@@ -140,7 +140,7 @@ TEST_F(KitSession, TellsWhySomethingIsMissing) {
 TEST_F(KitSession, TellsWhichCallFailedWhenThereIsNoHost) {
     const CTestSession session(m_library, "",
                                [](ZorvaneOptions& options) { options.host = "Z:\\missing.exe"; });
-    EXPECT_EQ(m_library.Start(session.Number()), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(m_library.start(session.Number()), ZorvaneResult{kZorvaneOk});
     const auto events = session.UntilEnd();
     ASSERT_THAT(TypesOf(events), ElementsAre(kZorvaneEventStartFailed, kZorvaneEventEnd));
     EXPECT_STREQ(events[0].call.text, "CreateProcessW Z:\\missing.exe");
@@ -151,13 +151,13 @@ TEST_F(KitSession, TellsWhichCallFailedWhenThereIsNoHost) {
 
 TEST_F(KitSession, RunsNoWorkerWhilePaused) {
     const CTestSession session(m_library, "hello");
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     session.NextOf(kZorvaneEventHello);
-    EXPECT_EQ(m_library.Pause(session.Number()), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(m_library.pause(session.Number()), ZorvaneResult{kZorvaneOk});
     const ZorvaneEvent exit = session.NextOf(kZorvaneEventWorkerExit);
     EXPECT_EQ(exit.exit.kind, ZorvaneExitKind{kZorvaneExitOrderly});
     EXPECT_EQ(session.Next().type, ZorvaneEventType{kZorvaneEventPaused});
-    EXPECT_EQ(m_library.Resume(session.Number()), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(m_library.resume(session.Number()), ZorvaneResult{kZorvaneOk});
     EXPECT_EQ(session.Next().type, ZorvaneEventType{kZorvaneEventResumed});
     EXPECT_EQ(session.NextOf(kZorvaneEventHello).type, ZorvaneEventType{kZorvaneEventHello});
 }
@@ -167,7 +167,7 @@ TEST_F(KitSession, ReplacesAWorkerAtItsGreatestAge) {
         options.maxAgeSeconds = 1;
         options.staleAfterMs = 1000;
     });
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     const ZorvaneEvent start = session.NextOf(kZorvaneEventWorkerStart);
     EXPECT_STREQ(session.NextOf(kZorvaneEventNotice).id.text, "worker.max_age");
     const ZorvaneEvent exit = session.NextOf(kZorvaneEventWorkerExit);
@@ -178,11 +178,11 @@ TEST_F(KitSession, ReplacesAWorkerAtItsGreatestAge) {
 
 TEST_F(KitSession, CanBeStartedAgainAfterItsEndAndNotBefore) {
     const CTestSession session(m_library, "hello");
-    EXPECT_EQ(m_library.Start(session.Number()), ZorvaneResult{kZorvaneOk});
-    EXPECT_EQ(m_library.Start(session.Number()), ZorvaneResult{kZorvaneRunning});
-    m_library.Stop(session.Number());
+    EXPECT_EQ(m_library.start(session.Number()), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(m_library.start(session.Number()), ZorvaneResult{kZorvaneRunning});
+    m_library.stop(session.Number());
     EXPECT_EQ(session.UntilEnd().back().type, ZorvaneEventType{kZorvaneEventEnd});
-    EXPECT_EQ(m_library.Start(session.Number()), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(m_library.start(session.Number()), ZorvaneResult{kZorvaneOk});
     EXPECT_EQ(session.NextOf(kZorvaneEventHello).type, ZorvaneEventType{kZorvaneEventHello});
 }
 
@@ -190,7 +190,7 @@ TEST_F(KitSession, CountsEveryReadingAsToldOrDropped) {
     const CTestSession session(
         m_library, "hello\ngpu:0\ngpu:1\ngpu:0\ngpu:1\ngpu:0\ngpu:1\ngpu:0\ngpu:1\nexit:0",
         [](ZorvaneOptions& options) { options.queueLength = 2; });
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     const auto worker = OpenWorker(session.Next());
     EXPECT_EQ(WaitForExit(worker.get()), 0u);
     const auto events = session.UntilEnd();
@@ -203,25 +203,25 @@ TEST_F(KitSession, CountsEveryReadingAsToldOrDropped) {
 
 TEST_F(KitSession, LetsGoOfAWorkerThatRunsWhenItIsClosed) {
     const CTestSession session(m_library, "hello");
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     const auto worker = OpenWorker(session.Next());
     session.NextOf(kZorvaneEventHello);
-    EXPECT_EQ(m_library.Close(session.Number()), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(m_library.close(session.Number()), ZorvaneResult{kZorvaneOk});
     EXPECT_EQ(WaitForExit(worker.get()), 0u);
-    EXPECT_EQ(m_library.Close(session.Number()), ZorvaneResult{kZorvaneNoSession});
-    EXPECT_EQ(m_library.Start(session.Number()), ZorvaneResult{kZorvaneNoSession});
+    EXPECT_EQ(m_library.close(session.Number()), ZorvaneResult{kZorvaneNoSession});
+    EXPECT_EQ(m_library.start(session.Number()), ZorvaneResult{kZorvaneNoSession});
 }
 
 TEST_F(KitSession, AnswersAtOnceWhereNobodyWantsToWait) {
     const CTestSession session(m_library, "");
     ZorvaneEvent event{};
     event.size = sizeof(event);
-    EXPECT_EQ(m_library.NextEvent(session.Number(), &event, 0), ZorvaneResult{kZorvaneTimeout});
+    EXPECT_EQ(m_library.nextEvent(session.Number(), &event, 0), ZorvaneResult{kZorvaneTimeout});
 }
 
 TEST_F(KitSession, FillsMembersOfALaterVersionWithZero) {
     const CTestSession session(m_library, "hello");
-    m_library.Start(session.Number());
+    m_library.start(session.Number());
     struct {
         ZorvaneEvent event;
         char later[16];
@@ -230,7 +230,7 @@ TEST_F(KitSession, FillsMembersOfALaterVersionWithZero) {
     memset(larger.later, 'x', sizeof(larger.later));
     larger.behind = 'x';
     larger.event.size = sizeof(ZorvaneEvent) + sizeof(larger.later);
-    ASSERT_EQ(m_library.NextEvent(session.Number(), &larger.event, ZORVANE_NO_LIMIT),
+    ASSERT_EQ(m_library.nextEvent(session.Number(), &larger.event, ZORVANE_NO_LIMIT),
               ZorvaneResult{kZorvaneOk});
     EXPECT_EQ(larger.event.size, sizeof(ZorvaneEvent) + sizeof(larger.later));
     EXPECT_EQ(larger.later[0], '\0');

@@ -28,7 +28,7 @@ void Record(void* context, const ZorvaneEvent* event) {
     record.types.push_back(event->type);
     record.threads.push_back(GetCurrentThreadId());
     if (event->type == kZorvaneEventHello) {
-        record.library->Stop(record.session);
+        record.library->stop(record.session);
     }
     if (event->type == kZorvaneEventEnd) {
         SetEvent(record.ended.get());
@@ -39,7 +39,7 @@ void CloseAtHello(void* context, const ZorvaneEvent* event) {
     auto& record = *static_cast<CallbackRecord*>(context);
     record.types.push_back(event->type);
     if (event->type == kZorvaneEventHello) {
-        record.closed = record.library->Close(record.session);
+        record.closed = record.library->close(record.session);
         SetEvent(record.ended.get());
     }
 }
@@ -55,9 +55,9 @@ CTestSession WithCallback(CallbackRecord& record, ZorvaneCallback callback,
 // The whole life of a session, in one thread.
 bool LivesThrough(CClientLibrary& library) {
     const CTestSession session(library, "hello\ngpu:0");
-    library.Start(session.Number());
+    library.start(session.Number());
     const bool hasReading = session.NextOf(kZorvaneEventGpu).type == kZorvaneEventGpu;
-    library.Stop(session.Number());
+    library.stop(session.Number());
     return hasReading && session.UntilEnd().back().endReason == kZorvaneEndStopped;
 }
 
@@ -71,8 +71,8 @@ TEST(KitThreads, CallsBackOnOneThreadOfTheSessions) {
     record.session = session.Number();
     ZorvaneEvent event{};
     event.size = sizeof(event);
-    EXPECT_EQ(library.NextEvent(session.Number(), &event, 0), ZorvaneResult{kZorvaneHasCallback});
-    library.Start(session.Number());
+    EXPECT_EQ(library.nextEvent(session.Number(), &event, 0), ZorvaneResult{kZorvaneHasCallback});
+    library.start(session.Number());
     ASSERT_TRUE(record.WaitForEnd());
     EXPECT_THAT(record.types,
                 ElementsAre(kZorvaneEventWorkerStart, kZorvaneEventHello, kZorvaneEventStopStep,
@@ -87,10 +87,10 @@ TEST(KitThreads, CanBeClosedFromItsCallback) {
     record.library = &library;
     const CTestSession session = WithCallback(record, &CloseAtHello, "hello\nstatic:0\ngpu:0");
     record.session = session.Number();
-    library.Start(session.Number());
+    library.start(session.Number());
     ASSERT_TRUE(record.WaitForEnd());
     EXPECT_EQ(record.closed, ZorvaneResult{kZorvaneOk});
-    EXPECT_EQ(library.Stop(session.Number()), ZorvaneResult{kZorvaneNoSession});
+    EXPECT_EQ(library.stop(session.Number()), ZorvaneResult{kZorvaneNoSession});
     EXPECT_THAT(record.types, ElementsAre(kZorvaneEventWorkerStart, kZorvaneEventHello));
 }
 
@@ -101,9 +101,9 @@ TEST(KitThreads, EndsAWaitWhenAnotherThreadClosesTheSession) {
     std::thread waiting([&] {
         ZorvaneEvent event{};
         event.size = sizeof(event);
-        result = library.NextEvent(session.Number(), &event, ZORVANE_NO_LIMIT);
+        result = library.nextEvent(session.Number(), &event, ZORVANE_NO_LIMIT);
     });
-    library.Close(session.Number());
+    library.close(session.Number());
     waiting.join();
     EXPECT_EQ(result, ZorvaneResult{kZorvaneNoSession});
 }
@@ -131,21 +131,21 @@ TEST(KitThreads, TakesCallsFromAnyThreadInAnyOrder) {
         return result;
     };
     // Nothing to stop, to pause or to resume yet: no event comes of it.
-    EXPECT_EQ(onAnother([&] { return library.Stop(number); }), ZorvaneResult{kZorvaneOk});
-    EXPECT_EQ(onAnother([&] { return library.Resume(number); }), ZorvaneResult{kZorvaneOk});
-    EXPECT_EQ(onAnother([&] { return library.Pause(number); }), ZorvaneResult{kZorvaneOk});
-    EXPECT_EQ(onAnother([&] { return library.Start(number); }), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(onAnother([&] { return library.stop(number); }), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(onAnother([&] { return library.resume(number); }), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(onAnother([&] { return library.pause(number); }), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(onAnother([&] { return library.start(number); }), ZorvaneResult{kZorvaneOk});
     EXPECT_EQ(session.Next().type, ZorvaneEventType{kZorvaneEventWorkerStart});
-    EXPECT_EQ(onAnother([&] { return library.Stop(number); }), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(onAnother([&] { return library.stop(number); }), ZorvaneResult{kZorvaneOk});
     EXPECT_EQ(session.UntilEnd().back().endReason, ZorvaneEndReason{kZorvaneEndStopped});
-    EXPECT_EQ(onAnother([&] { return library.Close(number); }), ZorvaneResult{kZorvaneOk});
+    EXPECT_EQ(onAnother([&] { return library.close(number); }), ZorvaneResult{kZorvaneOk});
 }
 
 TEST(KitThreads, KeepsTheLibraryInMemoryUntilItsSessionsAreClosed) {
     CClientLibrary library;
     {
         const CTestSession session(library, "hello\ngpu:0");
-        library.Start(session.Number());
+        library.start(session.Number());
         session.NextOf(kZorvaneEventHello);
         library.Free();
         EXPECT_TRUE(library.IsLoaded());
@@ -168,9 +168,9 @@ TEST(KitThreads, LeavesNoThreadBehind) {
 TEST(KitThreads, LivesInSeveralModulesOfOneProcess) {
     CClientLibrary first;
     CClientLibrary second;
-    ASSERT_NE(first.Open, second.Open);
+    ASSERT_NE(first.open, second.open);
     const CTestSession session(first, "hello\ngpu:0");
-    first.Start(session.Number());
+    first.start(session.Number());
     EXPECT_TRUE(LivesThrough(second));
     second.Free();
     EXPECT_FALSE(second.IsLoaded());

@@ -33,7 +33,7 @@ std::string Join(const NvmlClocks& clocks) {
 }
 
 const std::vector<Reading>& Readings() {
-    static const std::vector<Reading> s_readings{
+    static const std::vector<Reading> kReadings{
         {"nvmlDeviceGetName",
          {"nvmlDeviceGetName(1, 64)"},
          [](const NvmlApi& nvml, uint32_t index) -> std::string {
@@ -104,12 +104,12 @@ const std::vector<Reading>& Readings() {
          "1101 1201 1301 1401 ",
          "0 0 0 0 "},
     };
-    return s_readings;
+    return kReadings;
 }
 
 // Utilisation differs from the others in one point only.
 const Reading& Utilization() {
-    static const Reading s_utilization{
+    static const Reading kUtilization{
         "nvmlDeviceGetUtilizationRates",
         {"nvmlDeviceGetUtilizationRates(1)"},
         [](const NvmlApi& nvml, uint32_t index) {
@@ -119,7 +119,7 @@ const Reading& Utilization() {
         },
         "61 71",
         "left 77 78"};
-    return s_utilization;
+    return kUtilization;
 }
 
 std::vector<Reading> AllReadings() {

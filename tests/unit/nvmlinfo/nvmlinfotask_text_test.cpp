@@ -73,7 +73,7 @@ TEST_F(NvmlRecordText, IsConvertedFromTheAnsiCodePageOfTheThread) {
         patch, MultiByteToWideChar,
         [&](UINT codePage, DWORD flags, const char* text, int length, wchar_t* wide, int size) {
             codePages.push_back(codePage);
-            texts.push_back(text);
+            texts.emplace_back(text);
             return patch.Original(codePage, flags, text, length, wide, size);
         });
     m_library.gpus[0].name = "Quadro";

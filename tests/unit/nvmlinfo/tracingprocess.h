@@ -18,7 +18,7 @@ class CTracingProcess final : public CFakeProcess {
     }
 
     void SendData(wchar_t* buffer, DWORD size) override {
-        m_library.calls.push_back("SendData");
+        m_library.calls.emplace_back("SendData");
         CFakeProcess::SendData(buffer, size);
     }
 

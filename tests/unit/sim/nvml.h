@@ -23,9 +23,9 @@ class CNvml {
     CLoadedLibrary m_library;
 
   public:
-// NOLINTNEXTLINE(bugprone-macro-parentheses): it is the name of a member.
-#define ZORVANE_ENTRY(name, subject, result, parameters) \
-    decltype(::name)* name = m_library.Get<decltype(::name)>(#name);
+#define ZORVANE_ENTRY(name, subject, result, parameters)              \
+    decltype(::name)* name /* NOLINT(bugprone-macro-parentheses) */ = \
+        m_library.Get<decltype(::name)>(#name);
     ZORVANE_SIM_NVML_ENTRY_POINTS(ZORVANE_ENTRY)
 #undef ZORVANE_ENTRY
 };

@@ -15,7 +15,8 @@ constexpr wchar_t kDevicePrefix[] = L"\\\\.\\";
 
 std::atomic<bool> s_isInstalled{false};
 std::atomic<bool> s_isRunning{false};
-std::atomic<uintptr_t> s_lastHandle{0x10000};
+// Above all real handles, which the mutexes of a day bring past 0x50000.
+std::atomic<uintptr_t> s_lastHandle{0x70000000};
 
 template <typename Handle>
 Handle NewHandle() {

@@ -48,8 +48,8 @@ target_link_options(zorvane_options INTERFACE
   -static $<${small}:-Wl,--gc-sections> -Wl,--no-insert-timestamp -Wl,--fatal-warnings
   -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
 
-# Most of what a source costs is reading headers, so several sources are compiled as one, which halves
-# the time of a build. Off, each source is an object of its own: scripts/lint looks at sources so.
+# Most of what a source costs is reading headers, so several sources are compiled as one, which takes
+# two fifths off a build. Off, each source is an object of its own: scripts/lint looks at sources so.
 option(ZORVANE_UNITY "Compile several sources of a target as one" ON)
 
 # zorvane_unity(target): compiles the sources of the target several at a time. Not for what takes in a

@@ -15,8 +15,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-// A count from a broken driver must not keep us busy for ever.
-constexpr uint32_t kMostAskedGpus = 64;
 constexpr uint32_t kTextSize = 100;
 
 struct EntryPoints {
@@ -138,7 +136,7 @@ void AskAll(const EntryPoints& nvml) {
         return;
     }
     SayLine({{"end", "nvmlDeviceGetCount"}, {"code", *code}, {"count", count}});
-    for (uint32_t index = 0; *code == 0 && index < std::min(count, kMostAskedGpus); ++index) {
+    for (uint32_t index = 0; *code == 0 && index < std::min(count, kMostProbedGpus); ++index) {
         AskGpu(nvml, index);
     }
     static_cast<void>(Call("nvmlShutdown", nvml.shutdown));

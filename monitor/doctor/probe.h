@@ -12,6 +12,9 @@
 
 namespace zorvane {
 
+/** The most GPUs that are asked and taken: a broken driver may count any number. */
+inline constexpr uint32_t kMostProbedGpus = 64;
+
 /** The word of zorvanemon's command line, behind "doctor", that makes it the asking process. */
 inline constexpr char kProbeOption[] = "--ask-nvml";
 

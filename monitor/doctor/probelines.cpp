@@ -11,7 +11,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr size_t kMostKeptGpus = 64;
 constexpr size_t kMostCallsOfAGpu = 32;
 constexpr size_t kLongestText = 128;
 
@@ -35,7 +34,7 @@ ProbedGpu* FindGpu(ProbeFacts& probe, uint32_t index) {
     if (found != probe.gpus.end()) {
         return &*found;
     }
-    if (probe.gpus.size() >= kMostKeptGpus) {
+    if (probe.gpus.size() >= kMostProbedGpus) {
         return nullptr;
     }
     probe.gpus.push_back({index, {}, {}, {}});

@@ -49,8 +49,8 @@ OrderedJson PciJson(const std::optional<PciLocation>& pci) {
 }
 
 class CLineMaker {
-    // Those of "worker_exit" and the readings.
-    static constexpr size_t kMostMembers = 16;
+    // Of "worker_exit" and of both kinds of readings.
+    static constexpr size_t kMostMembers = 14;
 
   public:
     CLineMaker(UtcTime time, const StartEvent& origin) : m_time(time), m_origin(origin) {}

@@ -96,7 +96,7 @@ std::wstring Difference(const CommandLineArgs& args,
     for (const wchar_t* key : {L"--wnd", L"--ENTRY", L"", L"a", L"absent"}) {
         std::wstring value = L"untouched";
         const bool found = args.GetValue(key, value);
-        if (found != (model.contains(Upper(key))) || (!found && value != L"untouched")) {
+        if (found != model.contains(Upper(key)) || (!found && value != L"untouched")) {
             return std::wstring(key) + L" was found or lost";
         }
     }

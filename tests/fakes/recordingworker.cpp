@@ -1,7 +1,7 @@
 // A worker library that only reports how it was called: the command line as UTF-16 on standard
 // output and in an environment variable of its process, and the process's error mode behind it if
-// it ends with --error-mode. If it ends with --hang-at-exit, so does the process when it unloads
-// its libraries, as a vendor's can.
+// its last word is --error-mode. With --hang-at-exit as the last word it hangs when it is told of
+// the end of the process, as a vendor's library can.
 #include <windows.h>
 
 #include <wchar.h>

@@ -35,6 +35,13 @@ TEST_F(InterruptsTest, CountsEachCtrlC) {
     EXPECT_EQ(m_interrupts->Take(), 0u);
 }
 
+TEST_F(InterruptsTest, LeavesNoneForTheNextRun) {
+    m_handler(CTRL_C_EVENT);
+    EXPECT_GE(m_interrupts->Take(), 1u);
+    m_interrupts.reset();
+    EXPECT_EQ(CInterrupts().Take(), 0u);
+}
+
 TEST_F(InterruptsTest, LetsAClosingConsoleWaitForTheEndOfTheRun) {
     HANDLE awaited = nullptr;
     PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE handle, DWORD timeoutMs) -> DWORD {

@@ -1,0 +1,25 @@
+# For the preset "coverage": what is compiled below counts its branches. The counts are written when a
+# process ends. scripts/coverage runs the tests and sums them up.
+option(ZORVANE_COVERAGE "Count the branches that are taken" OFF)
+if(NOT ZORVANE_COVERAGE)
+  return()
+endif()
+
+# Unoptimised, a branch of the program is one of the source. Threads count at the same time.
+set(counting -O0 -g0 --coverage -fprofile-update=atomic)
+foreach(folder base src host client client/c client/reasons monitor)
+  get_property(targets DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}" PROPERTY BUILDSYSTEM_TARGETS)
+  foreach(target IN LISTS targets)
+    get_target_property(type ${target} TYPE)
+    if(NOT type MATCHES "INTERFACE_LIBRARY|UTILITY")
+      target_compile_options(${target} PRIVATE ${counting})
+    endif()
+  endforeach()
+endforeach()
+target_link_options(zorvane_options INTERFACE --coverage)
+
+# A host ends itself by TerminateProcess, which writes nothing.
+foreach(target zorvanehost zorvanesimhost)
+  target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests/coverage/terminate.cpp")
+endforeach()
+target_sources(Zorvane PRIVATE "${PROJECT_SOURCE_DIR}/tests/coverage/writecounts.cpp")

@@ -122,6 +122,7 @@ TEST(ReadJsonLineTest, NamesWhatIsMissingOrWrong) {
     EXPECT_EQ(with("schema", 2), "schema 2, this zorvanemon reads 1");
     EXPECT_EQ(with("type", "gpu2"), "unknown \"type\" gpu2");
     EXPECT_EQ(with("time", "today"), "\"time\" is no time: today");
+    EXPECT_EQ(with("name", std::string(32, 'x')), "\"name\" has more than 31 characters");
 }
 
 TEST(ReadJsonLineTest, SaysThatALineIsNoJson) {

@@ -66,20 +66,6 @@ std::optional<T> GetOrNull(const Json& line, const char* key) {
     return At(line, key).is_null() ? std::nullopt : std::optional<T>(Get<T>(line, key));
 }
 
-// A text of a record, which the worker's cannot have been when it is longer.
-template <typename Text>
-Text GetWireText(const Json& line, const char* key) {
-    const auto text = Get<std::basic_string<typename Text::View::value_type>>(line, key);
-    if (text.size() > kLongestWireText) {
-        throw CBadLine(fmt::format("\"{}\" has more than {} characters", key, kLongestWireText));
-    }
-    return text;
-}
-
-std::optional<WireText> GetWireTextOrNull(const Json& line, const char* key) {
-    return At(line, key).is_null() ? std::nullopt : std::optional(GetWireText<WireText>(line, key));
-}
-
 UtcTime GetTime(const Json& line, const char* key) {
     const auto text = Get<std::string>(line, key);
     const auto time = ParseRfc3339(text);
@@ -102,15 +88,15 @@ std::optional<PciLocation> GetPci(const Json& line) {
     }
     return PciLocation{Get<uint32_t>(pci, "domain"), Get<uint32_t>(pci, "bus"),
                        Get<uint32_t>(pci, "device"), Get<uint32_t>(pci, "device_id"),
-                       GetWireText<WireBytes>(pci, "bus_id")};
+                       Get<std::string>(pci, "bus_id")};
 }
 
 GpuReading GetGpu(const Json& line) {
     GpuReading reading;
-    reading.entry = GetWireText<WireText>(line, "entry");
+    reading.entry = Get<std::wstring>(line, "entry");
     reading.index = Get<uint32_t>(line, "index");
     reading.count = Get<uint32_t>(line, "count");
-    reading.name = GetWireTextOrNull(line, "name");
+    reading.name = GetOrNull<std::wstring>(line, "name");
     reading.pci = GetPci(line);
     return reading;
 }
@@ -138,9 +124,9 @@ EventBody ReadHello(const Json& line) {
 EventBody ReadStatic(const Json& line) {
     GpuStatic fixed;
     fixed.first = GetGpu(line);
-    fixed.serial = GetWireTextOrNull(line, "serial");
-    fixed.vbiosVersion = GetWireTextOrNull(line, "vbios_version");
-    fixed.driverVersion = GetWireTextOrNull(line, "driver_version");
+    fixed.serial = GetOrNull<std::wstring>(line, "serial");
+    fixed.vbiosVersion = GetOrNull<std::wstring>(line, "vbios_version");
+    fixed.driverVersion = GetOrNull<std::wstring>(line, "driver_version");
     fixed.totalMemoryKiB = GetOrNull<uint64_t>(line, "memory_total_kib");
     fixed.maxClocksMHz = GetClocks(line, "max_clocks_mhz");
     return fixed;

@@ -122,7 +122,14 @@ TEST(ReadJsonLineTest, NamesWhatIsMissingOrWrong) {
     EXPECT_EQ(with("schema", 2), "schema 2, this zorvanemon reads 1");
     EXPECT_EQ(with("type", "gpu2"), "unknown \"type\" gpu2");
     EXPECT_EQ(with("time", "today"), "\"time\" is no time: today");
-    EXPECT_EQ(with("name", std::string(32, 'x')), "\"name\" has more than 31 characters");
+}
+
+TEST(ReadJsonLineTest, CutsTextsAsARecordDoes) {
+    nlohmann::json line =
+        nlohmann::json::parse(JsonLine(EventAt(0, FullReading()), RecordedOrigin()));
+    line["name"] = std::string(32, 'x');
+    const auto read = ReadJsonLine(line.dump());
+    EXPECT_EQ(std::get<GpuReading>(std::get<Event>(read).body).name, std::wstring(31, L'x'));
 }
 
 TEST(ReadJsonLineTest, SaysThatALineIsNoJson) {

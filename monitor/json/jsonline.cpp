@@ -15,7 +15,7 @@ OrderedJson OrNull(const std::optional<T>& value) {
     return value ? OrderedJson(*value) : OrderedJson(nullptr);
 }
 
-OrderedJson OrNull(const std::optional<std::wstring>& text) {
+OrderedJson OrNull(const std::optional<WireText>& text) {
     return text ? OrderedJson(ToUtf8(*text)) : OrderedJson(nullptr);
 }
 
@@ -40,7 +40,7 @@ OrderedJson PciJson(const std::optional<PciLocation>& pci) {
         return nullptr;
     }
     OrderedJson result = RoomyObject(5);
-    result["bus_id"] = pci->busId;
+    result["bus_id"] = std::string_view(pci->busId);
     result["domain"] = pci->domain;
     result["bus"] = pci->bus;
     result["device"] = pci->device;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "monitor/event.h"
@@ -122,7 +123,7 @@ class CMachineModel {
 
     GpuRow& RowOf(const GpuReading& reading);
     void SetLost(const GpuId& gpu, bool isLost);
-    bool IsOtherGpus(const std::string& busId, uint32_t index) const;
+    bool IsOtherGpus(std::string_view busId, uint32_t index) const;
 
     std::optional<StartEvent> m_start;
     DWORD m_workerId = 0;

@@ -53,7 +53,7 @@ class CReportBuilder {
     struct Gpu {
         uint32_t index = 0;
         std::optional<std::string> busId;
-        std::optional<std::wstring> name;
+        std::optional<WireText> name;
         std::array<CThinnedSeries, kQuantityCount> series;
     };
 

@@ -11,9 +11,7 @@
 namespace zorvane {
 namespace {
 
-std::string Text(const std::optional<std::wstring>& text) {
-    return text ? Harmless(*text) : kNotRead;
-}
+std::string Text(const std::optional<WireText>& text) { return text ? Harmless(*text) : kNotRead; }
 
 std::string ClockText(const Clocks& clocks, size_t type) {
     return clocks[type] ? fmt::format("{} MHz", *clocks[type]) : kNotRead;

@@ -55,12 +55,16 @@ TEST_F(RunFolder, IsRefusedWhereTheVolumeKeepsNoAccessRights) {
 }
 
 TEST_F(RunFolder, IsRefusedWhereTheVolumeDoesNotTellOfAccessRights) {
-    {
-        PATCH_IMPORT(volume, GetVolumeInformationByHandleW,
-                     [](auto...) -> WINBOOL { return FALSE; });
-        EXPECT_TRUE(MakeRunFolder(m_path, RunFolderOwner::kAdministrators));
-        EXPECT_FALSE(std::filesystem::exists(m_path));
-    }
+    WINBOOL answer = FALSE;
+    PATCH_IMPORT(volume, GetVolumeInformationByHandleW,
+                 [&](HANDLE, auto, auto, auto, auto, LPDWORD flags, auto, auto) -> WINBOOL {
+                     *flags = FILE_PERSISTENT_ACLS;
+                     return answer;
+                 });
+    EXPECT_TRUE(MakeRunFolder(m_path, RunFolderOwner::kAdministrators));
+    EXPECT_FALSE(std::filesystem::exists(m_path));
+
+    answer = TRUE;
     PATCH_IMPORT(open, CreateFileW, [](auto...) -> HANDLE { return INVALID_HANDLE_VALUE; });
     EXPECT_TRUE(MakeRunFolder(m_path, RunFolderOwner::kAdministrators));
     EXPECT_FALSE(std::filesystem::exists(m_path));

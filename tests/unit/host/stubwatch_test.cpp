@@ -43,13 +43,15 @@ TEST_F(StubWatch, EndsTheProcessAlsoWhenNothingCanBeClearedAway) {
     // The grace is over before the worker has been asked.
     ULONGLONG tick = 0;
     PATCH_IMPORT(clock, GetTickCount64, [&]() -> ULONGLONG { return tick += kStubGraceMs; });
-    PATCH_IMPORT(thread, CreateThread, [](auto...) -> HANDLE { return nullptr; });
     std::optional<UINT> code;
     PATCH_IMPORT(terminate, TerminateProcess, [&](HANDLE, UINT exitCode) -> WINBOOL {
         code = exitCode;
         return TRUE;
     });
-    EndWithoutStub(worker.running, m_leftovers);
+    {
+        PATCH_IMPORT(thread, CreateThread, [](auto...) -> HANDLE { return nullptr; });
+        EndWithoutStub(worker.running, m_leftovers);
+    }
     EXPECT_EQ(code, static_cast<UINT>(HostExit::kEndedByForce));
     EXPECT_EQ(worker.asked, 0);
 }

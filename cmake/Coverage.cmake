@@ -21,6 +21,11 @@ foreach(folder base src host client client/c client/reasons monitor)
 endforeach()
 target_link_options(zorvane_options INTERFACE --coverage)
 
+# The linker of GCC takes minutes for these.
+if(ZORVANE_LLD AND CMAKE_CROSSCOMPILING)
+  target_link_options(zorvanemon PRIVATE -wrapper "${PROJECT_SOURCE_DIR}/cmake/link-with-lld")
+endif()
+
 # A host ends itself by TerminateProcess, which writes nothing.
 foreach(target zorvanehost zorvanesimhost)
   target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests/coverage/terminate.cpp")

@@ -5,6 +5,4 @@ extern "C" {
 // A DLL has counts of its own, and only it can write them.
 extern "C" __declspec(dllexport) void WriteCoverageCounts();
 
-extern "C" void WriteCoverageCounts() {
-    __gcov_dump();
-}
+extern "C" void WriteCoverageCounts() { __gcov_dump(); }

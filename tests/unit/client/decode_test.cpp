@@ -210,6 +210,17 @@ TEST(DecodeTest, TakesABusIdOfEitherLengthInEitherLetterCase) {
     }
 }
 
+TEST(DecodeTest, KeepsAUtilizationThatIsAllThatWasRead) {
+    for (const auto field :
+         {&NvmlGpuRecord::gpuUtilizationPercent, &NvmlGpuRecord::memoryUtilizationPercent}) {
+        NvmlGpuRecord record = UnreadRecord(kGpuRecordDynamic);
+        record.*field = 7;
+        const auto reading = std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record)));
+        EXPECT_EQ(reading.gpuUtilizationPercent, record.gpuUtilizationPercent);
+        EXPECT_EQ(reading.memoryUtilizationPercent, record.memoryUtilizationPercent);
+    }
+}
+
 TEST(DecodeTest, TakesRubbishWithoutNumbersForNoLocation) {
     NvmlGpuRecord record = UnreadRecord(kGpuRecordDynamic);
     Put<char>(record.pciBusId, "\x01\x02");

@@ -28,7 +28,12 @@ void** FindImport(HMODULE module, const char* function) {
 void* ExchangeImport(void** entry, void* address) {
     DWORD protection = 0;
     RealVirtualProtect()(entry, sizeof(*entry), PAGE_READWRITE, &protection);
-    void* previous = InterlockedExchangePointer(entry, address);
+    // Not interlocked: LLD does not align import tables, and where an entry crosses two cache lines
+    // a locked instruction stops all processors, for which Linux makes the thread pay with
+    // milliseconds. Whoever calls through the entry reads it no more atomically than this writes
+    // it.
+    void* previous = *entry;
+    *static_cast<void* volatile*>(entry) = address;
     RealVirtualProtect()(entry, sizeof(*entry), protection, &protection);
     return previous;
 }

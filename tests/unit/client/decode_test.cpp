@@ -187,8 +187,11 @@ TEST(DecodeTest, KeepsTheClocksBeforeTheFirstFailure) {
 }
 
 TEST(DecodeTest, MakesABusIdOfTheNumbersWhereTheTextIsNone) {
-    for (const char* text : {"\xDE\xAD\x01", "00000001:02:03", "0001:02:03.00", "1:02:03.0",
-                             "00000001:02:03:0", "0000000g:02:03.0", " 0000001:02:03.0"}) {
+    for (const char* text :
+         {"\xDE\xAD\x01", "00000001:02:03", "0001:02:03.00", "1:02:03.0", "00000001:02:03:0",
+          "0000000g:02:03.0", " 0000001:02:03.0", "00000001-02:03.0", "00000001:0x:03.0",
+          "00000001:02-03.0", "00000001:02:0x.0", "00000001:02:03.x", "0000000/:02:03.0",
+          "0000000::02:03.0", "0000000@:02:03.0", "0000000`:02:03.0"}) {
         NvmlGpuRecord record = FullRecord(kGpuRecordDynamic);
         std::fill(std::begin(record.pciBusId), std::end(record.pciBusId), '\0');
         Put<char>(record.pciBusId, text);

@@ -19,29 +19,30 @@ PayloadError WrongSize(const char* what, uint32_t size, size_t expected) {
                                           " bytes, expected " + std::to_string(expected)};
 }
 
-// A wire structure copied out of the payload, which may lie at any address.
+// Copies a wire structure out of the payload, which may lie at any address; false if it is none.
 template <typename T>
-std::optional<T> ReadWhole(const Payload& payload) {
+bool ReadWhole(const Payload& payload, T& value) {
     static_assert(std::is_trivially_copyable_v<T>);
     if (payload.size != sizeof(T) || payload.bytes.size() < sizeof(T)) {
-        return std::nullopt;
+        return false;
     }
-    T value;
     std::memcpy(&value, payload.bytes.data(), sizeof(T));
-    return value;
+    return true;
 }
 
 template <typename Char>
 bool IsTerminated(const Char (&field)[kWireTextLength]) {
-    return std::find(std::begin(field), std::end(field), Char{}) != std::end(field);
+    // Almost always the last character is one: the worker fills what is behind a text with zeros.
+    return field[kWireTextLength - 1] == Char{} ||
+           std::char_traits<Char>::find(field, kWireTextLength, Char{}) != nullptr;
 }
 
 // A text field that IsTerminated accepts; empty means not read.
-std::optional<std::wstring> Text(const wchar_t (&field)[kWireTextLength]) {
+std::optional<WireText> Text(const wchar_t (&field)[kWireTextLength]) {
     if (field[0] == L'\0') {
         return std::nullopt;
     }
-    return std::wstring(field);
+    return WireText(field);
 }
 
 template <typename Number>
@@ -96,8 +97,7 @@ std::optional<PciLocation> ReadPci(const NvmlGpuRecord& record) {
     return location;
 }
 
-GpuReading ReadReading(const NvmlGpuRecord& record) {
-    GpuReading reading;
+void Read(const NvmlGpuRecord& record, GpuReading& reading) {
     reading.entry = record.entry;
     reading.index = record.gpuIndex;
     reading.count = record.gpuCount;
@@ -113,18 +113,23 @@ GpuReading ReadReading(const NvmlGpuRecord& record) {
         reading.gpuUtilizationPercent = record.gpuUtilizationPercent;
         reading.memoryUtilizationPercent = record.memoryUtilizationPercent;
     }
-    return reading;
 }
 
-GpuStatic ReadStatic(const NvmlGpuRecord& record) {
-    GpuStatic fixed;
-    fixed.first = ReadReading(record);
+void Read(const NvmlGpuRecord& record, GpuStatic& fixed) {
+    Read(record, fixed.first);
     fixed.totalMemoryKiB = UnlessEqual(record.totalMemoryKiB, uint64_t{0});
     fixed.serial = Text(record.serial);
     fixed.vbiosVersion = Text(record.vbiosVersion);
     fixed.driverVersion = Text(record.driverVersion);
     fixed.maxClocksMHz = ReadClocks(record.maxClockMHz);
-    return fixed;
+}
+
+// Filled where the caller gets it: it is too large to be moved about.
+template <typename T>
+Decoded Filled(const NvmlGpuRecord& record) {
+    Decoded decoded(std::in_place_type<T>);
+    Read(record, std::get<T>(decoded));
+    return decoded;
 }
 
 // The name of the first text field without a terminator; null when all have one.
@@ -151,38 +156,38 @@ const char* FirstUnterminated(const NvmlGpuRecord& record) {
 }
 
 Decoded DecodeHello(const Payload& payload) {
-    const auto hello = ReadWhole<HelloPayload>(payload);
-    if (!hello) {
+    HelloPayload hello;
+    if (!ReadWhole(payload, hello)) {
         return WrongSize("hello", payload.size, sizeof(HelloPayload));
     }
-    if (!IsTerminated(hello->entry)) {
+    if (!IsTerminated(hello.entry)) {
         return PayloadError{PayloadFault::kNotTerminated, "hello: entry has no terminating NUL"};
     }
-    return Hello{hello->entry, hello->hostWnd};
+    return Hello{hello.entry, hello.hostWnd};
 }
 
 Decoded DecodeGpu(const Payload& payload) {
-    const auto record = ReadWhole<NvmlGpuRecord>(payload);
-    if (!record) {
+    NvmlGpuRecord record;
+    if (!ReadWhole(payload, record)) {
         return WrongSize("GPU record", payload.size, sizeof(NvmlGpuRecord));
     }
-    if (const char* field = FirstUnterminated(*record)) {
+    if (const char* field = FirstUnterminated(record)) {
         return PayloadError{PayloadFault::kNotTerminated,
                             std::string("GPU record: ") + field + " has no terminating NUL"};
     }
-    if (record->gpuIndex >= record->gpuCount || record->gpuCount > kMostGpus) {
+    if (record.gpuIndex >= record.gpuCount || record.gpuCount > kMostGpus) {
         return PayloadError{PayloadFault::kBadRecord,
-                            "GPU record: index " + std::to_string(record->gpuIndex) + " of " +
-                                std::to_string(record->gpuCount) + " GPUs"};
+                            "GPU record: index " + std::to_string(record.gpuIndex) + " of " +
+                                std::to_string(record.gpuCount) + " GPUs"};
     }
-    if (record->kind == kGpuRecordStatic) {
-        return ReadStatic(*record);
+    if (record.kind == kGpuRecordStatic) {
+        return Filled<GpuStatic>(record);
     }
-    if (record->kind == kGpuRecordDynamic) {
-        return ReadReading(*record);
+    if (record.kind == kGpuRecordDynamic) {
+        return Filled<GpuReading>(record);
     }
     return PayloadError{PayloadFault::kBadRecord,
-                        "GPU record: unknown kind " + std::to_string(record->kind)};
+                        "GPU record: unknown kind " + std::to_string(record.kind)};
 }
 
 // n of exactly {"CpuTemp":n}, n being a JSON whole number that fits an int.

@@ -28,6 +28,7 @@
 #include <variant>
 #include <vector>
 
+#include "client/wiretext.h"
 #include "zorvane/wire.h"
 
 namespace zorvane {
@@ -63,7 +64,7 @@ struct PciLocation {
      * numbers where the record has no text of this form: old drivers leave it out, or leave bytes
      * there that mean something else. Tells GPUs apart, across boots too; the index does not.
      */
-    std::string busId;
+    WireBytes busId;
 };
 
 /** MHz, indexed by kClockGraphics and its neighbours. */
@@ -71,10 +72,10 @@ using Clocks = std::array<std::optional<uint32_t>, kClockTypeCount>;
 
 /** One GPU's readings of one cycle. */
 struct GpuReading {
-    std::wstring entry;
+    WireText entry;
     uint32_t index = 0;
     uint32_t count = 0;
-    std::optional<std::wstring> name;
+    std::optional<WireText> name;
     /** An idle GPU reads 0; a record in which nothing was read has neither. */
     std::optional<uint32_t> gpuUtilizationPercent;
     std::optional<uint32_t> memoryUtilizationPercent;
@@ -90,9 +91,9 @@ struct GpuStatic {
     /** Readings taken with it. */
     GpuReading first;
     std::optional<uint64_t> totalMemoryKiB;
-    std::optional<std::wstring> serial;
-    std::optional<std::wstring> vbiosVersion;
-    std::optional<std::wstring> driverVersion;
+    std::optional<WireText> serial;
+    std::optional<WireText> vbiosVersion;
+    std::optional<WireText> driverVersion;
     Clocks maxClocksMHz;
 };
 

@@ -126,6 +126,8 @@ static unsafe class KitStub
         zorvane_start(session);
         while (zorvane_next_event(session, &e, NoLimit) == 0 && e.type != EventEnd)
         {
+            bool isReading = e.type == EventGpu || e.type == EventCpu;
+            if (isReading && readings == Wanted) continue; // it came before the worker was stopped
             if (e.type == EventGpu) Console.WriteLine(GpuLine(ref e.gpu));
             else if (e.type == EventCpu)
                 Console.WriteLine("CPU  " + e.cpuTemperatureCelsius.value + " C");
@@ -133,9 +135,8 @@ static unsafe class KitStub
             {
                 Console.Error.WriteLine(Marshal.PtrToStringAnsi(zorvane_event_name(e.type)) + "  " +
                     Text(e.text.text, e.text.length) + "  " + Text(e.remedy.text, e.remedy.length));
-                continue;
             }
-            if (++readings == Wanted) zorvane_stop(session);
+            if (isReading && ++readings == Wanted) zorvane_stop(session);
         }
         return readings;
     }

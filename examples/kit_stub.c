@@ -39,20 +39,20 @@ static void PrintGpu(const ZorvaneGpu* gpu) {
     printf("\n");
 }
 
-/** Prints an event; 1 if it is a reading. */
-static int Print(const ZorvaneEvent* event) {
+static int IsReading(const ZorvaneEvent* event) {
+    return event->type == kZorvaneEventGpu || event->type == kZorvaneEventCpu;
+}
+
+static void Print(const ZorvaneEvent* event) {
     if (event->type == kZorvaneEventGpu) {
         PrintGpu(&event->gpu);
-        return 1;
-    }
-    if (event->type == kZorvaneEventCpu) {
+    } else if (event->type == kZorvaneEventCpu) {
         printf("CPU  %lld C\n", (long long)event->cpuTemperatureCelsius.value);
-        return 1;
+    } else {
+        /* Texts are sentences for people; programs look at type, id and the numbers. */
+        fprintf(stderr, "%s  %s  %s\n", zorvane_event_name(event->type), event->text.text,
+                event->remedy.text);
     }
-    /* Texts are sentences for people; programs look at type, id and the numbers. */
-    fprintf(stderr, "%s  %s  %s\n", zorvane_event_name(event->type), event->text.text,
-            event->remedy.text);
-    return 0;
 }
 
 /** Runs one worker to its end; the number of readings. */
@@ -62,11 +62,13 @@ static int Run(ZorvaneSession session) {
     zorvane_start(session);
     while (zorvane_next_event(session, &event, ZORVANE_NO_LIMIT) == kZorvaneOk &&
            event.type != kZorvaneEventEnd) {
-        readings += Print(&event);
+        if (IsReading(&event) && readings == kWanted) {
+            continue; /* it came before the worker was stopped */
+        }
+        Print(&event);
         fflush(stdout);
-        if (readings == kWanted) {
+        if (IsReading(&event) && ++readings == kWanted) {
             zorvane_stop(session);
-            ++readings;
         }
     }
     return readings;

@@ -40,6 +40,9 @@ class CStub {
     }
 
     void operator()(const zorvane::GpuReading& gpu) {
+        if (HasEnough()) {
+            return;
+        }
         std::printf("%s  %s", gpu.pci ? gpu.pci->busId.c_str() : "?",
                     zorvane::ToUtf8(gpu.name.value_or(L"?")).c_str());
         Print("GPU ", gpu.gpuUtilizationPercent, "%");
@@ -49,6 +52,9 @@ class CStub {
     }
 
     void operator()(const zorvane::CpuTemperature& cpu) {
+        if (HasEnough()) {
+            return;
+        }
         std::printf("CPU  %d C", cpu.celsius);
         Count();
     }
@@ -84,6 +90,9 @@ class CStub {
             std::printf("  %s%u %s", name, *number, unit);
         }
     }
+
+    // What came before the worker was stopped is handed out still.
+    bool HasEnough() const { return m_readings == kWanted; }
 
     void Count() {
         std::printf("\n");

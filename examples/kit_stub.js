@@ -29,15 +29,18 @@ async function main() {
         if (event.name === "end") {
             break;
         }
+        const isReading = event.name === "gpu" || event.name === "cpu";
+        if (isReading && readings === wanted) {
+            continue;  // it came before the worker was stopped
+        }
         if (event.name === "gpu") {
             console.log(gpuLine(event.gpu));
         } else if (event.name === "cpu") {
             console.log(`CPU  ${event.cpuTemperatureCelsius.value} C`);
         } else {
             console.error(`${event.name}  ${event.text.text}  ${event.remedy.text}`);
-            continue;
         }
-        if (++readings === wanted) {
+        if (isReading && ++readings === wanted) {
             session.stop();
         }
     }

@@ -100,6 +100,9 @@ def run(library, session):
     readings = 0
     library.zorvane_start(session)
     while library.zorvane_next_event(session, event, NO_LIMIT) == 0 and event.type != EVENT_END:
+        is_reading = event.type in (EVENT_GPU, EVENT_CPU)
+        if is_reading and readings == WANTED:
+            continue  # it came before the worker was stopped
         if event.type == EVENT_GPU:
             print(gpu_line(event.gpu), flush=True)
         elif event.type == EVENT_CPU:
@@ -108,9 +111,8 @@ def run(library, session):
             name = library.zorvane_event_name(event.type).decode()
             print(name, event.text.text.decode(), event.remedy.text.decode(), sep="  ",
                   file=sys.stderr)
-            continue
-        readings += 1
-        if readings == WANTED:
+        readings += is_reading
+        if is_reading and readings == WANTED:
             library.zorvane_stop(session)
     return readings
 

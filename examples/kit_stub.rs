@@ -98,6 +98,10 @@ unsafe fn run(session: u64) -> i32 {
     let mut readings = 0;
     zorvane_start(session);
     while zorvane_next_event(session, &mut *event, NO_LIMIT) == 0 && event.r#type != EVENT_END {
+        let is_reading = event.r#type == EVENT_GPU || event.r#type == EVENT_CPU;
+        if is_reading && readings == WANTED {
+            continue; // it came before the worker was stopped
+        }
         match event.r#type {
             EVENT_GPU => print_gpu(&event.gpu),
             EVENT_CPU => println!("CPU  {} C", event.cpuTemperatureCelsius.value),
@@ -105,12 +109,13 @@ unsafe fn run(session: u64) -> i32 {
                 eprintln!("{}  {}  {}", CStr::from_ptr(zorvane_event_name(other)).to_string_lossy(),
                           text(&event.text.text, event.text.length),
                           text(&event.remedy.text, event.remedy.length));
-                continue;
             }
         }
-        readings += 1;
-        if readings == WANTED {
-            zorvane_stop(session);
+        if is_reading {
+            readings += 1;
+            if readings == WANTED {
+                zorvane_stop(session);
+            }
         }
     }
     readings

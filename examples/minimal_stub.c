@@ -87,6 +87,8 @@ static void PrintGpu(NvmlGpuRecord* gpu) {
 static void Print(Reading* reading) {
     if (reading->code == kCopyDataHello && reading->size == sizeof(HelloPayload)) {
         s_worker = (HWND)(ULONG_PTR)reading->payload.hello.hostWnd;
+    } else if (s_printed == kWanted) {
+        return; /* it came before the worker had ended */
     } else if (reading->code == kCopyDataTaskData && reading->size == sizeof(NvmlGpuRecord)) {
         PrintGpu(&reading->payload.gpu);
     } else if (reading->code == kCopyDataStop && reading->size > 0 &&

@@ -59,7 +59,7 @@ void Put(ZorvaneNumber& field, const std::optional<T>& value) {
     }
 }
 
-void Put(ZorvaneText& field, const std::optional<std::wstring>& text) {
+void Put(ZorvaneText& field, const std::optional<WireText>& text) {
     if (text) {
         PutText(field, ToUtf8(*text));
     }

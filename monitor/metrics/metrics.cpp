@@ -111,7 +111,7 @@ void AddLastReadings(const CMachineModel& model, CSamples& samples) {
 }
 
 void AddGpuInfo(const CMachineModel& model, CSamples& samples) {
-    const auto text = [](const std::optional<std::wstring>& value) {
+    const auto text = [](const std::optional<WireText>& value) {
         return value ? ToUtf8(*value) : "";
     };
     ForEachGpu(model, [&](const GpuRow& row) {

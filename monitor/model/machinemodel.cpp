@@ -15,6 +15,11 @@ std::string SourceOfIndex(uint32_t index) { return fmt::format("gpu {:010}", ind
 
 std::string GpuRow::Label() const { return busId ? *busId : fmt::format("index {}", index); }
 
+const StartEvent& CMachineModel::Origin() const {
+    static const StartEvent empty;
+    return m_start ? *m_start : empty;
+}
+
 void CMachineModel::Apply(const Event& event) {
     m_lastEvent = event.time;
     std::visit([&](const auto& body) { ApplyBody(body, event.time); }, event.body);
@@ -24,7 +29,7 @@ void CMachineModel::Apply(const Event& event) {
 std::string CMachineModel::SourceOf(const GpuReading& reading) const {
     // Some drivers give two GPUs the same bus id: then only the index tells them apart.
     if (reading.pci && !IsOtherGpus(reading.pci->busId, reading.index)) {
-        return reading.pci->busId;
+        return reading.pci->busId.str();
     }
     const auto known = m_sourceByIndex.find(reading.index);
     return known != m_sourceByIndex.end() ? known->second : SourceOfIndex(reading.index);
@@ -56,7 +61,7 @@ GpuRow& CMachineModel::RowOf(const GpuReading& reading) {
     return row;
 }
 
-bool CMachineModel::IsOtherGpus(const std::string& busId, uint32_t index) const {
+bool CMachineModel::IsOtherGpus(std::string_view busId, uint32_t index) const {
     return std::any_of(m_sourceByIndex.begin(), m_sourceByIndex.end(), [&](const auto& known) {
         return known.second == busId && known.first != index;
     });

@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "monitor/event.h"
@@ -62,6 +63,8 @@ class CMachineModel {
 
     /** Where the run's readings come from; empty before the StartEvent. */
     const std::optional<StartEvent>& Start() const { return m_start; }
+    /** Start(), an empty one before it has come. */
+    const StartEvent& Origin() const;
 
     /** 0: no worker has been started. It may have ended. */
     DWORD WorkerId() const { return m_workerId; }
@@ -122,7 +125,7 @@ class CMachineModel {
 
     GpuRow& RowOf(const GpuReading& reading);
     void SetLost(const GpuId& gpu, bool isLost);
-    bool IsOtherGpus(const std::string& busId, uint32_t index) const;
+    bool IsOtherGpus(std::string_view busId, uint32_t index) const;
 
     std::optional<StartEvent> m_start;
     DWORD m_workerId = 0;

@@ -71,7 +71,7 @@ void CGpuFilter::OnEvent(const Event& event) {
 
 bool CGpuFilter::IsWanted(const EventBody& body) {
     const auto busIdOf = [](const GpuReading& reading) {
-        return reading.pci ? std::optional(reading.pci->busId) : std::nullopt;
+        return reading.pci ? std::optional(reading.pci->busId.str()) : std::nullopt;
     };
     if (const auto* fixed = std::get_if<GpuStatic>(&body)) {
         return IsWanted(fixed->first.index, busIdOf(fixed->first));
@@ -115,7 +115,7 @@ void CGpuFilter::NoteRound(const Event& event) {
     }
     if (m_others.insert(reading->index).second) {
         m_list += fmt::format("{}{}{}", m_list.empty() ? "" : ", ", reading->index,
-                              reading->pci ? " (" + reading->pci->busId + ")" : "");
+                              reading->pci ? " (" + reading->pci->busId.str() + ")" : "");
         return;
     }
     m_isSettled = true;

@@ -15,7 +15,7 @@ std::string OrEmpty(const std::optional<T>& value) {
     return value ? fmt::format("{}", *value) : "";
 }
 
-std::string OrEmpty(const std::optional<std::wstring>& text) { return text ? ToUtf8(*text) : ""; }
+std::string OrEmpty(const std::optional<WireText>& text) { return text ? ToUtf8(*text) : ""; }
 
 // A member of a GPU's reading of this round.
 template <auto kMember>

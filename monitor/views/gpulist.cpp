@@ -11,9 +11,7 @@
 namespace zorvane {
 namespace {
 
-std::string Text(const std::optional<std::wstring>& text) {
-    return text ? Harmless(*text) : kNotRead;
-}
+std::string Text(const std::optional<WireText>& text) { return text ? Harmless(*text) : kNotRead; }
 
 std::string ClockText(const Clocks& clocks, size_t type) {
     return clocks[type] ? fmt::format("{} MHz", *clocks[type]) : kNotRead;
@@ -58,7 +56,7 @@ void CGpuListView::OnEnd(const CMachineModel& model) {
     std::string text;
     for (const auto& [source, event] : m_gpus) {
         if (m_isJson) {
-            text += JsonLine(event, model.Start().value_or(StartEvent())) + "\n";
+            text += JsonLine(event, model.Origin()) + "\n";
             continue;
         }
         text += text.empty() ? "" : "\n";

@@ -53,7 +53,8 @@ TEST_F(Orphan, LeavesNoServiceWhenStoppedBeforeTheFirstCycle) {
 
 TEST_F(Orphan, LeavesTheServiceWithSkipDelete) {
     StopAtTheHello(L"Skip_Delete");
-    EXPECT_EQ(ServiceState(), DWORD{SERVICE_RUNNING});
+    EXPECT_EQ(ServiceState(), DWORD{SERVICE_RUNNING})
+        << testing::PrintToString(m_machine.LogMessages());
 }
 
 TEST_F(Orphan, LeavesTheServiceThatWasThereBefore) {

@@ -16,8 +16,12 @@ ZORVANE_CLIENT="$WINEPATH\\zorvaneclient.dll"
 NODE_PATH=$(windows_path "$source/build/node/node_modules")
 fake_worker="$(windows_path "$build/tests")\\fakeworker.exe"
 
-# Ten readings of a worker that sends them without a pause, and its end in order.
-steps=(hello static:0 'gpu:0' 'cpu:{"CpuTemp":47}' repeat:20)
+# A worker that sends more readings at once than are wanted, and its end in order.
+steps=(hello static:0)
+for _ in 1 2 3 4 5 6 7 8 9 10; do
+    steps+=('gpu:0' 'cpu:{"CpuTemp":47}')
+done
+steps+=(repeat:20)
 script=$(printf '%s\n' "${steps[@]}")
 
 # run NAME PROGRAM WORD ...: keeps what it prints.

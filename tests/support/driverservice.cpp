@@ -50,6 +50,11 @@ void RemoveDriverService() {
         StopDriverService();
         DeleteService(service.get());
     }
+    // The service is gone before its driver is. A worker that still finds the device installs
+    // nothing.
+    for (DWORD poll = 0; poll < kPolls && DriverDeviceOpens(); ++poll) {
+        Sleep(kPollMs);
+    }
 }
 
 bool DriverDeviceOpens() {

@@ -29,7 +29,10 @@ bool WaitForServiceState(DWORD state);
  */
 bool StopDriverService();
 
-/** Stops and deletes the service if it is there. */
+/**
+ * Stops and deletes the service if it is there, and waits, 10 seconds at most, for its device to
+ * go.
+ */
 void RemoveDriverService();
 
 /** True when the driver's device can be opened. */

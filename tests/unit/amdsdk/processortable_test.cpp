@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <set>
 
@@ -92,6 +93,16 @@ TEST(ProcessorTable, OtherSignaturesAreNotSupportedUnderAnyPackageType) {
         for (int32_t type = kLowestType; type <= kHighestType; ++type) {
             EXPECT_EQ(LookUpProcessor(type, signature), kNo)
                 << std::hex << signature << " under type " << std::dec << type;
+        }
+    }
+}
+
+TEST(ProcessorTable, PackageTypesAboveTheHighestAreNotSupported) {
+    // The table has a bit for each type: type 32 must not be taken for type 0.
+    for (const int32_t type : {8, 32, 39, INT32_MAX}) {
+        for (const Processor& processor : kListed) {
+            EXPECT_EQ(LookUpProcessor(type, processor.signature), kNo)
+                << std::hex << processor.signature << " under type " << std::dec << type;
         }
     }
 }

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "tests/support/callcounts.h"
+
 namespace zorvane {
 namespace {
 
@@ -185,8 +187,11 @@ TEST(DecodeTest, KeepsTheClocksBeforeTheFirstFailure) {
 }
 
 TEST(DecodeTest, MakesABusIdOfTheNumbersWhereTheTextIsNone) {
-    for (const char* text : {"\xDE\xAD\x01", "00000001:02:03", "0001:02:03.00", "1:02:03.0",
-                             "00000001:02:03:0", "0000000g:02:03.0", " 0000001:02:03.0"}) {
+    for (const char* text :
+         {"\xDE\xAD\x01", "00000001:02:03", "0001:02:03.00", "1:02:03.0", "00000001:02:03:0",
+          "0000000g:02:03.0", " 0000001:02:03.0", "00000001-02:03.0", "00000001:0x:03.0",
+          "00000001:02-03.0", "00000001:02:0x.0", "00000001:02:03.x", "0000000/:02:03.0",
+          "0000000::02:03.0", "0000000@:02:03.0", "0000000`:02:03.0"}) {
         NvmlGpuRecord record = FullRecord(kGpuRecordDynamic);
         std::fill(std::begin(record.pciBusId), std::end(record.pciBusId), '\0');
         Put<char>(record.pciBusId, text);
@@ -224,6 +229,26 @@ TEST(DecodeTest, KeepsATextOf31Characters) {
     Put<wchar_t>(record.name, L"1234567890123456789012345678901");
     const auto reading = std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record)));
     EXPECT_EQ(reading.name, L"1234567890123456789012345678901");
+}
+
+TEST(DecodeTest, TakesATextWithRubbishBehindItsTerminator) {
+    NvmlGpuRecord record = FullRecord(kGpuRecordDynamic);
+    std::fill(std::begin(record.name), std::end(record.name), L'x');
+    record.name[2] = L'\0';
+    const auto reading = std::get<GpuReading>(Decode(PayloadOf(kCopyDataTaskData, record)));
+    EXPECT_EQ(reading.name, L"xx");
+}
+
+TEST(DecodeTest, TakesNoMemoryForARecord) {
+    NvmlGpuRecord record = FullRecord(kGpuRecordDynamic);
+    Put<wchar_t>(record.name, L"1234567890123456789012345678901");
+    const Payload payload = PayloadOf(kCopyDataTaskData, record);
+    CCallCounts counts(nullptr);
+    counts.Begin();
+    const Decoded decoded = Decode(payload);
+    const CallsByName calls = counts.End();
+    EXPECT_TRUE(std::holds_alternative<GpuReading>(decoded));
+    EXPECT_FALSE(calls.contains("malloc")) << calls.at("malloc");
 }
 
 TEST(DecodeTest, NamesTheTextFieldThatHasNoTerminator) {

@@ -55,5 +55,27 @@ TEST(StartupInfoTest, NamesTheCallThatFails) {
     EXPECT_EQ(error->code, static_cast<DWORD>(ERROR_NOT_SUPPORTED));
 }
 
+TEST(StartupInfoTest, NamesTheCallThatMakesNoList) {
+    PATCH_IMPORT(
+        failing, InitializeProcThreadAttributeList,
+        [&](LPPROC_THREAD_ATTRIBUTE_LIST list, DWORD count, DWORD flags, PSIZE_T size) -> WINBOOL {
+            if (!list) {
+                return failing.Original(list, count, flags, size);
+            }
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+            return FALSE;
+        });
+    bool isDeleted = false;
+    PATCH_IMPORT(deletion, DeleteProcThreadAttributeList, [&](auto) { isDeleted = true; });
+    {
+        CStartupInfo info;
+        const auto error = info.Prepare();
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->call, "InitializeProcThreadAttributeList");
+        EXPECT_EQ(error->code, static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
+    }
+    EXPECT_FALSE(isDeleted) << "there was no list";
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -345,6 +345,21 @@ TEST_F(WorkerKeeperTest, CanBeStartedAgainFromItsLastEvent) {
     EXPECT_TRUE(WaitFor<EndEvent>(2));
 }
 
+TEST_F(WorkerKeeperTest, IsStartedOnceAndResumedOnlyWhilePaused) {
+    Start({L"hello"});
+    m_keeper->Start();
+    m_keeper->StartPaused();
+    m_keeper->Resume();
+    ASSERT_TRUE(WaitFor<HelloEvent>());
+    m_keeper->Stop();
+    m_keeper->Resume();
+    m_keeper->Pause();
+    EXPECT_TRUE(EndsWith(SessionEnd::kStopped));
+    EXPECT_EQ(All<HelloEvent>().size(), 1u);
+    EXPECT_TRUE(All<ResumedEvent>().empty());
+    EXPECT_TRUE(All<PausedEvent>().empty());
+}
+
 TEST_F(WorkerKeeperTest, DoesNothingWithoutAStart) {
     m_options.worker = FakeWorker({});
     m_keeper = std::make_unique<CWorkerKeeper>(

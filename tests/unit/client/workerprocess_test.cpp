@@ -113,6 +113,57 @@ TEST_F(WorkerProcessTest, NamesTheHostThatIsMissing) {
     EXPECT_EQ(m_process.Id(), 0u);
 }
 
+TEST_F(WorkerProcessTest, StartsNothingThatWouldInheritMoreThanStandardError) {
+    PATCH_IMPORT(failing, UpdateProcThreadAttribute, [](auto...) -> WINBOOL {
+        SetLastError(ERROR_NOT_SUPPORTED);
+        return FALSE;
+    });
+    PATCH_IMPORT(create, CreateProcessW, [](auto...) -> WINBOOL {
+        ADD_FAILURE() << "started";
+        return FALSE;
+    });
+    const auto error = Start(FakeWorker({}));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->call, "UpdateProcThreadAttribute");
+    EXPECT_EQ(m_process.Id(), 0u);
+}
+
+TEST_F(WorkerProcessTest, SaysWhyItCannotBeEnded) {
+    ASSERT_FALSE(Start(FakeWorker({L"deaf", L"blind"})));
+    {
+        PATCH_IMPORT(denied, TerminateProcess, [](auto...) -> WINBOOL {
+            SetLastError(ERROR_ACCESS_DENIED);
+            return FALSE;
+        });
+        const auto error = m_process.Terminate();
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->call, "TerminateProcess");
+        EXPECT_EQ(error->code, static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    }
+    EXPECT_EQ(m_process.Terminate(), std::nullopt);
+    ASSERT_TRUE(WaitForEnd());
+}
+
+TEST_F(WorkerProcessTest, IsNotToldOfAFailureToEndAProcessThatHasJustEnded) {
+    ASSERT_FALSE(Start(FakeWorker({L"deaf", L"blind"})));
+    PATCH_IMPORT(late, TerminateProcess, [&](HANDLE process, UINT) -> WINBOOL {
+        late.Original(process, 0);
+        EXPECT_EQ(WaitForSingleObject(process, kTimeoutMs), WAIT_OBJECT_0);
+        SetLastError(ERROR_ACCESS_DENIED);
+        return FALSE;
+    });
+    EXPECT_EQ(m_process.Terminate(), std::nullopt);
+    EXPECT_EQ(m_process.ExitCode(), 0u);
+    ASSERT_TRUE(WaitForEnd());
+}
+
+TEST_F(WorkerProcessTest, HasNoExitCodeThatWindowsDoesNotTell) {
+    ASSERT_FALSE(Start(FakeWorker({L"exit:42"})));
+    ASSERT_TRUE(WaitForEnd());
+    PATCH_IMPORT(code, GetExitCodeProcess, [](auto...) -> WINBOOL { return FALSE; });
+    EXPECT_EQ(m_process.ExitCode(), std::nullopt);
+}
+
 TEST_F(WorkerProcessTest, LeavesNoProcessWhenItsEndCannotBeWatched) {
     DWORD id = 0;
     PATCH_IMPORT(refusing, RegisterWaitForSingleObject,

@@ -137,6 +137,50 @@ TEST_F(WorkerSessionTest, EndsAWorkerByForceThatIgnoresEverything) {
     EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken, StopStep::kForced}));
 }
 
+TEST_F(WorkerSessionTest, SaysWhyAWorkerCannotBeEndedByForceAndTriesNothingElse) {
+    Start({L"deaf", L"blind", L"hello"});
+    ASSERT_TRUE(WaitForHello());
+    {
+        PATCH_IMPORT(denied, TerminateProcess, [](auto...) -> WINBOOL {
+            SetLastError(ERROR_ACCESS_DENIED);
+            return FALSE;
+        });
+        for (int i = 0; i < 4; ++i) {
+            m_session->Stop();
+        }
+    }
+    ASSERT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken, StopStep::kForced,
+                                   StopStep::kForced}));
+    EXPECT_TRUE(m_told.reasons[3].starts_with("TerminateProcess: ")) << m_told.reasons[3];
+    EXPECT_TRUE(m_session->IsRunning());
+    // Somebody else ends it in the end.
+    const CUniqueHandle worker(OpenProcess(PROCESS_TERMINATE, FALSE, m_session->WorkerId()));
+    ASSERT_TRUE(TerminateProcess(worker.get(), 7));
+    ASSERT_TRUE(WaitForExit());
+    EXPECT_FALSE(m_told.exits[0].forced);
+    EXPECT_EQ(m_told.exits[0].code, 7u);
+}
+
+TEST_F(WorkerSessionTest, StartsNoWorkerWithoutItsWindows) {
+    // The window that hears of the worker's end, and the stub's.
+    for (const int failing : {1, 2}) {
+        int windows = 0;
+        PATCH_IMPORT(create, CreateWindowExW, [&](auto... arguments) -> HWND {
+            if (++windows < failing) {
+                return create.Original(arguments...);
+            }
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+            return nullptr;
+        });
+        CWorkerSession session(m_told, kPatient);
+        const auto error = session.Start(FakeWorker({L"hello"}));
+        ASSERT_TRUE(error) << failing;
+        EXPECT_EQ(error->call, "CreateWindowExW") << failing;
+        EXPECT_EQ(windows, failing);
+        EXPECT_FALSE(session.IsRunning()) << failing;
+    }
+}
+
 TEST_F(WorkerSessionTest, TakesTheNextStepAtOnceWhenAskedAgain) {
     Start({L"deaf", L"blind", L"hello"});
     ASSERT_TRUE(WaitForHello());

@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+#include "base/text.h"
+#include "tests/support/importpatch.h"
 #include "tests/support/tempfolder.h"
 
 namespace {
@@ -80,6 +82,29 @@ TEST_F(KeptCpuSwitch, StaysOffWhenItWasOffBefore) {
     Write("[cpu_kernel]\r\nsdk_flag=0\r\n");
     RunThatSwitchesOff(kNoAdministrator);
     EXPECT_FALSE(Switch().IsOn());
+}
+
+TEST_F(KeptCpuSwitch, LeavesTheFileAloneThatItCannotWrite) {
+    const CKeptCpuSwitch kept(kNoAdministrator, Switch());
+    EXPECT_FALSE(Switch().Set(L"0"));
+    const std::string before = Text();
+    PATCH_IMPORT(write, WritePrivateProfileStringW, [](auto...) -> WINBOOL {
+        SetLastError(ERROR_WRITE_PROTECT);
+        return FALSE;
+    });
+    std::wstring told;
+    PATCH_IMPORT(tell, WriteFile,
+                 [&](HANDLE, const void* bytes, DWORD size, LPDWORD written, auto) -> WINBOOL {
+                     told = zorvane::ToWide({static_cast<const char*>(bytes), size});
+                     *written = size;
+                     return TRUE;
+                 });
+    kept.PutBack();
+    EXPECT_EQ(Text(), before);
+    EXPECT_NE(told.find(L"the CPU temperature stays switched off in " + Path() +
+                        L": WritePrivateProfileStringW: "),
+              std::wstring::npos)
+        << zorvane::ToUtf8(told);
 }
 
 TEST_F(KeptCpuSwitch, SaysWhyThereIsNoCpuTemperature) {

@@ -20,10 +20,12 @@ class LeftoverService : public testing::Test {
     CFakeExecutable m_executable;
     std::wstring m_registered = L"\\??\\C:\\Apps\\Qorvella\\AMDRyzenMasterDriver.sys";
     bool m_isReadable = true;
+    bool m_hasPath = true;
+    DWORD m_size = sizeof(QUERY_SERVICE_CONFIGW);
 
   private:
     WINBOOL WriteConfig(LPQUERY_SERVICE_CONFIGW config, DWORD size, LPDWORD needed) {
-        *needed = sizeof(*config);
+        *needed = m_size;
         if (!m_isReadable) {
             SetLastError(ERROR_ACCESS_DENIED);
             return FALSE;
@@ -33,7 +35,7 @@ class LeftoverService : public testing::Test {
             return FALSE;
         }
         *config = {};
-        config->lpBinaryPathName = m_registered.data();
+        config->lpBinaryPathName = m_hasPath ? m_registered.data() : nullptr;
         return TRUE;
     }
 
@@ -69,6 +71,30 @@ TEST_F(LeftoverService, IsLeftAloneWhenItsDriverFileCannotBeRead) {
     const CLeftoverService service;
     m_calls.clear();
     service.Remove();
+    EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));
+}
+
+TEST_F(LeftoverService, IsLeftAloneWhenItsDriverFileIsNotNamed) {
+    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
+    const CLeftoverService service;
+    m_calls.clear();
+    m_registered = L"ster.sys";
+    service.Remove();
+    m_hasPath = false;
+    service.Remove();
+    m_size = sizeof(QUERY_SERVICE_CONFIGW) - 1;
+    service.Remove();
+    EXPECT_THAT(m_calls, Contains(StartsWith("OpenServiceW(")).Times(3));
+    EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));
+}
+
+TEST_F(LeftoverService, IsLeftAloneWhenTheServiceManagerIsClosedByThen) {
+    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
+    const CLeftoverService service;
+    m_calls.clear();
+    m_services.errors["OpenSCManagerW"] = {ERROR_ACCESS_DENIED};
+    service.Remove();
+    EXPECT_THAT(m_calls, Not(Contains(StartsWith("OpenServiceW("))));
     EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));
 }
 

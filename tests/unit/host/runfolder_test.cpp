@@ -54,6 +54,35 @@ TEST_F(RunFolder, IsRefusedWhereTheVolumeKeepsNoAccessRights) {
     EXPECT_FALSE(std::filesystem::exists(m_path));
 }
 
+TEST_F(RunFolder, IsRefusedWhereTheVolumeDoesNotTellOfAccessRights) {
+    WINBOOL answer = FALSE;
+    PATCH_IMPORT(volume, GetVolumeInformationByHandleW,
+                 [&](HANDLE, auto, auto, auto, auto, LPDWORD flags, auto, auto) -> WINBOOL {
+                     *flags = FILE_PERSISTENT_ACLS;
+                     return answer;
+                 });
+    EXPECT_TRUE(MakeRunFolder(m_path, RunFolderOwner::kAdministrators));
+    EXPECT_FALSE(std::filesystem::exists(m_path));
+
+    answer = TRUE;
+    PATCH_IMPORT(open, CreateFileW, [](auto...) -> HANDLE { return INVALID_HANDLE_VALUE; });
+    EXPECT_TRUE(MakeRunFolder(m_path, RunFolderOwner::kAdministrators));
+    EXPECT_FALSE(std::filesystem::exists(m_path));
+}
+
+TEST_F(RunFolder, IsNotMadeWithoutItsAccessRights) {
+    PATCH_IMPORT(convert, ConvertStringSecurityDescriptorToSecurityDescriptorW,
+                 [](auto...) -> WINBOOL {
+                     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+                     return FALSE;
+                 });
+    const auto error = MakeRunFolder(m_path, RunFolderOwner::kAdministrators);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->call, "ConvertStringSecurityDescriptorToSecurityDescriptorW");
+    EXPECT_EQ(error->code, DWORD{ERROR_NOT_ENOUGH_MEMORY});
+    EXPECT_FALSE(std::filesystem::exists(m_path));
+}
+
 TEST_F(RunFolder, IsRefusedWhereSomethingHasItsName) {
     std::filesystem::create_directory(m_path);
     for (const auto owner : {RunFolderOwner::kUser, RunFolderOwner::kAdministrators}) {

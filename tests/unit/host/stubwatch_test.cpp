@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/hostexit.h"
 #include "tests/support/fakeservices.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/host/exportthread.h"
@@ -35,6 +36,24 @@ TEST_F(StubWatch, ReturnsWhenTheWorkerEnds) {
         return TRUE;
     });
     EndWithoutStub(worker.running, m_leftovers);
+}
+
+TEST_F(StubWatch, EndsTheProcessAlsoWhenNothingCanBeClearedAway) {
+    const CExportThread worker(FakeStub(true));
+    // The grace is over before the worker has been asked.
+    ULONGLONG tick = 0;
+    PATCH_IMPORT(clock, GetTickCount64, [&]() -> ULONGLONG { return tick += kStubGraceMs; });
+    std::optional<UINT> code;
+    PATCH_IMPORT(terminate, TerminateProcess, [&](HANDLE, UINT exitCode) -> WINBOOL {
+        code = exitCode;
+        return TRUE;
+    });
+    {
+        PATCH_IMPORT(thread, CreateThread, [](auto...) -> HANDLE { return nullptr; });
+        EndWithoutStub(worker.running, m_leftovers);
+    }
+    EXPECT_EQ(code, static_cast<UINT>(HostExit::kEndedByForce));
+    EXPECT_EQ(worker.asked, 0);
 }
 
 TEST_F(StubWatch, AsksAgainUntilTheWorkerHasAWindow) {

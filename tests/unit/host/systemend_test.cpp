@@ -60,6 +60,18 @@ class SystemEnd : public testing::Test {
 
 }  // namespace
 
+TEST_F(SystemEnd, NamesTheCallThatFails) {
+    PATCH_IMPORT(console, SetConsoleCtrlHandler, [](auto...) -> WINBOOL {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return FALSE;
+    });
+    m_worker.emplace(FakeStub());
+    const auto error = HoldSystemEnd(m_worker->running);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->call, "SetConsoleCtrlHandler");
+    EXPECT_EQ(error->code, DWORD{ERROR_NOT_ENOUGH_MEMORY});
+}
+
 TEST_F(SystemEnd, LeavesCtrlCAndCtrlBreakToTheStub) {
     Hold(FakeStub());
     EXPECT_EQ(m_handler(CTRL_C_EVENT), TRUE);

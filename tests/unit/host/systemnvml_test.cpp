@@ -134,6 +134,64 @@ TEST_F(SystemNvml, SaysWhyItCannotBeCopied) {
     EXPECT_TRUE(Lead().starts_with(L"CopyFileW: ")) << Lead();
 }
 
+TEST_F(SystemNvml, IsCopiedWhereTheJunctionLeadsToAnotherFile) {
+    const CJunctions junctions([&] {
+        WriteFileBytes(m_path, kContent);
+        return TRUE;
+    });
+    // With the junction goes what it led to.
+    PATCH_IMPORT(remove, RemoveDirectoryW, [&](LPCWSTR path) -> WINBOOL {
+        EXPECT_EQ(path, m_nvsmi.native());
+        DeleteFileW(m_path.c_str());
+        return remove.Original(path);
+    });
+    bool isCopied = false;
+    PATCH_IMPORT(copy, CopyFileW, [&](auto... arguments) -> WINBOOL {
+        isCopied = true;
+        return copy.Original(arguments...);
+    });
+    EXPECT_EQ(Lead(), L"");
+    EXPECT_TRUE(isCopied);
+    EXPECT_EQ(ReadFileBytes(m_path), kContent);
+}
+
+TEST_F(SystemNvml, IsRefusedWhenTheCopyCannotBeRead) {
+    const CJunctions junctions([] { return FALSE; });
+    PATCH_IMPORT(copy, CopyFileW, [](auto...) -> WINBOOL { return TRUE; });
+    WriteFileBytes(m_original, "");
+    EXPECT_EQ(Lead(), L"the copy differs from its original") << "no content is not the same";
+}
+
+TEST_F(SystemNvml, IsRefusedWhenItHasGone) {
+    const CJunctions junctions([] { return TRUE; });
+    DeleteFileW(m_original.c_str());
+    const std::wstring error = Lead();
+    EXPECT_TRUE(error.starts_with(L"CopyFileW: ")) << error;
+    EXPECT_TRUE(error.ends_with(L"(2)")) << error;
+}
+
+TEST_F(SystemNvml, SaysWhichFolderCallFails) {
+    // The company's folder, the library's, and the library's again after the junction.
+    for (const int failing : {1, 2, 3}) {
+        const CJunctions junctions([] { return FALSE; });
+        int calls = 0;
+        PATCH_IMPORT(create, CreateDirectoryW, [&](auto... arguments) -> WINBOOL {
+            if (++calls < failing) {
+                return create.Original(arguments...);
+            }
+            SetLastError(ERROR_ACCESS_DENIED);
+            return FALSE;
+        });
+        const std::wstring error = Lead();
+        EXPECT_TRUE(error.starts_with(L"CreateDirectoryW: ")) << failing << error;
+        EXPECT_TRUE(error.ends_with(L"(5)")) << failing << error;
+        EXPECT_EQ(calls, failing);
+        EXPECT_FALSE(fs::exists(m_path)) << failing;
+        RemoveNvmlFolder(m_folder.native());
+        fs::create_directory(m_folder);
+    }
+}
+
 TEST_F(SystemNvml, IsNotLedToByAPathThatTheLibraryWouldCut) {
     const std::wstring folder = m_folder.native() + L"\\" + std::wstring(200, L'x');
     EXPECT_TRUE(LeadToSystemNvml(folder, m_system.native()).ends_with(L"is too long a path"));
@@ -275,4 +333,12 @@ TEST_F(PreparedNvml, ClosesItsFolderToOrdinaryUsersWhenElevated) {
         m_nvml.Remove();
         SetEnvironmentVariableW(L"ProgramW6432", Programs().c_str());
     }
+}
+
+TEST_F(PreparedNvml, SaysThatWindowsNamesNoFolder) {
+    PATCH_IMPORT(known, SHGetKnownFolderPath, [](auto...) -> HRESULT { return E_FAIL; });
+    EXPECT_EQ(m_nvml.Prepare(NvmlChoice::kAuto),
+              m_original + L" cannot be used: Windows names no folder for the way to it");
+    EXPECT_FALSE(m_nvml.IsUsed());
+    EXPECT_EQ(Variable(), Programs());
 }

@@ -299,6 +299,31 @@ TEST(Thread, IsWaitedForWithoutLimitAndItsHandleForgottenButNotClosed) {
     CloseHandle(handle);
 }
 
+TEST(Thread, IsForgottenWhenItsEndCannotBeAwaited) {
+    CTestedThread thread;
+    CBodyThatWaits body(thread);
+    thread.Start();
+    ASSERT_TRUE(body.began.Wait());
+    const HANDLE handle = thread.ThreadHandle();
+    int waits = 0;
+    {
+        PATCH_IMPORT(wait, WaitForSingleObject, [&](HANDLE object, DWORD timeout) -> DWORD {
+            if (object != handle) {
+                return wait.Original(object, timeout);
+            }
+            ++waits;
+            return WAIT_FAILED;
+        });
+        thread.Stop(true);
+        EXPECT_EQ(thread.ThreadHandle(), nullptr);
+        thread.Stop(true);
+    }
+    EXPECT_EQ(waits, 1);
+    body.end.Set();
+    ASSERT_TRUE(WaitFor(handle));
+    CloseHandle(handle);
+}
+
 TEST(Thread, KeepsTheHandleOfOneThatIsStartedWhileAnEarlierOneIsAwaited) {
     CTestedThread thread;
     CBodyThatWaits body(thread);

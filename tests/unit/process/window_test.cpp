@@ -103,6 +103,16 @@ TEST(WindowClass, GoesWithItsObject) {
     EXPECT_EQ(unregistered, std::to_wstring(atom));
 }
 
+TEST(WindowClass, UnregistersNothingWhenItWasNotRegistered) {
+    int unregistrations = 0;
+    PATCH_IMPORT(unregistration, UnregisterClassW, [&](auto... arguments) {
+        ++unregistrations;
+        return unregistration.Original(arguments...);
+    });
+    { const CWindowClass windowClass; }
+    EXPECT_EQ(unregistrations, 0);
+}
+
 TEST(Window, IsCreatedAsAHiddenPopUpOfNoSize) {
     int calls = 0;
     CWindowClass windowClass;
@@ -318,6 +328,21 @@ TEST(Window, CanBeCreatedAgainAfterItsEndAndAfterAFailure) {
         EXPECT_EQ(window.Window(), nullptr);
         EXPECT_EQ(window.finalMessages, 1) << "told once that it is gone, by whatever end";
     }
+}
+
+TEST(Window, EndsAsItBeganWhenItsObjectRefusesItsFirstMessage) {
+    CWindowClass windowClass;
+    const ATOM atom = windowClass.Register();
+    CTestedWindow window;
+    window.onMessage = [](UINT message, WPARAM, LPARAM, LRESULT&) -> BOOL {
+        return message == WM_NCCREATE;  // with the answer 0
+    };
+    EXPECT_EQ(window.CreateHidden(atom), nullptr);
+    EXPECT_EQ(window.Window(), nullptr);
+    EXPECT_EQ(window.finalMessages, 1);
+    window.onMessage = nullptr;
+    EXPECT_NE(window.CreateHidden(atom), nullptr);
+    window.Destroy();
 }
 
 TEST(WindowException, IsKeptAndTheWindowToldToClose) {

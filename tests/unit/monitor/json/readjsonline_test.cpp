@@ -124,6 +124,14 @@ TEST(ReadJsonLineTest, NamesWhatIsMissingOrWrong) {
     EXPECT_EQ(with("time", "today"), "\"time\" is no time: today");
 }
 
+TEST(ReadJsonLineTest, CutsTextsAsARecordDoes) {
+    nlohmann::json line =
+        nlohmann::json::parse(JsonLine(EventAt(0, FullReading()), RecordedOrigin()));
+    line["name"] = std::string(32, 'x');
+    const auto read = ReadJsonLine(line.dump());
+    EXPECT_EQ(std::get<GpuReading>(std::get<Event>(read).body).name, std::wstring(31, L'x'));
+}
+
 TEST(ReadJsonLineTest, SaysThatALineIsNoJson) {
     for (const char* line : {"", "{", "{} {}", "\xFF", "{\"type\":\"cpu\""}) {
         EXPECT_EQ(ErrorOf(line), "not a whole JSON object") << line;

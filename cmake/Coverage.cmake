@@ -1,0 +1,33 @@
+# For the preset "coverage": what is compiled below counts its branches. The counts are written when a
+# process ends. scripts/coverage runs the tests and sums them up.
+option(ZORVANE_COVERAGE "Count the branches that are taken" OFF)
+if(NOT ZORVANE_COVERAGE)
+  return()
+endif()
+
+# Unoptimised, a branch of the program is one of the source. Threads count at the same time. Counting in
+# headers of others as well doubles the objects.
+set(counting -O0 -g0 --coverage -fprofile-update=atomic
+  "-fprofile-filter-files=/(base|client|host|monitor|src)/.*[.](cpp|h)$")
+foreach(folder base src host client client/c client/reasons monitor)
+  get_property(targets DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}" PROPERTY BUILDSYSTEM_TARGETS)
+  foreach(target IN LISTS targets)
+    get_target_property(type ${target} TYPE)
+    if(NOT type MATCHES "INTERFACE_LIBRARY|UTILITY")
+      target_compile_options(${target} PRIVATE ${counting})
+      set_target_properties(${target} PROPERTIES ZORVANE_QUICK_LINK TRUE)
+    endif()
+  endforeach()
+endforeach()
+target_link_options(zorvane_options INTERFACE --coverage)
+
+# The linker of GCC takes minutes for these.
+if(ZORVANE_LLD AND CMAKE_CROSSCOMPILING)
+  target_link_options(zorvanemon PRIVATE -wrapper "${PROJECT_SOURCE_DIR}/cmake/link-with-lld")
+endif()
+
+# A host ends itself by TerminateProcess, which writes nothing.
+foreach(target zorvanehost zorvanesimhost)
+  target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests/coverage/terminate.cpp")
+endforeach()
+target_sources(Zorvane PRIVATE "${PROJECT_SOURCE_DIR}/tests/coverage/writecounts.cpp")

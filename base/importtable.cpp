@@ -1,5 +1,7 @@
 #include "base/importtable.h"
 
+#include <cstring>
+
 #include "base/peimage.h"
 
 namespace zorvane {
@@ -25,10 +27,20 @@ void** FindImport(HMODULE module, const char* function) {
     return nullptr;
 }
 
+void* ReadImport(void* const* entry) {
+    void* address = nullptr;
+    std::memcpy(&address, entry, sizeof(address));
+    return address;
+}
+
 void* ExchangeImport(void** entry, void* address) {
     DWORD protection = 0;
     RealVirtualProtect()(entry, sizeof(*entry), PAGE_READWRITE, &protection);
-    void* previous = InterlockedExchangePointer(entry, address);
+    // Not interlocked: where an entry crosses two cache lines a locked instruction stops all
+    // processors, for which Linux makes the thread pay with milliseconds. Whoever calls through the
+    // entry reads it no more atomically than this writes it.
+    void* previous = ReadImport(entry);
+    std::memcpy(entry, &address, sizeof(address));
     RealVirtualProtect()(entry, sizeof(*entry), protection, &protection);
     return previous;
 }

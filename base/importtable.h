@@ -11,6 +11,9 @@ namespace zorvane {
  */
 void** FindImport(HMODULE module, const char* function);
 
+/** What an entry holds. LLD does not align import tables, so it is not read as a pointer. */
+void* ReadImport(void* const* entry);
+
 /** Writes an import table entry and returns what it held. */
 void* ExchangeImport(void** entry, void* address);
 

@@ -50,11 +50,17 @@ target_link_options(zorvane_options INTERFACE
 
 # Most of what a source costs is reading headers, so several sources are compiled as one, which takes
 # two fifths off a build. Off, each source is an object of its own: scripts/lint looks at sources so.
-option(ZORVANE_UNITY "Compile several sources of a target as one" ON)
+# "TESTS" is for scripts/mutate, which compiles one source of a program again and again, so these are
+# not optimised either.
+set(ZORVANE_UNITY ON CACHE STRING "Compile several sources of a target as one: ON, OFF or TESTS")
 
 # zorvane_unity(target): compiles the sources of the target several at a time. Not for what takes in a
 # static library's objects one by one, and not for Zorvane.dll and zorvaneclient.dll.
 function(zorvane_unity target)
+  if(ZORVANE_UNITY STREQUAL "TESTS" AND NOT target MATCHES "^test_")
+    target_compile_options(${target} PRIVATE -O0 -g0)
+    return()
+  endif()
   if(ZORVANE_UNITY)
     set_target_properties(${target} PROPERTIES UNITY_BUILD TRUE UNITY_BUILD_BATCH_SIZE 12)
     # GCC takes the anonymous namespaces of included files for those of headers.

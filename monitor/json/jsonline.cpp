@@ -1,241 +1,206 @@
 #include "monitor/json/jsonline.h"
 
-#include <nlohmann/json.hpp>
-
-#include "base/text.h"
+#include "monitor/json/objectfiller.h"
 #include "monitor/sentence.h"
 
 namespace zorvane {
 namespace {
 
-using OrderedJson = nlohmann::ordered_json;
-
-template <typename T>
-OrderedJson OrNull(const std::optional<T>& value) {
-    return value ? OrderedJson(*value) : OrderedJson(nullptr);
+void Put(CObjectFiller& line, const char* name, const Clocks& clocks) {
+    CObjectFiller object(line.Member(name));
+    object.Put("graphics", clocks[kClockGraphics]);
+    object.Put("sm", clocks[kClockSm]);
+    object.Put("memory", clocks[kClockMemory]);
+    object.Put("video", clocks[kClockVideo]);
 }
 
-OrderedJson OrNull(const std::optional<WireText>& text) {
-    return text ? OrderedJson(ToUtf8(*text)) : OrderedJson(nullptr);
-}
-
-// An object with room for its members: when it grows, it copies the names that it has.
-OrderedJson RoomyObject(size_t members) {
-    OrderedJson object = OrderedJson::object();
-    object.get_ref<OrderedJson::object_t&>().reserve(members);
-    return object;
-}
-
-OrderedJson ClocksJson(const Clocks& clocks) {
-    OrderedJson result = RoomyObject(kClockTypeCount);
-    result["graphics"] = OrNull(clocks[kClockGraphics]);
-    result["sm"] = OrNull(clocks[kClockSm]);
-    result["memory"] = OrNull(clocks[kClockMemory]);
-    result["video"] = OrNull(clocks[kClockVideo]);
-    return result;
-}
-
-OrderedJson PciJson(const std::optional<PciLocation>& pci) {
+void Put(CObjectFiller& line, const char* name, const std::optional<PciLocation>& pci) {
     if (!pci) {
-        return nullptr;
+        line.Put(name, nullptr);
+        return;
     }
-    OrderedJson result = RoomyObject(5);
-    result["bus_id"] = std::string_view(pci->busId);
-    result["domain"] = pci->domain;
-    result["bus"] = pci->bus;
-    result["device"] = pci->device;
-    result["device_id"] = pci->deviceId;
-    return result;
+    CObjectFiller object(line.Member(name));
+    object.Put("bus_id", pci->busId);
+    object.Put("domain", pci->domain);
+    object.Put("bus", pci->bus);
+    object.Put("device", pci->device);
+    object.Put("device_id", pci->deviceId);
 }
 
 class CLineMaker {
-    // Of "worker_exit" and of both kinds of readings.
-    static constexpr size_t kMostMembers = 14;
-
   public:
-    CLineMaker(UtcTime time, const StartEvent& origin) : m_time(time), m_origin(origin) {}
+    CLineMaker(OrderedJson& line, UtcTime time, const StartEvent& origin)
+        : m_line(line), m_time(time), m_origin(origin) {}
 
-    OrderedJson operator()(const StartEvent& start) const {
-        OrderedJson line = Begin("start");
-        line["schema"] = start.schema;
-        line["tool_version"] = start.toolVersion;
-        line["library_version"] = OrNull(start.libraryVersion);
-        line["simulated"] = start.simulated;
-        return line;
+    void operator()(const StartEvent& start) {
+        Begin("start");
+        m_line.Put("tool_version", start.toolVersion);
+        m_line.Put("library_version", start.libraryVersion);
+        m_line.Put("simulated", start.simulated);
     }
 
-    OrderedJson operator()(const WorkerStartEvent& start) const {
-        OrderedJson line = Begin("worker_start");
-        line["worker_pid"] = start.workerId;
-        return line;
+    void operator()(const WorkerStartEvent& start) {
+        Begin("worker_start");
+        m_line.Put("worker_pid", start.workerId);
     }
 
-    OrderedJson operator()(const HelloEvent& event) const {
-        OrderedJson line = Begin("hello");
-        line["entry"] = ToUtf8(event.hello.entry);
-        line["worker_pid"] = event.workerId;
-        line["worker_window"] = event.hello.workerWindow;
-        return line;
+    void operator()(const HelloEvent& event) {
+        Begin("hello", ToUtf8(event.hello.entry));
+        m_line.Put("worker_pid", event.workerId);
+        m_line.Put("worker_window", event.hello.workerWindow);
     }
 
-    OrderedJson operator()(const GpuStatic& fixed) const {
-        OrderedJson line = BeginGpu("gpu_static", fixed.first);
-        line["serial"] = OrNull(fixed.serial);
-        line["vbios_version"] = OrNull(fixed.vbiosVersion);
-        line["driver_version"] = OrNull(fixed.driverVersion);
-        line["memory_total_kib"] = OrNull(fixed.totalMemoryKiB);
-        line["max_clocks_mhz"] = ClocksJson(fixed.maxClocksMHz);
-        return line;
+    void operator()(const GpuStatic& fixed) {
+        BeginGpu("gpu_static", fixed.first);
+        m_line.Put("serial", fixed.serial);
+        m_line.Put("vbios_version", fixed.vbiosVersion);
+        m_line.Put("driver_version", fixed.driverVersion);
+        m_line.Put("memory_total_kib", fixed.totalMemoryKiB);
+        Put(m_line, "max_clocks_mhz", fixed.maxClocksMHz);
     }
 
-    OrderedJson operator()(const GpuReading& reading) const {
-        OrderedJson line = BeginGpu("gpu", reading);
-        line["gpu_utilization_percent"] = OrNull(reading.gpuUtilizationPercent);
-        line["memory_utilization_percent"] = OrNull(reading.memoryUtilizationPercent);
-        line["temperature_celsius"] = OrNull(reading.temperatureCelsius);
-        line["fan_speed_percent"] = OrNull(reading.fanSpeedPercent);
-        line["clocks_mhz"] = ClocksJson(reading.clocksMHz);
-        return line;
+    void operator()(const GpuReading& reading) {
+        BeginGpu("gpu", reading);
+        m_line.Put("gpu_utilization_percent", reading.gpuUtilizationPercent);
+        m_line.Put("memory_utilization_percent", reading.memoryUtilizationPercent);
+        m_line.Put("temperature_celsius", reading.temperatureCelsius);
+        m_line.Put("fan_speed_percent", reading.fanSpeedPercent);
+        Put(m_line, "clocks_mhz", reading.clocksMHz);
     }
 
-    OrderedJson operator()(const CpuTemperature& temperature) const {
-        OrderedJson line = Begin("cpu");
-        line["temperature_celsius"] = temperature.celsius;
-        return line;
+    void operator()(const CpuTemperature& temperature) {
+        Begin("cpu");
+        m_line.Put("temperature_celsius", temperature.celsius);
     }
 
-    OrderedJson operator()(const CpuUnreadEvent&) const {
-        OrderedJson line = Begin("cpu");
-        line["temperature_celsius"] = nullptr;
-        return line;
+    void operator()(const CpuUnreadEvent&) {
+        Begin("cpu");
+        m_line.Put("temperature_celsius", nullptr);
     }
 
-    OrderedJson operator()(const ErrorEvent& event) const {
-        OrderedJson line = Begin("error");
-        line["cause"] = FaultName(event.error.fault);
-        line["text"] = event.error.text;
-        line["left_out"] = event.leftOut;
-        return line;
+    void operator()(const ErrorEvent& event) {
+        Begin("error");
+        m_line.Put("cause", FaultName(event.error.fault));
+        m_line.Put("text", event.error.text);
+        m_line.Put("left_out", event.leftOut);
     }
 
-    OrderedJson operator()(const MissingEvent& event) const {
-        OrderedJson line = Begin("missing");
-        line["what"] = event.what;
-        line["id"] = event.id;
-        line["brief"] = event.brief;
-        line["text"] = event.text;
-        line["do"] = event.remedy;
-        return line;
+    void operator()(const MissingEvent& event) {
+        Begin("missing");
+        m_line.Put("what", event.what);
+        m_line.Put("id", event.id);
+        m_line.Put("brief", event.brief);
+        m_line.Put("text", event.text);
+        m_line.Put("do", event.remedy);
     }
 
-    OrderedJson operator()(const StaleEvent& event) const {
-        OrderedJson line = Begin("stale");
-        line["since"] = Rfc3339(event.since);
-        return line;
+    void operator()(const StaleEvent& event) {
+        Begin("stale");
+        m_line.Put("since", Rfc3339(event.since));
     }
 
-    OrderedJson operator()(const FreshEvent& event) const {
-        OrderedJson line = Begin("fresh");
-        line["since"] = Rfc3339(event.since);
-        return line;
+    void operator()(const FreshEvent& event) {
+        Begin("fresh");
+        m_line.Put("since", Rfc3339(event.since));
     }
 
-    OrderedJson operator()(const GpuLostEvent& event) const {
-        OrderedJson line = BeginFor("gpu_lost", event.gpu);
-        line["text"] = *SentenceOf(event);
-        return line;
+    void operator()(const GpuLostEvent& event) {
+        BeginFor("gpu_lost", event.gpu);
+        m_line.Put("text", *SentenceOf(event));
     }
 
-    OrderedJson operator()(const GpuBackEvent& event) const {
-        OrderedJson line = BeginFor("gpu_back", event.gpu);
-        line["text"] = *SentenceOf(event);
-        return line;
+    void operator()(const GpuBackEvent& event) {
+        BeginFor("gpu_back", event.gpu);
+        m_line.Put("text", *SentenceOf(event));
     }
 
-    OrderedJson operator()(const WarningEvent& event) const {
-        OrderedJson line = event.gpu ? BeginFor("warning", *event.gpu) : Begin("warning");
-        line["what"] = event.what;
-        line["value"] = event.value;
-        line["limit"] = event.limit;
-        line["over"] = event.over;
-        line["text"] = *SentenceOf(event);
-        return line;
+    void operator()(const WarningEvent& event) {
+        if (event.gpu) {
+            BeginFor("warning", *event.gpu);
+        } else {
+            Begin("warning");
+        }
+        m_line.Put("what", event.what);
+        m_line.Put("value", event.value);
+        m_line.Put("limit", event.limit);
+        m_line.Put("over", event.over);
+        m_line.Put("text", *SentenceOf(event));
     }
 
-    OrderedJson operator()(const NoticeEvent& event) const {
-        OrderedJson line = Begin("notice");
-        line["id"] = event.id;
-        line["text"] = event.text;
-        return line;
+    void operator()(const NoticeEvent& event) {
+        Begin("notice");
+        m_line.Put("id", event.id);
+        m_line.Put("text", event.text);
     }
 
-    OrderedJson operator()(const ExitEvent& event) const {
-        OrderedJson line = Begin("worker_exit");
-        line["worker_pid"] = event.exit.processId;
-        line["exit_code"] = event.exit.code;
-        line["text"] = DescribeExit(event.exit);
-        line["crashed"] = event.exit.kind == ExitKind::kCrash && !event.exit.forced;
-        line["forced"] = event.exit.forced;
-        line["greeted"] = event.exit.greeted;
-        line["asked"] = event.exit.asked;
-        line["lived_ms"] = event.exit.lived.count();
-        line["restart_in_ms"] =
-            event.restartIn ? OrderedJson(event.restartIn->count()) : OrderedJson(nullptr);
-        return line;
+    void operator()(const ExitEvent& event) {
+        Begin("worker_exit");
+        m_line.Put("worker_pid", event.exit.processId);
+        m_line.Put("exit_code", event.exit.code);
+        m_line.Put("text", DescribeExit(event.exit));
+        m_line.Put("crashed", event.exit.kind == ExitKind::kCrash && !event.exit.forced);
+        m_line.Put("forced", event.exit.forced);
+        m_line.Put("greeted", event.exit.greeted);
+        m_line.Put("asked", event.exit.asked);
+        m_line.Put("lived_ms", event.exit.lived.count());
+        m_line.Put("restart_in_ms",
+                   event.restartIn ? std::optional(event.restartIn->count()) : std::nullopt);
     }
 
-    OrderedJson operator()(const PausedEvent& event) const {
-        return BeginWithText("paused", event);
-    }
+    void operator()(const PausedEvent& event) { BeginWithText("paused", event); }
 
-    OrderedJson operator()(const ResumedEvent& event) const {
-        return BeginWithText("resumed", event);
-    }
+    void operator()(const ResumedEvent& event) { BeginWithText("resumed", event); }
 
   private:
     // What every line begins with.
-    OrderedJson Begin(const char* type) const {
-        OrderedJson line = RoomyObject(kMostMembers);
-        line["type"] = type;
-        line["time"] = Rfc3339(m_time);
-        line["schema"] = m_origin.schema;
-        line["host"] = m_origin.host;
-        line["entry"] = m_origin.entry;
-        return line;
+    void Begin(const char* type) { Begin(type, m_origin.entry); }
+
+    void Begin(const char* type, const std::string& entry) {
+        m_line.Put("type", type);
+        m_line.Put("time", Rfc3339(m_time));
+        m_line.Put("schema", m_origin.schema);
+        m_line.Put("host", m_origin.host);
+        m_line.Put("entry", entry);
     }
 
     // What both kinds of readings of a GPU begin with.
-    OrderedJson BeginGpu(const char* type, const GpuReading& reading) const {
-        OrderedJson line = Begin(type);
-        line["index"] = reading.index;
-        line["count"] = reading.count;
-        line["name"] = OrNull(reading.name);
-        line["pci"] = PciJson(reading.pci);
-        return line;
+    void BeginGpu(const char* type, const GpuReading& reading) {
+        Begin(type);
+        m_line.Put("index", reading.index);
+        m_line.Put("count", reading.count);
+        m_line.Put("name", reading.name);
+        Put(m_line, "pci", reading.pci);
     }
 
-    OrderedJson BeginFor(const char* type, const GpuId& gpu) const {
-        OrderedJson line = Begin(type);
-        line["index"] = gpu.index;
-        line["bus_id"] = OrNull(gpu.busId);
-        return line;
+    void BeginFor(const char* type, const GpuId& gpu) {
+        Begin(type);
+        m_line.Put("index", gpu.index);
+        m_line.Put("bus_id", gpu.busId);
     }
 
-    OrderedJson BeginWithText(const char* type, const EventBody& event) const {
-        OrderedJson line = Begin(type);
-        line["text"] = *SentenceOf(event);
-        return line;
+    void BeginWithText(const char* type, const EventBody& event) {
+        Begin(type);
+        m_line.Put("text", *SentenceOf(event));
     }
 
+    CObjectFiller m_line;
     const UtcTime m_time;
     const StartEvent& m_origin;
 };
 
 }  // namespace
 
+CJsonLines::CJsonLines() : m_object(std::make_unique<OrderedJson>()) {}
+
+CJsonLines::~CJsonLines() = default;
+
+std::string CJsonLines::Line(const Event& event, const StartEvent& origin) {
+    std::visit(CLineMaker(*m_object, event.time, origin), event.body);
+    return m_object->dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
+}
+
 std::string JsonLine(const Event& event, const StartEvent& origin) {
-    return std::visit(CLineMaker(event.time, origin), event.body)
-        .dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
+    return CJsonLines().Line(event, origin);
 }
 
 }  // namespace zorvane

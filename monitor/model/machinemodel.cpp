@@ -15,6 +15,11 @@ std::string SourceOfIndex(uint32_t index) { return fmt::format("gpu {:010}", ind
 
 std::string GpuRow::Label() const { return busId ? *busId : fmt::format("index {}", index); }
 
+const StartEvent& CMachineModel::Origin() const {
+    static const StartEvent empty;
+    return m_start ? *m_start : empty;
+}
+
 void CMachineModel::Apply(const Event& event) {
     m_lastEvent = event.time;
     std::visit([&](const auto& body) { ApplyBody(body, event.time); }, event.body);

@@ -63,6 +63,8 @@ class CMachineModel {
 
     /** Where the run's readings come from; empty before the StartEvent. */
     const std::optional<StartEvent>& Start() const { return m_start; }
+    /** Start(), an empty one before it has come. */
+    const StartEvent& Origin() const;
 
     /** 0: no worker has been started. It may have ended. */
     DWORD WorkerId() const { return m_workerId; }

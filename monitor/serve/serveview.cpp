@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "monitor/json/jsonline.h"
 #include "monitor/metrics/prometheustext.h"
 
 namespace zorvane {
@@ -30,7 +29,7 @@ std::string TroubleOf(const CMachineModel& model) {
 }
 
 void CServeView::OnEvent(const Event& event, const CMachineModel& model) {
-    m_server.Publish(event, JsonLine(event, model.Start().value_or(StartEvent())) + "\n");
+    m_server.Publish(event, m_lines.Line(event, model.Origin()) + "\n");
 }
 
 void CServeView::OnChange(const CMachineModel& model) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "monitor/json/jsonline.h"
 #include "monitor/serve/httpserver.h"
 #include "monitor/views/view.h"
 
@@ -17,6 +18,7 @@ class CServeView : public IView {
 
   private:
     CHttpServer& m_server;
+    CJsonLines m_lines;
 };
 
 /** Why the model has no readings, in a sentence; empty when it has some. */

@@ -56,7 +56,7 @@ void CGpuListView::OnEnd(const CMachineModel& model) {
     std::string text;
     for (const auto& [source, event] : m_gpus) {
         if (m_isJson) {
-            text += JsonLine(event, model.Start().value_or(StartEvent())) + "\n";
+            text += JsonLine(event, model.Origin()) + "\n";
             continue;
         }
         text += text.empty() ? "" : "\n";

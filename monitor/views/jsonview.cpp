@@ -1,13 +1,11 @@
 #include "monitor/views/jsonview.h"
 
-#include "monitor/json/jsonline.h"
-
 namespace zorvane {
 
 void CJsonView::OnEvent(const Event& event, const CMachineModel& model) {
     m_event = &event;
     m_model = &model;
-    m_output.Write(JsonLine(event, model.Start().value_or(StartEvent())) + "\n");
+    m_output.Write(m_lines.Line(event, model.Origin()) + "\n");
     m_event = nullptr;
     m_model = nullptr;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "monitor/json/jsonline.h"
 #include "monitor/outputs/textoutput.h"
 #include "monitor/views/view.h"
 
@@ -22,6 +23,7 @@ class CJsonView : public IView, private IFileFrame {
     std::string Tail() const override;
 
     ITextOutput& m_output;
+    CJsonLines m_lines;
     /** During OnEvent. */
     const Event* m_event = nullptr;
     const CMachineModel* m_model = nullptr;

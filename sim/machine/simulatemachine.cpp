@@ -12,7 +12,7 @@ void Install(HMODULE module, std::span<const Replacement> replacements) {
     for (const Replacement& row : replacements) {
         void** entry = zorvane::FindImport(module, row.function);
         // A module may be given twice; its entry then holds the replacement already.
-        if (entry && *entry != row.replacement) {
+        if (entry && zorvane::ReadImport(entry) != row.replacement) {
             *row.original = zorvane::ExchangeImport(entry, row.replacement);
         }
     }

@@ -60,9 +60,10 @@ CCallCounts::CCallCounts(HMODULE module) : m_table(std::make_unique<Table>()) {
     auto* base = reinterpret_cast<char*>(module ? module : GetModuleHandleW(nullptr));
     for (const zorvane::PeImport& import : zorvane::CPeImage::OfModule(module).Imports()) {
         auto** entry = reinterpret_cast<void**>(base + import.entry);
-        if (IsCode(*entry)) {
+        void* original = zorvane::ReadImport(entry);
+        if (IsCode(original)) {
             m_table->entries.push_back(
-                {import.library == "msvcrt.dll", import.function, entry, *entry});
+                {import.library == "msvcrt.dll", import.function, entry, original});
         }
     }
     // Deliberately leaked: a thread may be on its way through it when the counting ends.

@@ -56,7 +56,7 @@ void InstallImportPatch(ImportPatchSlot& slot, void** entry, void* address) {
     slot.entry = entry;
     slot.address = address;
     // Set first: another thread may call the new address at once.
-    slot.original = *entry;
+    slot.original = zorvane::ReadImport(entry);
     slot.next = std::exchange(s_first, &slot);
     zorvane::ExchangeImport(entry, address);
 }

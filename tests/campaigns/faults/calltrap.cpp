@@ -171,7 +171,7 @@ void SetFaultPlan(const FaultPlan& plan) { s_plan = plan; }
 void TrapImports(HMODULE module) {
     for (const zorvane::PeImport& import : zorvane::CPeImage::OfModule(module).Imports()) {
         auto** entry = reinterpret_cast<void**>(reinterpret_cast<char*>(module) + import.entry);
-        void* original = *entry;
+        void* original = zorvane::ReadImport(entry);
         if (import.function == "GetProcAddress") {
             s_getProcAddress = reinterpret_cast<decltype(s_getProcAddress)>(original);
             original = reinterpret_cast<void*>(&TrapFound);

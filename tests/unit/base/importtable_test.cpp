@@ -12,14 +12,14 @@ ULONGLONG WINAPI Forty() { return 40; }
 TEST(ImportTableTest, EntryHoldsTheAddressOfTheFunction) {
     void** entry = FindImport(nullptr, "GetTickCount64");
     ASSERT_NE(entry, nullptr);
-    const auto before = reinterpret_cast<TickCount>(*entry)();
+    const auto before = reinterpret_cast<TickCount>(zorvane::ReadImport(entry))();
     EXPECT_LE(before, GetTickCount64());
 }
 
 TEST(ImportTableTest, ExchangedEntryIsTheOneThatCallsUse) {
     void** entry = FindImport(nullptr, "GetTickCount64");
     ASSERT_NE(entry, nullptr);
-    void* original = *entry;
+    void* original = zorvane::ReadImport(entry);
     EXPECT_EQ(ExchangeImport(entry, reinterpret_cast<void*>(&Forty)), original);
     EXPECT_EQ(GetTickCount64(), 40u);
     EXPECT_EQ(ExchangeImport(entry, original), reinterpret_cast<void*>(&Forty));

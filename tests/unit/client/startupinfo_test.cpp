@@ -26,6 +26,21 @@ TEST(StartupInfoTest, InheritsNothingWhenThereIsNoStandardError) {
     EXPECT_EQ(info.Get()->hStdError, nullptr);
 }
 
+TEST(StartupInfoTest, DeletesItsAttributesOnce) {
+    int deleted = 0;
+    PATCH_IMPORT(deleting, DeleteProcThreadAttributeList, [&](LPPROC_THREAD_ATTRIBUTE_LIST list) {
+        ++deleted;
+        deleting.Original(list);
+    });
+    { const CStartupInfo unprepared; }
+    EXPECT_EQ(deleted, 0);
+    {
+        CStartupInfo info;
+        ASSERT_FALSE(info.Prepare());
+    }
+    EXPECT_EQ(deleted, 1);
+}
+
 TEST(StartupInfoTest, NamesTheCallThatFails) {
     PATCH_IMPORT(failing, UpdateProcThreadAttribute,
                  [](LPPROC_THREAD_ATTRIBUTE_LIST, DWORD, DWORD_PTR, PVOID, SIZE_T, PVOID,

@@ -320,6 +320,15 @@ TEST_F(WorkerKeeperTest, TellsThatTheCpuTemperatureIsNoLongerReportedWhileTheGpu
               4);
 }
 
+TEST_F(WorkerKeeperTest, ForgetsTheCpuTemperatureOfTheWorkerBefore) {
+    Start({L"hello", L"gpu:0", L"gpu:0", L"gpu:0", L"gpu:0", L"gpu:0", L"gpu:0",
+           L"cpu:{\"CpuTemp\":47}", L"gpu:0", L"gpu:0", L"crash"});
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    Pass(1);
+    ASSERT_TRUE(WaitFor<CpuTemperature>(2));
+    EXPECT_TRUE(All<MissingEvent>().empty());
+}
+
 TEST_F(WorkerKeeperTest, CanBeStartedAgainFromItsLastEvent) {
     int ends = 0;
     m_onEvent = [&](const SessionEventBody& body) {

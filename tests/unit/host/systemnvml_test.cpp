@@ -108,6 +108,14 @@ TEST_F(SystemNvml, IsCopiedWhereTheJunctionLeadsNowhere) {
     EXPECT_EQ(ReadFileBytes(m_path), kContent);
 }
 
+TEST_F(SystemNvml, IsNotTakenForAFileThatNobodyCanIdentify) {
+    const CJunctions junctions(
+        [&] { return CreateHardLinkW(m_path.c_str(), m_original.c_str(), nullptr); });
+    PATCH_IMPORT(identify, GetFileInformationByHandle, [](auto...) -> WINBOOL { return FALSE; });
+    // A junction could be removed, and the file be copied; what stands in for one here cannot.
+    EXPECT_THAT(Lead(), testing::StartsWith(L"CreateDirectoryW: "));
+}
+
 TEST_F(SystemNvml, IsRefusedWhenTheCopyDiffers) {
     const CJunctions junctions([] { return FALSE; });
     PATCH_IMPORT(copy, CopyFileW, [&](LPCWSTR, LPCWSTR to, WINBOOL) -> WINBOOL {

@@ -20,6 +20,47 @@ TEST(FillEventTest, FillsWhatEveryEventHas) {
     EXPECT_EQ(event.dropped, 5u);
 }
 
+TEST(FillEventTest, GivesEveryEventItsType) {
+    const std::pair<SessionEventBody, ZorvaneEventType> rows[] = {
+        {WorkerStartEvent{}, kZorvaneEventWorkerStart},
+        {HelloEvent{}, kZorvaneEventHello},
+        {GpuStatic{}, kZorvaneEventGpuStatic},
+        {GpuReading{}, kZorvaneEventGpu},
+        {CpuTemperature{}, kZorvaneEventCpu},
+        {CpuUnreadEvent{}, kZorvaneEventCpu},
+        {ErrorEvent{}, kZorvaneEventError},
+        {MissingEvent{}, kZorvaneEventMissing},
+        {StaleEvent{}, kZorvaneEventStale},
+        {FreshEvent{}, kZorvaneEventFresh},
+        {GpuLostEvent{}, kZorvaneEventGpuLost},
+        {GpuBackEvent{}, kZorvaneEventGpuBack},
+        {NoticeEvent{}, kZorvaneEventNotice},
+        {StopStepEvent{}, kZorvaneEventStopStep},
+        {ExitEvent{}, kZorvaneEventWorkerExit},
+        {PausedEvent{}, kZorvaneEventPaused},
+        {ResumedEvent{}, kZorvaneEventResumed},
+        {StartFailedEvent{}, kZorvaneEventStartFailed},
+        {EndEvent{}, kZorvaneEventEnd}};
+    static_assert(std::size(rows) == std::variant_size_v<SessionEventBody>);
+    for (const auto& [body, type] : rows) {
+        EXPECT_EQ(Filled(body).type, type) << "alternative " << body.index();
+    }
+}
+
+TEST(FillEventTest, FillsSinceWhenNothingCame) {
+    EXPECT_EQ(Filled(StaleEvent{TimeOfTest()}).sinceMs, 1732164131123);
+    EXPECT_EQ(Filled(FreshEvent{TimeOfTest()}).sinceMs, 1732164131123);
+}
+
+TEST(FillEventTest, FillsNoticesAndStepsOfAStop) {
+    const ZorvaneEvent notice = Filled(NoticeEvent{"log_full", "The log is full"});
+    EXPECT_STREQ(notice.id.text, "log_full");
+    EXPECT_STREQ(notice.text.text, "The log is full");
+    const ZorvaneEvent step = Filled(StopStepEvent{StopStep::kForced, "It hangs"});
+    EXPECT_EQ(step.stopStep, static_cast<uint32_t>(StopStep::kForced));
+    EXPECT_STREQ(step.text.text, "It hangs");
+}
+
 TEST(FillEventTest, MarksWhatWasNotRead) {
     GpuReading reading = FullReading();
     reading.name.reset();

@@ -63,14 +63,38 @@ TEST(JsonLineTest, WritesAReading) {
             R"("clocks_mhz":{"graphics":1800,"sm":1801,"memory":10501,"video":1500}})");
 }
 
-TEST(JsonLineTest, AllocatesLittleForAReading) {
+TEST(JsonLinesTest, AllocatesLittleForAReadingLikeTheOneBefore) {
     const Event event = EventAt(0, FullReading());
     const StartEvent origin = Origin();
+    CJsonLines lines;
+    lines.Line(event, origin);
     CCallCounts counts(nullptr);
     counts.Begin();
-    const std::string line = JsonLine(event, origin);
+    const std::string line = lines.Line(event, origin);
     const CallsByName calls = counts.End();
-    EXPECT_LE(calls.at("malloc"), 40u) << line;
+    EXPECT_LE(calls.at("malloc"), 12u) << line;
+}
+
+// Whatever came before, a line is what it is by itself.
+TEST(JsonLinesTest, KeepsNothingOfTheLineBefore) {
+    GpuReading nameless = FullReading();
+    nameless.name.reset();
+    nameless.pci.reset();
+    nameless.temperatureCelsius.reset();
+    GpuReading other = FullReading();
+    other.name = L"T4";
+    other.clocksMHz = {};
+    const EventBody bodies[] = {FullReading(),         nameless,
+                                FullReading(),         other,
+                                FullStatic(),          HelloEvent{{L"Temp", 65602}, 312},
+                                CpuTemperature{47},    CpuUnreadEvent(),
+                                GpuLostEvent{{1, {}}}, Origin(),
+                                GpuReading(),          FullReading(),
+                                WorkerStartEvent{312}};
+    CJsonLines lines;
+    for (const EventBody& body : bodies) {
+        EXPECT_EQ(lines.Line(EventAt(0, body), Origin()), LineOf(body));
+    }
 }
 
 TEST(JsonLineTest, WritesWhatDoesNotChange) {

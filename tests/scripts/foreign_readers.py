@@ -11,7 +11,7 @@ import urllib.request
 
 ROUNDS = 40
 # Whatever could end a field, a label or a line too early.
-ODD_NAME = 'A "quoted", name; with \\ and \u00c4 \u4e2d'
+ODD_NAME = 'A "quoted", name; or \\ and \u00c4 \u4e2d'
 BUS_IDS = ["00000000:01:00.0", "00000000:0A:00.0"]
 
 

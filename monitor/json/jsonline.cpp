@@ -7,7 +7,7 @@ namespace zorvane {
 namespace {
 
 void Put(CObjectFiller& line, const char* name, const Clocks& clocks) {
-    CObjectFiller object(line.Member(name));
+    CObjectFiller object(line.Member(name), kClockTypeCount);
     object.Put("graphics", clocks[kClockGraphics]);
     object.Put("sm", clocks[kClockSm]);
     object.Put("memory", clocks[kClockMemory]);
@@ -19,7 +19,7 @@ void Put(CObjectFiller& line, const char* name, const std::optional<PciLocation>
         line.Put(name, nullptr);
         return;
     }
-    CObjectFiller object(line.Member(name));
+    CObjectFiller object(line.Member(name), 5);
     object.Put("bus_id", pci->busId);
     object.Put("domain", pci->domain);
     object.Put("bus", pci->bus);
@@ -28,9 +28,12 @@ void Put(CObjectFiller& line, const char* name, const std::optional<PciLocation>
 }
 
 class CLineMaker {
+    // Of "worker_exit" and of both kinds of readings.
+    static constexpr size_t kMostMembers = 14;
+
   public:
     CLineMaker(OrderedJson& line, UtcTime time, const StartEvent& origin)
-        : m_line(line), m_time(time), m_origin(origin) {}
+        : m_line(line, kMostMembers), m_time(time), m_origin(origin) {}
 
     void operator()(const StartEvent& start) {
         Begin("start");

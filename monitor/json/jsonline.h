@@ -9,7 +9,10 @@
 
 namespace zorvane {
 
-/** Writes one line after the other. A line like the one before takes little memory anew. */
+/**
+ * Writes one line after the other, for one thread. A line like the one before takes little memory
+ * anew.
+ */
 class CJsonLines {
   public:
     CJsonLines();

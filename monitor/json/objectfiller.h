@@ -21,8 +21,12 @@ using OrderedJson = nlohmann::ordered_json;
  */
 class CObjectFiller {
   public:
-    /** `object` outlives the filler; what is no object becomes one. */
-    explicit CObjectFiller(OrderedJson& object) : m_members(MembersOf(object)) {}
+    /**
+     * `object` outlives the filler; what is no object becomes one, with room for so many members:
+     * when it grows, it copies the names that it has.
+     */
+    explicit CObjectFiller(OrderedJson& object, size_t room = 0)
+        : m_members(MembersOf(object, room)) {}
     ~CObjectFiller() { CutOff(); }
     CObjectFiller(const CObjectFiller&) = delete;
     CObjectFiller& operator=(const CObjectFiller&) = delete;
@@ -65,11 +69,10 @@ class CObjectFiller {
     // The members in their order; by name they would be looked for one by one.
     using Members = OrderedJson::object_t::Container;
 
-    static Members& MembersOf(OrderedJson& object) {
+    static Members& MembersOf(OrderedJson& object, size_t room) {
         if (!object.is_object()) {
             object = OrderedJson::object();
-            // No object of ours has more members.
-            object.get_ref<OrderedJson::object_t&>().reserve(14);
+            object.get_ref<OrderedJson::object_t&>().reserve(room);
         }
         return object.get_ref<OrderedJson::object_t&>();
     }

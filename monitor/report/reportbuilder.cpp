@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/text.h"
+#include "monitor/json/jsonline.h"
 #include "monitor/report/profilenames.h"
 #include "web/webpage.h"
 
@@ -179,7 +180,7 @@ void CReportBuilder::NoteUsers() {
 }
 
 void CReportBuilder::AddLine(const Event& event) {
-    std::string line = m_json.Line(event, m_model.Origin());
+    std::string line = JsonLine(event, m_model.Origin());
     if (m_firstLines.size() < kFirstLines) {
         m_firstLines.push_back(std::move(line));
         return;

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "monitor/event.h"
-#include "monitor/json/jsonline.h"
 #include "monitor/model/machinemodel.h"
 #include "monitor/report/secretwords.h"
 #include "monitor/report/thinnedseries.h"
@@ -73,7 +72,6 @@ class CReportBuilder {
     std::map<std::string, Gpu> m_gpus;
     CThinnedSeries m_cpu;
     /** The lines of what is no reading: the first ones, and the last ones. */
-    CJsonLines m_json;
     std::deque<std::string> m_firstLines;
     std::deque<std::string> m_lastLines;
     /** JSON; empty without one. */

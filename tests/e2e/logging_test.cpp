@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <iterator>
 #include <regex>
 
+#include "base/handle.h"
+#include "src/log/logfile.h"
 #include "tests/e2e/simulatedmachine.h"
 #include "tests/support/logfile.h"
 #include "tests/support/records.h"
@@ -17,6 +21,39 @@ using testing::Not;
 namespace {
 
 const MachineParts kParts{.scenario = kTwoGpus, .settings = "[cpu_kernel]\r\nsdk_flag=0\r\n"};
+
+MachineParts In(const std::wstring& folder, size_t length = 0) {
+    MachineParts parts = kParts;
+    parts.folder = folder;
+    parts.folderLength = length;
+    return parts;
+}
+
+// The longest path that the library has room for, without the folder of the library.
+constexpr size_t kLongestFolder = MAX_PATH - 1 - std::size(L"Log\\Qorvella_HardwareDll.log");
+
+// The log's mutex, made by somebody who lets nobody else have it.
+zorvane::CUniqueHandle MakeMutexOfAnother(const std::wstring& name) {
+    ACL nobody;
+    SECURITY_DESCRIPTOR descriptor;
+    SECURITY_ATTRIBUTES attributes{sizeof(attributes), &descriptor, FALSE};
+    EXPECT_TRUE(InitializeAcl(&nobody, sizeof(nobody), ACL_REVISION));
+    EXPECT_TRUE(InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION));
+    EXPECT_TRUE(SetSecurityDescriptorDacl(&descriptor, TRUE, &nobody, FALSE));
+    zorvane::CUniqueHandle mutex(CreateMutexW(&attributes, FALSE, name.c_str()));
+    EXPECT_FALSE(zorvane::CUniqueHandle(OpenMutexW(MUTEX_ALL_ACCESS, FALSE, name.c_str())));
+    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    return mutex;
+}
+
+// A log file that is open in another program, as another worker has it or for that program alone.
+zorvane::CUniqueHandle OpenAsAnother(const std::wstring& path, DWORD shared) {
+    zorvane::CUniqueHandle file =
+        zorvane::OwnFile(CreateFileW(path.c_str(), GENERIC_WRITE, shared, nullptr, OPEN_EXISTING,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
+    EXPECT_TRUE(file);
+    return file;
+}
 
 // Runs a worker for `cycles` cycles.
 void RunWorker(const CSimulatedMachine& machine, size_t cycles) {
@@ -98,4 +135,43 @@ TEST(WorkerLog, TakesFormatsInACommandLineAsText) {
     ASSERT_EQ(worker->Wait(), 0u);
     EXPECT_THAT(machine.LogMessages().front(),
                 testing::EndsWith("--entry=%s%n%5000d " + std::string(3000, 'x')));
+}
+
+TEST(WorkerLog, MayHaveAPathOfAnyCharacters) {
+    const CSimulatedMachine machine(In(L"\x00E4 \x0436 \x4E2D"));
+    RunWorker(machine, 1);
+    EXPECT_THAT(machine.LogMessages(), Contains(HasSubstr("OnCopyData StopLoop")));
+}
+
+TEST(WorkerLog, MayHaveTheLongestPathThatWindowsKnows) {
+    const CSimulatedMachine machine(In(L"", kLongestFolder));
+    ASSERT_EQ(machine.LogPath().size(), MAX_PATH - 1u);
+    RunWorker(machine, 1);
+    EXPECT_THAT(machine.LogMessages(), Contains(HasSubstr("OnCopyData StopLoop")));
+}
+
+TEST(WorkerLog, IsDoneWithoutWhereItsPathWouldBeTooLong) {
+    const CSimulatedMachine machine(In(L"", kLongestFolder + 1));
+    RunWorker(machine, 2);
+    EXPECT_TRUE(std::filesystem::is_empty(std::filesystem::path(machine.LogPath()).parent_path()));
+}
+
+TEST(WorkerLog, IsDoneWithoutWhileAnotherProgramHasTheFileForItself) {
+    const CSimulatedMachine machine(kParts);
+    WriteFileBytes(machine.LogPath(), "of another\r\n");
+    const zorvane::CUniqueHandle file = OpenAsAnother(machine.LogPath(), FILE_SHARE_READ);
+    RunWorker(machine, 2);
+    EXPECT_EQ(ReadFileBytes(machine.LogPath()), "of another\r\n");
+}
+
+// As it is for a worker without rights beside one that runs as an administrator.
+TEST(WorkerLog, IsLeftToAWorkerWhoseMutexCannotBeOpened) {
+    const CSimulatedMachine machine(kParts);
+    WriteFileBytes(machine.LogPath(), "of another\r\n");
+    const zorvane::CUniqueHandle mutex =
+        MakeMutexOfAnother(ZorLog::LogMutexName(machine.LogPath()));
+    const zorvane::CUniqueHandle file =
+        OpenAsAnother(machine.LogPath(), FILE_SHARE_READ | FILE_SHARE_WRITE);
+    RunWorker(machine, 2);
+    EXPECT_EQ(ReadFileBytes(machine.LogPath()), "of another\r\n");
 }

@@ -22,16 +22,25 @@ std::wstring ProgramFiles(const std::wstring& nvml) {
     return nvml.empty() ? (sim / L"ProgramFiles").wstring() : (sim / L"variants" / nvml).wstring();
 }
 
+std::wstring FolderIn(const std::wstring& folder, const MachineParts& parts) {
+    std::wstring path = folder;
+    if (!parts.folder.empty() || parts.folderLength > 0) {
+        path += L"\\" + parts.folder;
+    }
+    path.resize(std::max(path.size(), parts.folderLength), L'x');
+    return path;
+}
+
 }  // namespace
 
 CSimulatedMachine::CSimulatedMachine(const MachineParts& parts)
-    : m_host(
-          m_folder.PathOf(parts.simulatedProcessor ? L"zorvanesimhost.exe" : L"zorvanehost.exe")),
+    : m_path(FolderIn(m_folder.Path(), parts)),
+      m_host(PathOf(parts.simulatedProcessor ? L"zorvanesimhost.exe" : L"zorvanehost.exe")),
       m_programFiles(ProgramFiles(parts.nvml)) {
-    const std::filesystem::path folder = m_folder.Path();
+    const std::filesystem::path folder = m_path;
     const std::filesystem::path sim = BuildFolder(L"sim");
     const std::filesystem::path bin = BuildFolder(L"bin");
-    std::filesystem::create_directory(folder / L"Log");
+    std::filesystem::create_directories(folder / L"Log");
     Copy(bin / L"Zorvane.dll", folder);
     Copy((parts.simulatedProcessor ? sim : bin) / std::filesystem::path(m_host).filename(), folder);
     const std::filesystem::path standIn = bin / L"platform-standin" / L"Platform.dll";
@@ -42,7 +51,7 @@ CSimulatedMachine::CSimulatedMachine(const MachineParts& parts)
         Copy(parts.standIn ? standIn : sim / L"Platform.dll", folder);
     }
     Copy(sim / L"AMDRyzenMasterDriver.sys", folder);
-    WriteFileBytes(m_folder.PathOf(L"scenario.json"), parts.scenario);
+    WriteFileBytes(PathOf(L"scenario.json"), parts.scenario);
     if (!parts.settings.empty()) {
         WriteFileBytes(SettingsPath(), parts.settings);
     }
@@ -54,8 +63,8 @@ std::unique_ptr<CChildProcess> CSimulatedMachine::StartWorker(const std::wstring
 
 std::vector<zorvane::EnvironmentChange> CSimulatedMachine::Environment() const {
     return {{L"ProgramW6432", m_programFiles},
-            {L"ZORVANE_SIM_SCENARIO", m_folder.PathOf(L"scenario.json")},
-            {L"ZORVANE_SIM_CALL_LOG", m_folder.PathOf(L"calls.log")}};
+            {L"ZORVANE_SIM_SCENARIO", PathOf(L"scenario.json")},
+            {L"ZORVANE_SIM_CALL_LOG", PathOf(L"calls.log")}};
 }
 
 std::vector<std::string> CSimulatedMachine::LogMessages() const {
@@ -84,7 +93,7 @@ bool CSimulatedMachine::WaitForCall(const std::string& text) const {
     constexpr DWORD kPolls = 600;
     constexpr DWORD kPollMs = 50;
     for (DWORD poll = 0; poll < kPolls; ++poll) {
-        if (ReadFileBytes(m_folder.PathOf(L"calls.log")).find(text) != std::string::npos) {
+        if (ReadFileBytes(PathOf(L"calls.log")).find(text) != std::string::npos) {
             return true;
         }
         Sleep(kPollMs);
@@ -94,7 +103,7 @@ bool CSimulatedMachine::WaitForCall(const std::string& text) const {
 
 std::vector<std::string> CSimulatedMachine::Calls() const {
     std::vector<std::string> calls;
-    std::istringstream text(ReadFileBytes(m_folder.PathOf(L"calls.log")));
+    std::istringstream text(ReadFileBytes(PathOf(L"calls.log")));
     for (std::string line; std::getline(text, line);) {
         calls.push_back(line);
     }

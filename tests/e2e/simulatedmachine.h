@@ -28,6 +28,10 @@ struct MachineParts {
     bool unpacked = false;
     /** Content of Qorvella.set; none when empty. */
     std::string settings{};
+    /** The name of its folder; a short one when empty. */
+    std::wstring folder{};
+    /** What that name is filled up to, so that the folder's path has so many characters. */
+    size_t folderLength = 0;
 };
 
 /** Workers started here see nothing of the real machine. The folder's path contains a blank. */
@@ -42,10 +46,10 @@ class CSimulatedMachine {
     std::wstring Host() const { return m_host; }
     std::vector<zorvane::EnvironmentChange> Environment() const;
 
-    const std::wstring& Folder() const { return m_folder.Path(); }
-    std::wstring LogPath() const { return m_folder.PathOf(L"Log\\Qorvella_HardwareDll.log"); }
-    std::wstring SettingsPath() const { return m_folder.PathOf(L"Qorvella.set"); }
-    std::wstring DriverPath() const { return m_folder.PathOf(L"AMDRyzenMasterDriver.sys"); }
+    const std::wstring& Folder() const { return m_path; }
+    std::wstring LogPath() const { return PathOf(L"Log\\Qorvella_HardwareDll.log"); }
+    std::wstring SettingsPath() const { return PathOf(L"Qorvella.set"); }
+    std::wstring DriverPath() const { return PathOf(L"AMDRyzenMasterDriver.sys"); }
 
     /** The log sites' messages, "[source] text", of all workers so far. */
     std::vector<std::string> LogMessages() const;
@@ -62,7 +66,10 @@ class CSimulatedMachine {
     bool WaitForCall(const std::string& text) const;
 
   private:
-    CTempFolder m_folder;
+    std::wstring PathOf(const std::wstring& name) const { return m_path + L"\\" + name; }
+
+    const CTempFolder m_folder;
+    const std::wstring m_path;
     std::wstring m_host;
     std::wstring m_programFiles;
 };

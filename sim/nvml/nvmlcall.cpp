@@ -59,7 +59,7 @@ int32_t RunAllowed(const NvmlCall& call, const std::string& place, Gpu* gpu, Loc
         NvmlMoment moment{scenario, SecondsSinceProcessStart()};
         return Logged(call, place, answer(moment));
     }
-    if (scenario.garbage.writeOnFailure) {
+    if (call.out && scenario.garbage.writeOnFailure) {
         std::memset(call.out, kGarbageByte, call.outSize);
     }
     return Logged(call, place, outcome.result);

@@ -174,6 +174,32 @@ constexpr Failure kFailures[] = {
     Fails("nvmlInit_v2", 999, 0, "nvmlInit failed, ret = 999"),
     Fails("nvmlDeviceGetCount_v2", 999, 0, "nvmlDeviceGetCount failed, ret = 999"),
     Fails("nvmlErrorString", 0, 0),
+#ifdef ZORVANE_CHECKED
+    // What the checks themselves need.
+    CannotFail("CreateSemaphoreW"),
+    CannotFail("CryptAcquireContextA"),
+    CannotFail("CryptGenRandom"),
+    CannotFail("CryptReleaseContext"),
+    CannotFail("IsDBCSLeadByteEx"),
+    CannotFail("ReleaseSemaphore"),
+    CannotFail("TlsAlloc"),
+    CannotFail("TlsFree"),
+    CannotFail("TlsGetValue"),
+    CannotFail("TlsSetValue"),
+    CannotFail("___lc_codepage_func"),
+    CannotFail("___mb_cur_max_func"),
+    CannotFail("_assert"),
+    CannotFail("_exit"),
+    CannotFail("_open"),
+    CannotFail("fputc"),
+    CannotFail("getenv"),
+    CannotFail("isspace"),
+    CannotFail("localeconv"),
+    CannotFail("sprintf"),
+    CannotFail("strerror"),
+    CannotFail("strstr"),
+    CannotFail("strtoul"),
+#endif
 };
 
 // Code of every other function of NVML: "unknown error".

@@ -22,9 +22,7 @@ endforeach()
 target_link_options(zorvane_options INTERFACE --coverage)
 
 # The linker of GCC takes minutes for these.
-if(ZORVANE_LLD AND CMAKE_CROSSCOMPILING)
-  target_link_options(zorvanemon PRIVATE -wrapper "${PROJECT_SOURCE_DIR}/cmake/link-with-lld")
-endif()
+zorvane_quick_link(zorvanemon)
 
 # A host ends itself by TerminateProcess, which writes nothing.
 foreach(target zorvanehost zorvanesimhost)

@@ -12,21 +12,14 @@ set(ZORVANE_TEST_DIR "${CMAKE_BINARY_DIR}/tests")
 set(ZORVANE_TEST_RESULTS_DIR "${CMAKE_BINARY_DIR}/test-results")
 file(MAKE_DIRECTORY "${ZORVANE_TEST_RESULTS_DIR}")
 
-find_program(ZORVANE_LLD ld.lld)
-
 # zorvane_test_options(target): what compiles and links quickly. A test runs too briefly for the
 # optimiser to pay, and its symbols help nobody under Wine; the debug preset has both as a debugger
 # wants them.
 function(zorvane_test_options target)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0;-g0>)
   target_link_options(${target} PRIVATE $<$<CONFIG:Release>:-s>)
-  set_target_properties(${target} PROPERTIES ZORVANE_QUICK_LINK TRUE)
+  zorvane_quick_link(${target})
   zorvane_unity(${target})
-  if(ZORVANE_LLD AND CMAKE_CROSSCOMPILING)
-    target_link_options(${target} PRIVATE -wrapper "${PROJECT_SOURCE_DIR}/cmake/link-with-lld")
-    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS
-      "${PROJECT_SOURCE_DIR}/cmake/link-with-lld")
-  endif()
 endfunction()
 
 # zorvane_test_program(target [ISOLATED] SOURCES source... [LIBRARIES library...])

@@ -42,6 +42,18 @@ add_compile_options(
 # takes long for that. No -fdata-sections: for Windows the compiler then writes zeroed data into the
 # file.
 set(small "$<NOT:$<BOOL:$<TARGET_PROPERTY:ZORVANE_QUICK_LINK>>>")
+find_program(ZORVANE_LLD ld.lld)
+
+# zorvane_quick_link(program): for programs that are linked often and shipped to nobody.
+function(zorvane_quick_link target)
+  set_target_properties(${target} PROPERTIES ZORVANE_QUICK_LINK TRUE)
+  if(ZORVANE_LLD AND CMAKE_CROSSCOMPILING)
+    target_link_options(${target} PRIVATE -wrapper "${PROJECT_SOURCE_DIR}/cmake/link-with-lld")
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS
+      "${PROJECT_SOURCE_DIR}/cmake/link-with-lld")
+  endif()
+endfunction()
+
 target_compile_options(zorvane_options INTERFACE $<${small}:-ffunction-sections>)
 
 target_link_options(zorvane_options INTERFACE
@@ -51,7 +63,7 @@ target_link_options(zorvane_options INTERFACE
 # Most of what a source costs is reading headers, so several sources are compiled as one, which takes
 # two fifths off a build. Off, each source is an object of its own: scripts/lint looks at sources so.
 # "TESTS" is for scripts/mutate, which compiles one source of a program again and again, so these are
-# not optimised either.
+# not optimised either, and zorvanemon is linked as the tests are.
 set(ZORVANE_UNITY ON CACHE STRING "Compile several sources of a target as one: ON, OFF or TESTS")
 
 # zorvane_unity(target): compiles the sources of the target several at a time. Not for what takes in a

@@ -47,6 +47,10 @@ TEST_F(ReportCommandTest, LiesBesideTheRecordingUnlessItIsNamed) {
     EXPECT_THAT(Page(), StartsWith("<!doctype html>"));
     EXPECT_EQ(Report(m_recording, {}, L"no extension").exitCode, kExitDone);
     EXPECT_THAT(Page(L"no extension.html"), StartsWith("<!doctype html>"));
+    // The dot of a folder begins no extension.
+    ASSERT_TRUE(CreateDirectoryW(m_folder.PathOf(L"v1.0").c_str(), nullptr));
+    EXPECT_EQ(Report(m_recording, {}, L"v1.0\\recording").exitCode, kExitDone);
+    EXPECT_THAT(Page(L"v1.0\\recording.html"), StartsWith("<!doctype html>"));
     EXPECT_EQ(Report(m_recording, {"-o", Path(L"named")}).exitCode, kExitDone);
     EXPECT_THAT(Page(L"named"), StartsWith("<!doctype html>"));
 }

@@ -52,6 +52,9 @@ TEST(LastRunTest, TellsHowItEnded) {
     EXPECT_EQ(LastOf(Start(1) + NotAdministrator(1))->end, RunEnd::kBrokenOff);
     EXPECT_EQ(LastOf(Start(1), 1)->end, RunEnd::kRunning);
     EXPECT_EQ(LastOf(Start(1) + Line(1, "-------log full"))->end, RunEnd::kUntold);
+    EXPECT_EQ(
+        LastOf(Start(1) + Line(1, "[I][  70][msgloopprocess] WorkThreadFun process quit."))->end,
+        RunEnd::kOrderly);
 }
 
 TEST(LastRunTest, HasTheMeaningOfItsLinesAndWhatIsMissing) {

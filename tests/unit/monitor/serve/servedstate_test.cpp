@@ -149,6 +149,11 @@ TEST_F(ServedStateTest, LetsAReaderBeginAnewWhoseLastEventIsNone) {
     EXPECT_THAT(BodyOf(m_state.Respond(request)), testing::Not(HasSubstr("event: reset\n")));
 }
 
+TEST_F(ServedStateTest, HasNoMetricsBeforeTheFirstAreMade) {
+    EXPECT_EQ(Get("/metrics").status, 200u);
+    EXPECT_EQ(BodyOf(Get("/metrics")), "");
+}
+
 TEST(ServedReport, HasWhatDoctorSaysIfHeIsAsked) {
     const CServedState state({{"127.0.0.1", 9836}, {}}, {}, "run", [] {
         return std::string(R"({"checks": [], "readings": [], "host": "asked"})");

@@ -66,6 +66,14 @@ target_link_options(zorvane_options INTERFACE
 # not optimised either, and zorvanemon is linked as the tests are.
 set(ZORVANE_UNITY ON CACHE STRING "Compile several sources of a target as one: ON, OFF or TESTS")
 
+# GNU's ar reads every section for its index: half a minute for a library of objects that are not
+# optimised.
+find_program(ZORVANE_LLVM_AR llvm-ar)
+if(ZORVANE_LLVM_AR AND (ZORVANE_UNITY STREQUAL "TESTS" OR ZORVANE_COVERAGE))
+  set(CMAKE_CXX_ARCHIVE_CREATE "${ZORVANE_LLVM_AR} qc <TARGET> <OBJECTS>")
+  set(CMAKE_CXX_ARCHIVE_FINISH "${ZORVANE_LLVM_AR} s <TARGET>")
+endif()
+
 # zorvane_unity(target): compiles the sources of the target several at a time. Not for what takes in a
 # static library's objects one by one, and not for Zorvane.dll and zorvaneclient.dll.
 function(zorvane_unity target)

@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <tlhelp32.h>
+
 #include <cstdlib>
+#include <iostream>
 #include <random>
 
 #include "base/environment.h"
@@ -34,6 +37,25 @@ bool WaitForService() {
     return ServiceState().has_value();
 }
 
+// CreateProcessW makes a process with a suspended thread, which it resumes at its end. A stub that
+// is killed in between leaves the process so. True when that has happened.
+bool ResumeHalfMade(HANDLE process) {
+    const DWORD id = GetProcessId(process);
+    const zorvane::CUniqueHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    bool resumed = false;
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof(entry);
+    for (BOOL more = Thread32First(snapshot.get(), &entry); more;
+         more = Thread32Next(snapshot.get(), &entry)) {
+        if (entry.th32OwnerProcessID == id) {
+            const zorvane::CUniqueHandle thread(
+                OpenThread(THREAD_SUSPEND_RESUME, FALSE, entry.th32ThreadID));
+            resumed = static_cast<int>(ResumeThread(thread.get())) > 0 || resumed;
+        }
+    }
+    return resumed;
+}
+
 }  // namespace
 
 TEST(KilledStub, LeavesNoWorkerAndNoServiceBehind) {
@@ -59,6 +81,9 @@ TEST(KilledStub, LeavesNoWorkerAndNoServiceBehind) {
         SCOPED_TRACE("kill " + std::to_string(kill) + " after " + std::to_string(moment) +
                      " ms, seed " + std::to_string(seed));
         if (worker) {
+            if (ResumeHalfMade(worker.get())) {
+                std::cout << "kill " << kill << " came before the worker could run\n";
+            }
             ASSERT_EQ(WaitForSingleObject(worker.get(), kBoundMs), WAIT_OBJECT_0)
                 << testing::PrintToString(machine.LogLines());
             DWORD code = 1;

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "base/handle.h"
+#include "monitor/serve/serveview.h"
 #include "tests/support/importpatch.h"
 #include "tests/unit/monitor/readings.h"
 
@@ -349,6 +350,30 @@ TEST(HttpServerStart, NamesTheCallThatFails) {
         return INVALID_SOCKET;
     });
     EXPECT_THAT(call(), StartsWith("socket 127.0.0.1:"));
+}
+
+TEST_F(HttpServerTest, HandsOutWhatItsViewIsTold) {
+    StartServer();
+    CServeView view(*m_server);
+    CMachineModel model;
+    model.Apply(EventAt(0, WorkerStartEvent{1}));
+    const Event reading = EventAt(1, FullReading());
+    model.Apply(reading);
+    view.OnEvent(reading, model);
+    view.OnChange(model);
+    EXPECT_THAT(Get("/history"), HasSubstr(R"("type":"gpu")"));
+    EXPECT_THAT(Get("/metrics"), HasSubstr("zorvane_gpu_temperature_celsius{"));
+    EXPECT_THAT(Get("/healthz"), HasSubstr("200 OK"));
+    const Event end = EventAt(2, ExitEvent());
+    model.Apply(end);
+    view.OnEvent(end, model);
+    view.OnChange(model);
+    EXPECT_THAT(Get("/healthz"), HasSubstr("503 Service Unavailable"));
+    CClient reader(Port());
+    reader.Ask(Port(), "/events");
+    reader.ReceiveUntil("retry: ");
+    view.OnEnd(model);
+    EXPECT_THAT(reader.ReceiveAll(), HasSubstr("event: end"));
 }
 
 }  // namespace

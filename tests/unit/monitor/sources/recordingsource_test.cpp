@@ -123,6 +123,17 @@ TEST_F(RecordingSourceTest, WaitsNeitherForAClockThatWasSetBackNorBetweenTwoReco
     EXPECT_EQ(m_source->DueTick(), 101s);
 }
 
+TEST_F(RecordingSourceTest, KeepsThePaceOfARecordingBehindAnother) {
+    std::string text = Line(EventAt(0, StartEvent()));
+    text += Line(EventAt(2, CpuTemperature{41}));
+    text += Line(EventAt(500, StartEvent()));
+    text += Line(EventAt(501, CpuTemperature{42}));
+    Open(text);
+    m_source->OnTime(At(2000ms));
+    EXPECT_THAT(Celsius(), ElementsAre(41));
+    EXPECT_EQ(m_source->DueTick(), 103s);
+}
+
 TEST_F(RecordingSourceTest, EndsWhenItIsStopped) {
     m_stopsAt = 3;
     Open(Recording({41, 42, 43}), std::nullopt);

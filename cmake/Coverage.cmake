@@ -21,6 +21,14 @@ foreach(folder base src host client client/c client/reasons monitor)
 endforeach()
 target_link_options(zorvane_options INTERFACE --coverage)
 
+# Test programs that compile a source of the program themselves. Their precompiled headers count nothing.
+foreach(target test_kit test_dllmain)
+  get_target_property(sources ${target} SOURCES)
+  list(FILTER sources INCLUDE REGEX "^(/|.:)")
+  set_source_files_properties(${sources} TARGET_DIRECTORY ${target} PROPERTIES
+    COMPILE_OPTIONS "${counting}" SKIP_PRECOMPILE_HEADERS ON SKIP_UNITY_BUILD_INCLUSION ON)
+endforeach()
+
 # The linker of GCC takes minutes for these.
 zorvane_quick_link(zorvanemon)
 

@@ -30,14 +30,8 @@ std::vector<std::string> CommandLineWords() {
 
 int Say(const zorvane::ParseEnd& end) {
     const DWORD target = end.exitCode == 0 ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE;
-    zorvane::COutput output(GetStdHandle(target));
-    output.Write(end.text);
-    const bool isLost = output.Failure() && !output.IsReaderGone();
-    if (isLost && end.exitCode == 0) {
-        zorvane::WriteNote(zorvane::Describe(*output.Failure()));
-        return zorvane::kExitOutput;
-    }
-    return end.exitCode;
+    const bool isSaid = zorvane::WriteAnswer(GetStdHandle(target), end.text);
+    return isSaid || end.exitCode != 0 ? end.exitCode : zorvane::kExitOutput;
 }
 
 }  // namespace

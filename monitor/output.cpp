@@ -35,6 +35,16 @@ bool COutput::IsReaderGone() const {
     return code == ERROR_BROKEN_PIPE || code == ERROR_NO_DATA || code == ERROR_PIPE_NOT_CONNECTED;
 }
 
+bool WriteAnswer(HANDLE target, std::string_view text) {
+    COutput output(target);
+    output.Write(text);
+    const bool isLost = output.Failure() && !output.IsReaderGone();
+    if (isLost) {
+        WriteNote(Describe(*output.Failure()));
+    }
+    return !isLost;
+}
+
 void WriteNote(std::string_view text) {
     // If standard error cannot be written there is nowhere to report that.
     WriteText(GetStdHandle(STD_ERROR_HANDLE), "zorvanemon: " + std::string(text) + "\n");

@@ -49,6 +49,12 @@ class COutput {
     std::optional<CallError> m_failure;
 };
 
+/**
+ * Writes what a command has to say to a standard handle. False if it is lost, which is then said on
+ * standard error; that nobody reads any more is no loss.
+ */
+[[nodiscard]] bool WriteAnswer(HANDLE target, std::string_view text);
+
 /** One line to standard error, with the program's name in front. */
 void WriteNote(std::string_view text);
 

@@ -68,7 +68,12 @@ std::vector<std::string> CLogFollower::Read() {
         m_failure = GetLastError();
         return {};
     }
-    if (!IsSameFile(file.get(), *size)) {
+    const auto isSame = IsSameFile(file.get(), *size);
+    if (!isSame) {
+        m_failure = GetLastError();
+        return {};
+    }
+    if (!*isSame) {
         m_offset = *size - std::min(*size, kLongestPast);
         m_anchor.clear();
         m_unfinished.clear();
@@ -83,12 +88,12 @@ std::vector<std::string> CLogFollower::Read() {
     return WholeLines();
 }
 
-bool CLogFollower::IsSameFile(HANDLE file, uint64_t size) {
+std::optional<bool> CLogFollower::IsSameFile(HANDLE file, uint64_t size) {
     if (m_anchor.empty() || size < m_offset) {
         return false;
     }
     const auto bytes = ReadAt(file, m_offset - m_anchor.size(), m_anchor.size());
-    return bytes && *bytes == m_anchor;
+    return bytes ? std::optional(*bytes == m_anchor) : std::nullopt;
 }
 
 void CLogFollower::Take(std::string_view bytes) {

@@ -40,7 +40,8 @@ class CLogFollower {
     const std::wstring& Path() const { return m_path; }
 
   private:
-    bool IsSameFile(HANDLE file, uint64_t size);
+    /** Nothing if it cannot be read. */
+    std::optional<bool> IsSameFile(HANDLE file, uint64_t size);
     void Take(std::string_view bytes);
     std::vector<std::string> WholeLines();
 

@@ -65,17 +65,6 @@ std::string CheckOnly(const std::string& text) {
     return "";
 }
 
-// False when that fails, which is then said; a reader that has gone is no failure.
-bool Write(HANDLE target, const std::string& text) {
-    COutput output(target);
-    output.Write(text);
-    const bool isLost = output.Failure() && !output.IsReaderGone();
-    if (isLost) {
-        WriteNote(Describe(*output.Failure()));
-    }
-    return !isLost;
-}
-
 bool AnyFails(const Findings& findings) {
     return std::any_of(findings.begin(), findings.end(), [](const CheckedFinding& checked) {
         return checked.finding.result == CheckResult::kFail;
@@ -121,12 +110,12 @@ int CDoctorCommand::Show(const MachineFacts& facts, HANDLE report) const {
     // Some checks alone tell nothing about the whole.
     const std::vector<Verdict> verdicts = only.empty() ? Judge(findings) : std::vector<Verdict>();
     bool isWritten =
-        Write(GetStdHandle(STD_OUTPUT_HANDLE),
-              m_json ? DoctorJson(facts, findings, verdicts) : TextReport(findings, verdicts));
+        WriteAnswer(GetStdHandle(STD_OUTPUT_HANDLE), m_json ? DoctorJson(facts, findings, verdicts)
+                                                            : TextReport(findings, verdicts));
     if (report) {
-        isWritten =
-            Write(report, HtmlReport(facts, findings, verdicts, ListFiles(facts), !m_noMask)) &&
-            isWritten;
+        isWritten = WriteAnswer(report, HtmlReport(facts, findings, verdicts, ListFiles(facts),
+                                                   !m_noMask)) &&
+                    isWritten;
     }
     if (!isWritten) {
         return kExitOutput;

@@ -29,9 +29,7 @@ const char* Remedy(const CallError& error) {
 }
 
 int PrintResult(const std::string& sentence) {
-    COutput output(GetStdHandle(STD_OUTPUT_HANDLE));
-    output.Write(sentence + "\n");
-    return output.Failure() && !output.IsReaderGone() ? kExitOutput : kExitDone;
+    return WriteAnswer(GetStdHandle(STD_OUTPUT_HANDLE), sentence + "\n") ? kExitDone : kExitOutput;
 }
 
 int Fail(const std::string& sentence) {

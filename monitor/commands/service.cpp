@@ -72,7 +72,10 @@ int Fail(const CallError& error) {
     return kExitService;
 }
 
-void Say(const std::string& text) { COutput(GetStdHandle(STD_OUTPUT_HANDLE)).Write(text + "\n"); }
+// The exit code: kExitOutput if nobody is told.
+int Say(const std::string& text) {
+    return WriteAnswer(GetStdHandle(STD_OUTPUT_HANDLE), text + "\n") ? kExitDone : kExitOutput;
+}
 
 // The command that the service is to run, or why it cannot be.
 std::variant<ICommand*, std::string> FindUnattended(const Commands& commands, const Words& words,
@@ -182,16 +185,16 @@ int CServiceCommand::Install(const CommandContext& context) const {
     if (const auto error = AddEventSource(name)) {
         return Fail(*error);
     }
-    Say(fmt::format("The service \"{}\" was {}; it runs as {} and starts with Windows.", m_name,
-                    change == ServiceChange::kCreated ? "made" : "changed", account.name));
+    const int told =
+        Say(fmt::format("The service \"{}\" was {}; it runs as {} and starts with Windows.", m_name,
+                        change == ServiceChange::kCreated ? "made" : "changed", account.name));
     if (!m_start) {
-        return kExitDone;
+        return told;
     }
     if (const auto error = StartInstalledService(name)) {
         return Fail(*error);
     }
-    Say("It runs.");
-    return kExitDone;
+    return Say("It runs.");
 }
 
 int CServiceCommand::Remove(const CommandContext&) const {
@@ -203,9 +206,8 @@ int CServiceCommand::Remove(const CommandContext&) const {
     if (const auto error = RemoveEventSource(name)) {
         return Fail(*error);
     }
-    Say(existed ? fmt::format("The service \"{}\" was stopped and removed.", m_name)
-                : fmt::format("There is no service \"{}\".", m_name));
-    return kExitDone;
+    return Say(existed ? fmt::format("The service \"{}\" was stopped and removed.", m_name)
+                       : fmt::format("There is no service \"{}\".", m_name));
 }
 
 int CServiceCommand::Status(const CommandContext&) const {
@@ -220,10 +222,10 @@ int CServiceCommand::Status(const CommandContext&) const {
     const bool isRunning = state->state == SERVICE_RUNNING;
     const std::string detail =
         isRunning ? fmt::format("process {}", state->processId) : LastEnd(*state);
-    Say(fmt::format("The service \"{}\" is {} ({}).\n  account  {}\n  runs     {}", m_name,
-                    StateWord(state->state), detail, ToUtf8(state->account),
-                    ToUtf8(state->commandLine)));
-    return isRunning ? kExitDone : kExitService;
+    const int told = Say(fmt::format("The service \"{}\" is {} ({}).\n  account  {}\n  runs     {}",
+                                     m_name, StateWord(state->state), detail,
+                                     ToUtf8(state->account), ToUtf8(state->commandLine)));
+    return isRunning ? told : kExitService;
 }
 
 int CServiceCommand::RunUnattended(const CommandContext& context) const {

@@ -35,6 +35,9 @@ Pipe MakePipe() {
 // A job that ends with us, so that a process that hangs does not stay.
 CUniqueHandle MakeJob() {
     CUniqueHandle job(CreateJobObjectW(nullptr, nullptr));
+    if (!job) {
+        return job;
+    }
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
     SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof(limits));
@@ -86,8 +89,11 @@ bool IsCrash(DWORD exitCode) { return exitCode >= 0x80000000; }
 ProbeFacts ProbeNvml(const std::wstring& program, const std::wstring& nvml,
                      std::chrono::milliseconds limit) {
     Pipe pipe = MakePipe();
+    if (!pipe.read) {
+        return Failed(GetLastError());
+    }
     const CUniqueHandle job = MakeJob();
-    if (!pipe.read || !job) {
+    if (!job) {
         return Failed(GetLastError());
     }
     const CUniqueHandle process = StartIn(job.get(), program, nvml, pipe.write.get());

@@ -95,6 +95,10 @@ Finding DecideStart(const ProbeFacts& probe) {
                     "Check in Device Manager that the card is present, enabled and without a "
                     "warning sign.");
     }
+    if (probe.gpus.empty()) {
+        return Fail(Blocks::kGpu,
+                    fmt::format("{} lacks the function that finds a GPU.", probe.path), kReinstall);
+    }
     return DecideGpus(probe);
 }
 

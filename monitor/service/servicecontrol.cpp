@@ -43,17 +43,22 @@ std::optional<CallError> SetDetails(SC_HANDLE service) {
     return SetRecovery(service);
 }
 
-// Waits while the service is in `pending`, up to the patience that it asks for itself.
-DWORD WaitWhile(SC_HANDLE service, DWORD pending) {
+// Waits while the service is in `pending`, up to the patience that it asks for itself; `failure` if
+// it is not in `wanted` then.
+std::optional<CallError> WaitFor(SC_HANDLE service, DWORD pending, DWORD wanted,
+                                 const CallError& failure) {
     constexpr DWORD kStepMs = 100;
     SERVICE_STATUS status{};
     for (DWORD waited = 0; waited <= kServiceStopPatienceMs; waited += kStepMs) {
-        if (!QueryServiceStatus(service, &status) || status.dwCurrentState != pending) {
+        if (!QueryServiceStatus(service, &status)) {
+            return LastCallError("QueryServiceStatus");
+        }
+        if (status.dwCurrentState != pending) {
             break;
         }
         Sleep(kStepMs);
     }
-    return status.dwCurrentState;
+    return status.dwCurrentState == wanted ? std::nullopt : std::optional(failure);
 }
 
 std::optional<CallError> StopAndWait(SC_HANDLE service) {
@@ -62,10 +67,8 @@ std::optional<CallError> StopAndWait(SC_HANDLE service) {
         const CallError error = LastCallError("ControlService");
         return error.code == ERROR_SERVICE_NOT_ACTIVE ? std::nullopt : std::optional(error);
     }
-    const bool isStopped = WaitWhile(service, SERVICE_STOP_PENDING) == SERVICE_STOPPED;
-    return isStopped
-               ? std::nullopt
-               : std::optional(CallError{"stopping the service", ERROR_SERVICE_REQUEST_TIMEOUT});
+    return WaitFor(service, SERVICE_STOP_PENDING, SERVICE_STOPPED,
+                   {"stopping the service", ERROR_SERVICE_REQUEST_TIMEOUT});
 }
 
 // The buffer holds the structure and the texts that it points to.
@@ -119,9 +122,11 @@ std::optional<CallError> InstallService(const ServiceDefinition& definition,
 
 std::optional<CallError> StartInstalledService(const std::wstring& name) {
     const CServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    if (!manager) {
+        return LastCallError("OpenSCManagerW");
+    }
     const CServiceHandle service(
-        manager ? OpenServiceW(manager.get(), name.c_str(), SERVICE_START | SERVICE_QUERY_STATUS)
-                : nullptr);
+        OpenServiceW(manager.get(), name.c_str(), SERVICE_START | SERVICE_QUERY_STATUS));
     if (!service) {
         return LastCallError("OpenServiceW");
     }
@@ -129,9 +134,8 @@ std::optional<CallError> StartInstalledService(const std::wstring& name) {
         GetLastError() != ERROR_SERVICE_ALREADY_RUNNING) {
         return LastCallError("StartServiceW");
     }
-    const bool isRunning = WaitWhile(service.get(), SERVICE_START_PENDING) == SERVICE_RUNNING;
-    return isRunning ? std::nullopt
-                     : std::optional(CallError{"starting the service", ERROR_SERVICE_NOT_ACTIVE});
+    return WaitFor(service.get(), SERVICE_START_PENDING, SERVICE_RUNNING,
+                   {"starting the service", ERROR_SERVICE_NOT_ACTIVE});
 }
 
 std::optional<CallError> RemoveService(const std::wstring& name, bool& existed) {

@@ -71,7 +71,7 @@ def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__.split("\n")[2])
     build = pathlib.Path(sys.argv[1]).resolve()
-    notes = sorted(note for folder in FOLDERS for note in (build / folder).rglob("*.c*.gcno"))
+    notes = sorted(build.rglob("*.c*.gcno"))
     notes = [note for note in notes if note.stat().st_size]  # a precompiled header has none
     if not notes:
         sys.exit(f"branches: no notes of the compiler below {build}; is it a build that counts?")

@@ -5,12 +5,13 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import tempfile
 import threading
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-BUILD = ROOT / "build" / "release"
+BUILD = pathlib.Path(os.environ.get("ZORVANE_BUILD", ROOT / "build" / "release"))
 DEBIAN = ROOT / "build" / "debian" / "usr" / "bin"  # unpacked there by scripts/test
 PATIENCE_S = 60
 
@@ -66,8 +67,13 @@ class Monitor:
 
     def close(self):
         if self.process.poll() is None:
+            # As Ctrl+C does: a build that counts branches writes its counts only at an orderly end.
+            self.process.send_signal(signal.SIGINT)
+        try:
+            self.wait()
+        except subprocess.TimeoutExpired:
             self.process.kill()
-        self.process.wait()
+            self.process.wait()
         if self.process.stdout:
             self.process.stdout.close()
         self.errors.close()

@@ -96,5 +96,15 @@ TEST(GpuHealthTest, ForgetsTheGpusOfAnEarlierWorker) {
     EXPECT_FALSE(health.Check(reading));
 }
 
+TEST(GpuHealthTest, LeavesAGpuAloneThatTellsItsPlaceAndNothingElse) {
+    CGpuHealth health;
+    GpuReading reading = Failed();
+    reading.name.reset();
+    EXPECT_FALSE(health.Check(reading));
+    reading.name = L"GPU";
+    reading.pci.reset();
+    EXPECT_FALSE(health.Check(reading));
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -207,6 +207,19 @@ TEST_F(WorkerSessionTest, TakesTheStubWindowAtOnceWhenTheStopMessageIsKeptFromTh
     EXPECT_EQ(m_told.exits[0].code, 0u);
 }
 
+TEST_F(WorkerSessionTest, TakesTheStubWindowAtOnceWhenTheStopMessageCannotBeSent) {
+    Start({L"hello"});
+    ASSERT_TRUE(WaitForHello());
+    PATCH_IMPORT(failing, SendMessageTimeoutW, [](auto...) -> LRESULT {
+        SetLastError(ERROR_NOT_ENOUGH_QUOTA);
+        return 0;
+    });
+    m_session->Stop();
+    EXPECT_EQ(m_told.steps, (Steps{StopStep::kAsked, StopStep::kWindowTaken}));
+    EXPECT_TRUE(m_told.reasons[1].starts_with("SendMessageTimeoutW: ")) << m_told.reasons[1];
+    ASSERT_TRUE(WaitForExit());
+}
+
 TEST_F(WorkerSessionTest, WaitsOnWhenTheStopMessageTimesOut) {
     Start({L"hello"});
     ASSERT_TRUE(WaitForHello());

@@ -63,8 +63,10 @@ TEST(EventQueueTest, DropsTheOldestReadingsAndNothingElse) {
 TEST(EventQueueTest, KeepsTheNewestStaticRecordOfEachGpu) {
     CEventQueue queue(2);
     queue.Push(Static(0, L"old"));
+    queue.Push(Notice("between"));
     queue.Push(Static(1, L"old"));
     queue.Push(Static(0, L"new"));
+    EXPECT_EQ(Next(queue), "between");
     EXPECT_EQ(Next(queue), "static 1");
     EXPECT_EQ(Next(queue), "static 0 new");
     EXPECT_EQ(Next(queue), "");
@@ -77,6 +79,14 @@ TEST(EventQueueTest, GivesNothingOnceItIsClosed) {
     queue.Push(Cpu(2));
     EXPECT_TRUE(queue.IsClosed());
     EXPECT_FALSE(queue.Pop(INFINITE));
+}
+
+TEST(EventQueueTest, TakesAReadingThatFailedForOneThatTheNextReplaces) {
+    EXPECT_TRUE(IsReading(GpuReading()));
+    EXPECT_TRUE(IsReading(CpuTemperature{47}));
+    EXPECT_TRUE(IsReading(CpuUnreadEvent()));
+    EXPECT_FALSE(IsReading(GpuStatic()));
+    EXPECT_FALSE(IsReading(NoticeEvent()));
 }
 
 }  // namespace

@@ -84,5 +84,14 @@ TEST_F(OptionsTest, OfTheFirstVersionEndBeforeTheGreatestAge) {
     EXPECT_EQ(Read().keeper.stop.afterTakingWindow, 20ms);
 }
 
+TEST_F(OptionsTest, RefuseAVariableWithoutANameOrAValue) {
+    for (const char* lines : {"=1", "A=1\nB\n"}) {
+        m_given.variables = lines;
+        const auto fault = ReadOptions(m_given, m_options);
+        ASSERT_TRUE(fault) << lines;
+        EXPECT_EQ(fault->member, "variables");
+    }
+}
+
 }  // namespace
 }  // namespace zorvane

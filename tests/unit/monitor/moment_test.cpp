@@ -23,7 +23,9 @@ TEST(MomentTest, ReadsNothingElse) {
          {"", "2024-01-02", "2024-01-02T03:04:05Z", "2024-01-02 03:04:05.006Z",
           "2024-13-02T03:04:05.006Z", "2023-02-29T03:04:05.006Z", "2024-01-02T24:00:00.000Z",
           "2024-01-02T03:60:05.006Z", "2024-01-02T03:04:60.006Z", "2024-01-02T03:04:05.006+",
-          "2024-01-02T03:04:-5.006Z", "2024-01-02T03:04:05.006ZZ"}) {
+          "2024-01-02T03:04:-5.006Z", "2024-01-02T03:04:05.006ZZ", "x024-01-02T03:04:05.006Z",
+          "2024-x1-02T03:04:05.006Z", "2024-01-x2T03:04:05.006Z", "2024-01-02Tx3:04:05.006Z",
+          "2024-01-02T03:x4:05.006Z", "2024-01-02T03:04:x5.006Z", "2024-01-02T03:04:05.x06Z"}) {
         EXPECT_FALSE(ParseRfc3339(text)) << text;
     }
 }
@@ -49,6 +51,20 @@ TEST(MomentTest, ShowsTheMachinesOwnClockAsItStoodThen) {
             return TRUE;
         });
     EXPECT_EQ(LocalClock(*ParseRfc3339("2024-01-02T03:04:05.006Z")), "05:04:05");
+}
+
+TEST(MomentTest, ShowsUtcWhereWindowsDoesNotTellTheOffset) {
+    const UtcTime time = *ParseRfc3339("2024-01-02T03:04:05.006Z");
+    {
+        PATCH_IMPORT(local, SystemTimeToTzSpecificLocalTime,
+                     [](const TIME_ZONE_INFORMATION*, const SYSTEMTIME*, LPSYSTEMTIME) -> WINBOOL {
+                         return FALSE;
+                     });
+        EXPECT_EQ(LocalClock(time), "03:04:05");
+    }
+    PATCH_IMPORT(parts, FileTimeToSystemTime,
+                 [](const FILETIME*, LPSYSTEMTIME) -> WINBOOL { return FALSE; });
+    EXPECT_EQ(LocalClock(time), "03:04:05");
 }
 
 }  // namespace

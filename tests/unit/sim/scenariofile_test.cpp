@@ -4,36 +4,12 @@
 
 #include "base/modulepath.h"
 #include "sim/scenario/jsonplace.h"
+#include "tests/support/standardfile.h"
 #include "tests/unit/sim/nvml.h"
 
 namespace {
 
 using testing::HasSubstr;
-
-// Sends this process's standard error into a file for the life of the object.
-class CErrorFile {
-  public:
-    explicit CErrorFile(const std::filesystem::path& path)
-        : m_path(path),
-          m_before(GetStdHandle(STD_ERROR_HANDLE)),
-          m_file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
-                             FILE_ATTRIBUTE_NORMAL, nullptr)) {
-        SetStdHandle(STD_ERROR_HANDLE, m_file);
-    }
-    ~CErrorFile() {
-        SetStdHandle(STD_ERROR_HANDLE, m_before);
-        CloseHandle(m_file);
-    }
-    CErrorFile(const CErrorFile&) = delete;
-    CErrorFile& operator=(const CErrorFile&) = delete;
-
-    std::string Text() const { return ReadFileBytes(m_path); }
-
-  private:
-    std::filesystem::path m_path;
-    HANDLE m_before;
-    HANDLE m_file;
-};
 
 using CScenarioFileTest = CSimTest;
 
@@ -62,7 +38,7 @@ TEST_F(CScenarioFileTest, MissingFileIsNamed) {
 
 TEST_F(CScenarioFileTest, BadScenarioMakesInitFailAndIsReportedOnce) {
     SetScenario(R"({"gpus": 5})");
-    const CErrorFile errors(Folder() / "errors.txt");
+    const CStandardFile errors(STD_ERROR_HANDLE, Folder() / "errors.txt");
     const CNvml nvml;
     EXPECT_EQ(nvml.nvmlInit_v2(), kNvmlUnknown);
     EXPECT_EQ(nvml.nvmlInit_v2(), kNvmlUnknown);
@@ -75,7 +51,7 @@ TEST_F(CScenarioFileTest, BadScenarioMakesInitFailAndIsReportedOnce) {
 
 TEST_F(CScenarioFileTest, BadScenarioMakesThePlatformFail) {
     SetScenario("{");
-    const CErrorFile errors(Folder() / "errors.txt");
+    const CStandardFile errors(STD_ERROR_HANDLE, Folder() / "errors.txt");
     const CLoadedLibrary library(SimFolder() / "Platform.dll");
     void* platform = library.Get<void*()>("?GetPlatform@@YAAEAVIPlatform@@XZ")();
     const auto init = **static_cast<uint64_t (***)(void*, void*, void*)>(platform);

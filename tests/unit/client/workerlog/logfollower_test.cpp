@@ -91,5 +91,50 @@ TEST_F(LogFollowerTest, KeepsNobodyFromReplacingTheFile) {
     CloseHandle(file);
 }
 
+TEST_F(LogFollowerTest, GivesEmptyLinesOfEitherKind) {
+    Append("one\n\n\r\ntwo\n");
+    EXPECT_THAT(m_follower.Read(), ElementsAre("one", "", "", "two"));
+}
+
+TEST_F(LogFollowerTest, GivesEachLineOnceThoughTheFileCannotBeReadForAWhile) {
+    Append("one\r\n");
+    EXPECT_THAT(m_follower.Read(), ElementsAre("one"));
+    {
+        PATCH_IMPORT(read, ReadFile, [](auto...) -> WINBOOL {
+            SetLastError(ERROR_NETNAME_DELETED);
+            return FALSE;
+        });
+        EXPECT_THAT(m_follower.Read(), IsEmpty());
+        EXPECT_EQ(m_follower.Failure(), DWORD{ERROR_NETNAME_DELETED});
+    }
+    Append("two\r\n");
+    EXPECT_THAT(m_follower.Read(), ElementsAre("two"));
+    EXPECT_EQ(m_follower.Failure(), std::nullopt);
+}
+
+TEST_F(LogFollowerTest, SaysWhyItKnowsNoSizeOrContent) {
+    Append("one\r\n");
+    {
+        PATCH_IMPORT(size, GetFileSizeEx, [](auto...) -> WINBOOL {
+            SetLastError(ERROR_NETNAME_DELETED);
+            return FALSE;
+        });
+        // What cannot be left out is given later rather than lost.
+        m_follower.SkipToEnd();
+        EXPECT_THAT(m_follower.Read(), IsEmpty());
+        EXPECT_EQ(m_follower.Failure(), DWORD{ERROR_NETNAME_DELETED});
+    }
+    {
+        PATCH_IMPORT(read, ReadFile, [](auto...) -> WINBOOL {
+            SetLastError(ERROR_LOCK_VIOLATION);
+            return FALSE;
+        });
+        m_follower.SkipToEnd();
+        EXPECT_THAT(m_follower.Read(), IsEmpty());
+        EXPECT_EQ(m_follower.Failure(), DWORD{ERROR_LOCK_VIOLATION});
+    }
+    EXPECT_THAT(m_follower.Read(), ElementsAre("one"));
+}
+
 }  // namespace
 }  // namespace zorvane

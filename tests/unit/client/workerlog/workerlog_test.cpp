@@ -166,5 +166,45 @@ TEST_F(WorkerLogTest, IsReadOftenWhileTheWorkerStartsAndThenOnceASecond) {
     EXPECT_EQ(m_log.DueTick(), kStart + 11s);
 }
 
+TEST_F(WorkerLogTest, SaysThatTheLogIsFull) {
+    Start();
+    Append("[I][   1][other] a line that means nothing");
+    Append("-------log full");
+    EXPECT_THAT(Check(), IsEmpty());
+    EXPECT_FALSE(m_log.DueTick());
+    EXPECT_THAT(Ids(m_log.OnUnexplained(kStart + 20s)), ElementsAre("log log.full"));
+}
+
+TEST_F(WorkerLogTest, TakesNoOtherLogWhenSomethingClaimsToBeASecondHello) {
+    Start();
+    m_log.OnUp(m_folder.PathOf(L"other\\Zorvane.dll"), kStart + 5s);
+    Append(kNotAdmin);
+    Append(kNoCpu);
+    EXPECT_THAT(Check(), ElementsAre("cpu amd.not_admin"));
+    EXPECT_EQ(m_log.Path(), m_path);
+}
+
+TEST_F(WorkerLogTest, IsReadToItsEndWhenTheWorkerEnds) {
+    Start();
+    std::string others;
+    while (others.size() < 3 * CLogFollower::kMostAtOnce) {
+        others += "11-16 00:10:05.123 [ 5555][ 4711][E][I][   1][other] what?\r\n";
+    }
+    WriteFileBytes(m_path, others);
+    Append(kNotAdmin);
+    Append(kNoCpu);
+    EXPECT_THAT(Ids(m_log.CheckAtEnd(true)), ElementsAre("cpu amd.not_admin"));
+}
+
+TEST_F(WorkerLogTest, SaysAtTheEndThatAWorkerThatWasUpHadNoLog) {
+    ASSERT_TRUE(RemoveDirectoryW(m_folder.PathOf(L"Log").c_str()));
+    Start();
+    EXPECT_THAT(Ids(m_log.CheckAtEnd(true)), ElementsAre("log log.open.2"));
+    // One that never was up may have ended before its first line.
+    m_log.Prepare(m_library);
+    m_log.Begin(kWorker);
+    EXPECT_THAT(Ids(m_log.CheckAtEnd(true)), IsEmpty());
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -1,12 +1,16 @@
 #include <gmock/gmock.h>
 
 #include "base/cpuswitch.h"
+#include "base/text.h"
+#include "tests/support/importpatch.h"
 #include "tests/support/tempfolder.h"
 #include "tests/unit/monitor/commands/monitorprocess.h"
+#include "tests/unit/monitor/commands/runcommand.h"
 
 namespace zorvane {
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -57,10 +61,32 @@ TEST_F(ResetProcessTest, SaysWhatItTakesToWriteTheFile) {
     EXPECT_EQ(Text(), text);
 }
 
+TEST_F(ResetProcessTest, SaysWhoMayWriteAProtectedFileAndNothingOfOtherFailures) {
+    Write("[cpu_kernel]\r\nsdk_flag=0\r\n");
+    DWORD error = ERROR_ACCESS_DENIED;
+    PATCH_IMPORT(denied, CreateFileW, [&](LPCWSTR path, auto... rest) -> HANDLE {
+        if (path != Switch().Path()) {
+            return denied.Original(path, rest...);
+        }
+        SetLastError(error);
+        return INVALID_HANDLE_VALUE;
+    });
+    const auto reset = [&] {
+        return RunCommand({"reset", "--host", ToUtf8(m_folder.PathOf(L"host.exe"))});
+    };
+    EXPECT_EQ(reset().exitCode, kExitOutput);
+    EXPECT_THAT(reset().errors, HasSubstr("(5). Try again as administrator, and see that"));
+    error = ERROR_NETNAME_DELETED;
+    EXPECT_EQ(reset().exitCode, kExitOutput);
+    EXPECT_THAT(reset().errors, EndsWith("(64)\n"));
+}
+
 TEST_F(ResetProcessTest, NamesAFolderThatThereIsNot) {
     StartPlain(L"reset --host C:\\nowhere\\host.exe");
     EXPECT_EQ(m_monitor->Wait(kTimeoutMs), kExitOutput);
     EXPECT_THAT(m_monitor->Errors(), HasSubstr("there is no folder C:\\nowhere\\; --host takes"));
+    // Without --host it is the folder of zorvanemon's own host.
+    EXPECT_THAT(RunCommand({"reset"}).errors, HasSubstr("there is no folder C:\\no such\\;"));
 }
 
 TEST_F(ResetProcessTest, TakesNoWords) {

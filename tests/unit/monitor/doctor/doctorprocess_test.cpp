@@ -7,10 +7,12 @@
 #include <nlohmann/json.hpp>
 
 #include "base/modulepath.h"
+#include "base/systemfolder.h"
 #include "monitor/doctor/probe.h"
 #include "monitor/outcome.h"
 #include "tests/support/buildfolder.h"
 #include "tests/support/childprocess.h"
+#include "tests/support/importpatch.h"
 #include "tests/support/tempfolder.h"
 
 namespace zorvane {
@@ -143,6 +145,69 @@ TEST_F(DoctorProcessTest, ProcessThatCannotBeStartedIsAnAnswer) {
     const ProbeFacts probe = ProbeNvml(L"C:\\no such program.exe", L"C:\\Nvml.dll", kProbeLimit);
     EXPECT_EQ(probe.outcome, ProbeFacts::Outcome::kFailed);
     EXPECT_EQ(probe.error, DWORD{ERROR_FILE_NOT_FOUND});
+}
+
+TEST_F(DoctorProcessTest, WindowsThatGivesNoPipeOrJobIsAnAnswer) {
+    const auto probe = [] { return ProbeNvml(Program(), L"C:\\Nvml.dll", kProbeLimit); };
+    {
+        PATCH_IMPORT(pipe, CreatePipe, [](auto...) -> WINBOOL {
+            SetLastError(ERROR_TOO_MANY_OPEN_FILES);
+            return FALSE;
+        });
+        EXPECT_EQ(probe().outcome, ProbeFacts::Outcome::kFailed);
+        EXPECT_EQ(probe().error, DWORD{ERROR_TOO_MANY_OPEN_FILES});
+    }
+    PATCH_IMPORT(job, CreateJobObjectW, [](auto...) -> HANDLE {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return nullptr;
+    });
+    EXPECT_EQ(probe().outcome, ProbeFacts::Outcome::kFailed);
+    EXPECT_EQ(probe().error, DWORD{ERROR_ACCESS_DENIED});
+}
+
+TEST_F(DoctorProcessTest, AProcessThatEndsWithAnErrorIsNoAnswerOfNvml) {
+    const ProbeFacts probe = ProbeNvml(SystemFolder() + L"reg.exe", L"C:\\Nvml.dll", kProbeLimit);
+    EXPECT_EQ(probe.outcome, ProbeFacts::Outcome::kFailed);
+    EXPECT_NE(probe.error, 0u);
+}
+
+TEST_F(DoctorProcessTest, NvmlMayLackFunctions) {
+    const struct {
+        const wchar_t* variant;
+        int exitCode;
+        const char* seen;
+    } rows[] = {
+        {L"no-init", kExitNoReading, "lacks the functions that start NVML or count the GPUs."},
+        {L"no-count", kExitNoReading, "lacks the functions that start NVML or count the GPUs."},
+        {L"minimal", kExitNoReading, "lacks the function that finds a GPU."},
+        {L"no-fan", kExitDone, "GPU 0, "},
+        {L"old-names", kExitDone, "GPU 0, "},
+    };
+    for (const auto& row : rows) {
+        m_programFiles = BuildFolder(L"sim") + L"\\variants\\" + row.variant;
+        EXPECT_EQ(Run(L"--probe --json --only nvml.probe", R"({"gpus": [{"name": "GeForce"}]})"),
+                  DWORD(row.exitCode))
+            << row.seen;
+        EXPECT_THAT(CheckOf("nvml.probe").at("seen"), HasSubstr(row.seen));
+    }
+}
+
+TEST_F(DoctorProcessTest, NvmlMayFailToStartOrToCount) {
+    EXPECT_EQ(Run(L"--probe --json --only nvml.probe", R"({"results": {"nvmlInit": 9}})"),
+              kExitNoReading);
+    EXPECT_EQ(CheckOf("nvml.probe").at("seen"),
+              "NVML does not start: NVML code 9: NVIDIA's driver is not loaded.");
+    EXPECT_EQ(
+        Run(L"--probe --json --only nvml.probe", R"({"results": {"nvmlDeviceGetCount": 999}})"),
+        kExitNoReading);
+    EXPECT_EQ(CheckOf("nvml.probe").at("seen"),
+              "NVML starts and cannot count the GPUs: NVML code 999: unknown error.");
+}
+
+TEST_F(DoctorProcessTest, WithoutNvmlThereIsNothingToAsk) {
+    m_programFiles = m_folder.Path();
+    EXPECT_EQ(Run(L"--probe --json --only nvml.probe"), kExitDone);
+    EXPECT_EQ(CheckOf("nvml.probe").at("seen"), "There is no NVML to ask.");
 }
 
 }  // namespace

@@ -1,10 +1,14 @@
 #include "monitor/doctor/htmlreport.h"
 
+#include <windows.h>
+
+#include <bcrypt.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "monitor/doctor/masking.h"
 #include "monitor/doctor/sha256.h"
+#include "tests/support/importpatch.h"
 #include "tests/support/tempfolder.h"
 #include "tests/unit/monitor/doctor/machines.h"
 
@@ -78,6 +82,29 @@ TEST(HtmlReportTest, FilesHaveVersionAndHash) {
                           "abc123</code></td>"));
 }
 
+TEST(HtmlReportTest, TellsWhatToDoAndWhatCannotBe) {
+    MachineFacts facts = HealthyMachine();
+    facts.rights.administrator = false;
+    facts.gpu.adapters = {{"Intel UHD Graphics 770", false, "igfx", 0}};
+    facts.gpu.fixedNvml.exists = facts.gpu.systemNvml.exists = false;
+    const std::string html = Html(facts);
+    EXPECT_THAT(html, HasSubstr("<b>NVIDIA GPUs</b> cannot be reported on this PC:</p>\n<ul>\n"
+                                "<li>Windows lists no NVIDIA card, only: Intel UHD"));
+    EXPECT_THAT(html, HasSubstr("</b> could be reported after these steps:</p>\n<ol>\n"
+                                "<li>Start zorvanemon as administrator.</li>\n</ol>"));
+}
+
+TEST(HtmlReportTest, LeavesEmptyWhatHasNoMeaningAndNamesWhatCannotBeRead) {
+    MachineFacts facts = MachineWithALog("a line");
+    facts.log.lastRun->lines.front().meaning.reset();
+    // Asked for, and nothing came.
+    facts.probe.emplace();
+    const std::string html = HtmlReport(facts, {}, {}, {{facts.library, ""}}, true);
+    EXPECT_THAT(html, HasSubstr("<td><code>a line</code></td><td></td>"));
+    EXPECT_THAT(html, HasSubstr("<td><code>cannot be read</code></td>"));
+    EXPECT_THAT(html, Not(HasSubstr("NVML's answers")));
+}
+
 MachineFacts MachineWithNames() {
     MachineFacts facts = MachineWithALog("cmd:C:\\Users\\Miriam\\z.exe on LAB-7");
     facts.library.path = "C:\\Users\\miriam\\Zorvane.dll";
@@ -124,6 +151,34 @@ TEST(FileSha256Test, IsTheOneThatEverybodyComputes) {
     EXPECT_EQ(FileSha256(folder.PathOf(L"abc")),
               "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
     EXPECT_EQ(FileSha256(folder.PathOf(L"missing")), std::nullopt);
+}
+
+TEST(FileSha256Test, IsNoneOfAFileThatIsNotReadWhole) {
+    const CTempFolder folder;
+    WriteFileBytes(folder.PathOf(L"abc"), "abc");
+    const auto hash = [&] { return FileSha256(folder.PathOf(L"abc")); };
+    const auto failing = [](auto...) -> NTSTATUS { return -1; };
+    {
+        PATCH_IMPORT(read, ReadFile, [](auto...) -> WINBOOL { return FALSE; });
+        EXPECT_EQ(hash(), std::nullopt);
+    }
+    {
+        PATCH_IMPORT(open, BCryptOpenAlgorithmProvider, failing);
+        EXPECT_EQ(hash(), std::nullopt);
+    }
+    {
+        PATCH_IMPORT(create, BCryptCreateHash, failing);
+        EXPECT_EQ(hash(), std::nullopt);
+    }
+    {
+        PATCH_IMPORT(add, BCryptHashData, failing);
+        EXPECT_EQ(hash(), std::nullopt);
+    }
+    {
+        PATCH_IMPORT(finish, BCryptFinishHash, failing);
+        EXPECT_EQ(hash(), std::nullopt);
+    }
+    EXPECT_NE(hash(), std::nullopt);
 }
 
 TEST(ListFilesTest, ListsThoseThatAreThere) {

@@ -109,6 +109,22 @@ TEST(ProbeWordsTest, NvmlThatCannotCountOrCountsNoneOrLacksFunctionsFails) {
     EXPECT_THAT(DecideLines("").seen, HasSubstr("lacks the functions"));
 }
 
+TEST(ProbeWordsTest, NvmlThatFindsNoneOfTheGpusThatItCountsFails) {
+    const Finding finding = DecideLines(kStarted);
+    EXPECT_EQ(finding.result, CheckResult::kFail);
+    EXPECT_THAT(finding.seen, HasSubstr("lacks the function that finds a GPU"));
+}
+
+TEST(ProbeWordsTest, ACodeWithoutMeaningOrRemedyLeavesTheDriver) {
+    const Finding unknown = DecideLines("{\"end\":\"nvmlInit\",\"code\":7777}\n");
+    EXPECT_EQ(unknown.seen, "NVML does not start: NVML code 7777.");
+    EXPECT_THAT(unknown.remedy, HasSubstr("Install NVIDIA's driver again"));
+    const Finding library = DecideLines("{\"end\":\"nvmlInit\",\"code\":12}\n");
+    EXPECT_THAT(library.seen, HasSubstr("a library of NVIDIA's driver is missing"));
+    EXPECT_EQ(library.remedy, unknown.remedy);
+    EXPECT_EQ(NvmlCodeWords(0), "works");
+}
+
 TEST(ProbeWordsTest, HangAndCrashAreAnswers) {
     ProbeFacts probe = ReadProbeLines("{\"begin\":\"nvmlInit\"}\n");
     probe.outcome = ProbeFacts::Outcome::kTimedOut;
@@ -119,6 +135,9 @@ TEST(ProbeWordsTest, HangAndCrashAreAnswers) {
     EXPECT_EQ(DecideProbeFacts(probe).seen, "NVML crashes in nvmlInit (code 0xC0000005).");
     probe.outcome = ProbeFacts::Outcome::kFailed;
     EXPECT_EQ(DecideProbeFacts(probe).result, CheckResult::kWarn);
+    probe.outcome = ProbeFacts::Outcome::kTimedOut;
+    probe.lastCall = "";
+    EXPECT_EQ(DecideProbeFacts(probe).seen, "NVML hangs while loading; its process was ended.");
 }
 
 }  // namespace

@@ -51,6 +51,10 @@ TEST(LastRunTest, TellsHowItEnded) {
     EXPECT_EQ(LastOf(Start(1) + Line(1, "-------log off"))->end, RunEnd::kUntold);
     EXPECT_EQ(LastOf(Start(1) + NotAdministrator(1))->end, RunEnd::kBrokenOff);
     EXPECT_EQ(LastOf(Start(1), 1)->end, RunEnd::kRunning);
+    EXPECT_EQ(LastOf(Start(1) + Line(1, "-------log full"))->end, RunEnd::kUntold);
+    EXPECT_EQ(
+        LastOf(Start(1) + Line(1, "[I][  70][msgloopprocess] WorkThreadFun process quit."))->end,
+        RunEnd::kOrderly);
 }
 
 TEST(LastRunTest, HasTheMeaningOfItsLinesAndWhatIsMissing) {
@@ -74,6 +78,13 @@ TEST(SwitchReasonTest, IsOfTheOldestRunThatTellsMoreThanTheSwitch) {
                             Line(3, "[I][ 112][amdsdktask] Not Supported Processor!");
     EXPECT_EQ(FindSwitchReason(ParseLog(log))->reason.id, "amd.not_admin");
     EXPECT_FALSE(FindSwitchReason(ParseLog(Start(1) + switchedOff)));
+}
+
+TEST(SwitchReasonTest, IsNotThatTheWorkerItselfDidNotStart) {
+    const std::string log = Start(1) +
+                            Line(1, "[I][  42][msgloopthread] Create MsgLoopWnd failed.") +
+                            Start(2) + NotAdministrator(2);
+    EXPECT_EQ(FindSwitchReason(ParseLog(log))->reason.id, "amd.not_admin");
 }
 
 TEST(SwitchReasonTest, AProcessIdThatIsUsedAgainIsAnotherRun) {

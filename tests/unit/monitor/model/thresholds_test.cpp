@@ -101,5 +101,19 @@ TEST(ThresholdsTest, WarnsOfNothingThatIsNotAskedFor) {
     EXPECT_EQ(UsualThresholds(), (Thresholds{{"gpu.temp", 85}, {"cpu.temp", 95}}));
 }
 
+TEST(ThresholdsTest, LeavesOutAReadingThatItDoesNotKnow) {
+    CThresholdWatch watch({{"gpu.future", 1}, {"gpu.temp", 85}});
+    EXPECT_THAT(Told(watch, Hot(0, 90)), ElementsAre("gpu.temp 0 90 up"));
+}
+
+TEST(ThresholdsTest, WarnsOfAGpuThatHasNeverToldItsPlace) {
+    CThresholdWatch watch({{"gpu.temp", 85}});
+    GpuReading reading = Hot(0, 90);
+    reading.pci.reset();
+    const auto warnings = watch.Check(reading);
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(warnings[0].gpu->busId, std::nullopt);
+}
+
 }  // namespace
 }  // namespace zorvane

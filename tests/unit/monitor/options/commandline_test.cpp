@@ -295,5 +295,27 @@ TEST(CommandLineTest, TellsItsVersion) {
     }
 }
 
+TEST(CommandLineTest, RefusesWhatServeAndListCannotUse) {
+    const struct {
+        Words words;
+        const char* sentence;
+    } rows[] = {
+        {{"serve", "--listen", "9836"},
+         "zorvanemon: --listen takes an address and a port, such as 127.0.0.1:9836 or [::1]:9836, "
+         "not \"9836\"."},
+        {{"serve", "--allow-host", "gpu7:9836"},
+         "zorvanemon: --allow-host takes a name without a port, not \"gpu7:9836\"."},
+        {{"serve", "--allow-host", ""},
+         "zorvanemon: --allow-host takes a name without a port, not \"\"."},
+        {{"serve", "--history", "0"},
+         "zorvanemon: --history takes a number of seconds above 0, not \"0\"."},
+        {{"list", "--wait", "soon"},
+         "zorvanemon: --wait takes a number of seconds above 0, not \"soon\"."},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Sentence(row.words), row.sentence);
+    }
+}
+
 }  // namespace
 }  // namespace zorvane

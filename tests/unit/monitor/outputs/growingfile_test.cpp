@@ -202,5 +202,67 @@ TEST_F(GrowingFileTest, GrowsOnWhereItCannotBeginANewFile) {
     EXPECT_FALSE(m_file->Failure());
 }
 
+TEST_F(GrowingFileTest, RefusesUtf16OfEitherOrder) {
+    WriteFileBytes(m_path, "\xFE\xFF");
+    EXPECT_THAT(m_file->Open().value_or(""), HasSubstr("is UTF-16 text"));
+}
+
+TEST_F(GrowingFileTest, BeginsAndEndsItsPartsWithNothingThatNobodyGives) {
+    m_file = std::make_unique<CGrowingFile>(GrowingFileOptions{m_path, 4, 1}, m_notes,
+                                            [] { return Moment(); });
+    Write("1");
+    Write("2");
+    Write("3");
+    EXPECT_EQ(Content(), "3\n");
+    EXPECT_EQ(ReadFileBytes(NumberedPath(m_path, 1)), "1\n2\n");
+}
+
+TEST_F(GrowingFileTest, GoesOnWhereThePartBeforeCannotBeEnded) {
+    Use({m_path, 12, 1});
+    PATCH_IMPORT(taken, CreateFileW, [&](LPCWSTR path, DWORD access, auto... rest) -> HANDLE {
+        if (access == FILE_APPEND_DATA) {
+            SetLastError(ERROR_SHARING_VIOLATION);
+            return INVALID_HANDLE_VALUE;
+        }
+        return taken.Original(path, access, rest...);
+    });
+    for (const char* text : {"1", "2", "3", "4"}) {
+        Write(text);
+    }
+    EXPECT_EQ(Content(), "head\n4\n");
+    EXPECT_EQ(ReadFileBytes(NumberedPath(m_path, 1)), "head\n1\n2\n3\n");
+    m_file->Finish();
+    EXPECT_FALSE(m_file->Failure());
+}
+
+TEST_F(GrowingFileTest, KeepsTheLineWithWhichTheNextPartCannotBeginYet) {
+    Use({m_path, 12, 1});
+    for (const char* text : {"1", "2", "3"}) {
+        Write(text);
+    }
+    {
+        int opened = 0;
+        PATCH_IMPORT(taken, CreateFileW, [&](LPCWSTR path, auto... rest) -> HANDLE {
+            // The first is the full one, the next the one that is begun.
+            if (path == m_path && ++opened == 2) {
+                SetLastError(ERROR_SHARING_VIOLATION);
+                return INVALID_HANDLE_VALUE;
+            }
+            return taken.Original(path, rest...);
+        });
+        Write("4");
+    }
+    EXPECT_THAT(m_notes.notes, ElementsAre(HasSubstr("(32); trying again")));
+    m_file->Finish();
+    EXPECT_EQ(Content(), "head\n4\n");
+    EXPECT_FALSE(m_file->Failure());
+}
+
+TEST_F(GrowingFileTest, SaysThatAFileWhoseColumnsCannotBeReadHasOthers) {
+    WriteFileBytes(m_path, "head\n1\n");
+    PATCH_IMPORT(unread, ReadFile, [](auto...) -> WINBOOL { return FALSE; });
+    EXPECT_THAT(m_file->Open("head").value_or(""), HasSubstr("has other columns"));
+}
+
 }  // namespace
 }  // namespace zorvane

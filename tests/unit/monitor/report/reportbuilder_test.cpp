@@ -148,5 +148,28 @@ TEST(ReportBuilderTest, StaysBelowFiveMegabytesForADayOfManyGpus) {
     EXPECT_EQ(data["events_left_out"], 3000);
 }
 
+TEST(ReportBuilderTest, TakesNothingFromDoctorThatIsNotHis) {
+    CReportBuilder builder(false);
+    for (const char* text :
+         {"", "[]", "7", "{}", R"({"checks": []})", R"({"checks": {}, "readings": []})",
+          R"({"checks": [], "readings": 1})", R"({"checks": [], "readings": [])"}) {
+        EXPECT_FALSE(builder.AddDoctor(text)) << text;
+    }
+    EXPECT_TRUE(builder.AddDoctor(R"({"checks": [], "readings": [], "host": 7})"));
+}
+
+TEST(ReportBuilderTest, HasGpusWithoutNameOrPlace) {
+    CReportBuilder builder(true);
+    GpuReading reading;
+    reading.temperatureCelsius = 61;
+    builder.Add(EventAt(0, reading));
+    GpuStatic fixed;
+    builder.Add(EventAt(0, fixed));
+    const nlohmann::json series = SeriesOf(DataOf(builder.Page(TimeOfTest())), "temperature");
+    EXPECT_EQ(series["bus_id"], nullptr);
+    EXPECT_EQ(series["name"], nullptr);
+    EXPECT_EQ(series["last"], 61);
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -58,5 +58,39 @@ TEST_F(InterruptsTest, LetsAClosingConsoleWaitForTheEndOfTheRun) {
     EXPECT_EQ(wait.Original(awaited, 0), WAIT_OBJECT_0);
 }
 
+TEST_F(InterruptsTest, KeepsAnInterruptThatCameBeforeTheRun) {
+    m_interrupts->Take();
+    Interrupt();
+    PATCH_IMPORT(console, SetConsoleCtrlHandler,
+                 [](PHANDLER_ROUTINE, WINBOOL) -> WINBOOL { return TRUE; });
+    CInterrupts next;
+    ASSERT_FALSE(next.Install());
+    EXPECT_EQ(WaitForSingleObject(next.Event(), 0), WAIT_OBJECT_0);
+    EXPECT_EQ(next.Take(), 1u);
+}
+
+TEST_F(InterruptsTest, NamesTheCallThatFails) {
+    {
+        PATCH_IMPORT(console, SetConsoleCtrlHandler,
+                     [](PHANDLER_ROUTINE, WINBOOL) -> WINBOOL { return FALSE; });
+        const auto error = CInterrupts().Install();
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->call, "SetConsoleCtrlHandler");
+    }
+    for (int failing = 1; failing <= 2; ++failing) {
+        int calls = 0;
+        PATCH_IMPORT(create, CreateEventW,
+                     [&](LPSECURITY_ATTRIBUTES attributes, WINBOOL manual, WINBOOL initial,
+                         LPCWSTR name) -> HANDLE {
+                         return ++calls == failing
+                                    ? nullptr
+                                    : create.Original(attributes, manual, initial, name);
+                     });
+        const auto error = CInterrupts().Install();
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->call, "CreateEventW");
+    }
+}
+
 }  // namespace
 }  // namespace zorvane

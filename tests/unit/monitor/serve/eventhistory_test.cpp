@@ -122,5 +122,24 @@ TEST_F(EventHistoryTest, SaysWhenItNoLongerHasWhatAReaderMissed) {
     EXPECT_TRUE(m_history.After(10));
 }
 
+TEST_F(EventHistoryTest, KeepsAWarningOfEachSourceUntilItIsBackBelow) {
+    const GpuId first{0, "00000000:01:00.0"};
+    const GpuId second{1, "00000000:02:00.0"};
+    Add(0, WarningEvent{"cpu.temp", std::nullopt, 96, 95, true}, "cpu over");
+    Add(0, WarningEvent{"gpu.temp", first, 90, 85, true}, "first over");
+    Add(0, WarningEvent{"gpu.temp", second, 90, 85, true}, "second over");
+    AddReading(100);
+    EXPECT_THAT(Lines(), ElementsAre("cpu over", "first over", "second over", "reading 100"));
+    Add(101, WarningEvent{"gpu.temp", first, 80, 85, false}, "first back");
+    Add(101, WarningEvent{"cpu.temp", std::nullopt, 80, 95, false}, "cpu back");
+    AddReading(200);
+    EXPECT_THAT(Lines(), ElementsAre("second over", "reading 200"));
+}
+
+TEST_F(EventHistoryTest, HasNothingBeforeTheFirstEvent) {
+    EXPECT_THAT(Lines(), testing::IsEmpty());
+    EXPECT_THAT(Lines(5), testing::IsEmpty());
+}
+
 }  // namespace
 }  // namespace zorvane

@@ -8,7 +8,9 @@
 
 #include <optional>
 
+#include "base/handle.h"
 #include "monitor/serve/serveview.h"
+#include "tests/support/importpatch.h"
 #include "tests/unit/monitor/readings.h"
 
 using testing::HasSubstr;
@@ -270,6 +272,84 @@ TEST_F(HttpServerTest, TakesNoMoreConnectionsThanItsLimit) {
 TEST_F(HttpServerTest, MakesReports) {
     StartServer();
     EXPECT_THAT(Get("/report.html?mask=1"), HasSubstr("\"masked\":true"));
+}
+
+TEST_F(HttpServerTest, MakesNoMoreReportsAtOnceThanItsLimit) {
+    const CUniqueHandle begun(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    const CUniqueHandle end(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    ServerOptions options;
+    options.hosts.listen = {"127.0.0.1", 0};
+    options.limits.reports = 1;
+    options.doctor = [&] {
+        SetEvent(begun.get());
+        WaitForSingleObject(end.get(), kPatienceMs);
+        return std::string();
+    };
+    m_server.emplace(options);
+    ASSERT_FALSE(m_server->Start());
+    CClient first(Port());
+    first.Ask(Port(), "/report.html", "Connection: close\r\n");
+    ASSERT_EQ(WaitForSingleObject(begun.get(), kPatienceMs), WAIT_OBJECT_0);
+    EXPECT_THAT(Get("/report.html"), StartsWith("HTTP/1.1 503 "));
+    SetEvent(end.get());
+    EXPECT_THAT(first.ReceiveAll(), StartsWith("HTTP/1.1 200 OK"));
+    EXPECT_THAT(Get("/report.html"), StartsWith("HTTP/1.1 200 OK"));
+}
+
+TEST_F(HttpServerTest, GivesTheHeadOfAStreamOrReportWithoutMakingIt) {
+    StartServer();
+    for (const char* target : {"/events", "/report.html"}) {
+        CClient client(Port());
+        client.Send(std::string("HEAD ") + target + " HTTP/1.1\r\nHost: 127.0.0.1:" +
+                    std::to_string(Port()) + "\r\nConnection: close\r\n\r\n");
+        const std::string answer = client.ReceiveAll();
+        EXPECT_THAT(answer, StartsWith("HTTP/1.1 200 OK")) << target;
+        EXPECT_THAT(answer, testing::EndsWith("\r\n\r\n")) << target;
+    }
+}
+
+TEST_F(HttpServerTest, ReadsOnAfterWhatTheReaderOfAStreamSays) {
+    StartServer();
+    CClient client(Port());
+    client.Ask(Port(), "/events");
+    client.ReceiveUntil("retry: ");
+    client.Send("nobody listens to this");
+    m_server->Publish(EventAt(1, CpuTemperature{47}), "{\"n\":1}\n");
+    EXPECT_THAT(client.ReceiveUntil("{\"n\":1}"), HasSubstr("data: {\"n\":1}"));
+}
+
+TEST(HttpServerStart, NamesTheAddressThatIsNone) {
+    ServerOptions options;
+    options.hosts.listen = {"no address", 1};
+    const auto error = CHttpServer(options).Start();
+    ASSERT_TRUE(error);
+    EXPECT_THAT(error->call, StartsWith("inet_pton no address"));
+}
+
+TEST(HttpServerStart, NamesTheCallThatFails) {
+    ServerOptions options;
+    options.hosts.listen = {"127.0.0.1", 0};
+    const auto call = [&] {
+        const auto error = CHttpServer(options).Start();
+        return error ? error->call : "";
+    };
+    const auto failing = [](auto...) -> int {
+        WSASetLastError(WSAENOBUFS);
+        return SOCKET_ERROR;
+    };
+    {
+        PATCH_IMPORT(option, setsockopt, failing);
+        EXPECT_THAT(call(), StartsWith("setsockopt 127.0.0.1:"));
+    }
+    {
+        PATCH_IMPORT(wait, listen, failing);
+        EXPECT_THAT(call(), StartsWith("listen 127.0.0.1:"));
+    }
+    PATCH_IMPORT(open, WSASocketW, [](auto...) -> SOCKET {
+        WSASetLastError(WSAENOBUFS);
+        return INVALID_SOCKET;
+    });
+    EXPECT_THAT(call(), StartsWith("socket 127.0.0.1:"));
 }
 
 TEST_F(HttpServerTest, HandsOutWhatItsViewIsTold) {

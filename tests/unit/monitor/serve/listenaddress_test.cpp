@@ -18,9 +18,9 @@ TEST(ListenAddressTest, IsANumericAddressWithAPort) {
 }
 
 TEST(ListenAddressTest, IsRefusedOtherwise) {
-    for (const char* text :
-         {"", ":", "9836", "127.0.0.1", "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:-1",
-          "127.0.0.1:80x", "example.org:80", "::1:80", "[::1]", "[127.0.0.1]:80", "1.2.3:80"}) {
+    for (const char* text : {"", ":", "9836", "127.0.0.1", "127.0.0.1:", "127.0.0.1:65536",
+                             "127.0.0.1:-1", "127.0.0.1:80x", "example.org:80", "::1:80", "[::1]",
+                             "[::1:80", "[:80", "[127.0.0.1]:80", "1.2.3:80"}) {
         EXPECT_EQ(Parsed(text), "none") << text;
     }
 }
@@ -32,6 +32,7 @@ TEST(ListenAddressTest, KnowsWhatOnlyThisComputerReaches) {
     EXPECT_FALSE(IsLoopback("0.0.0.0"));
     EXPECT_FALSE(IsLoopback("::"));
     EXPECT_FALSE(IsLoopback("192.168.127.1"));
+    EXPECT_FALSE(IsLoopback("localhost"));
 }
 
 }  // namespace

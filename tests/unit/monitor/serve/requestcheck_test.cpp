@@ -34,8 +34,9 @@ TEST(RequestCheckTest, AnswersGetAndHeadOnly) {
 
 TEST(RequestCheckTest, WantsOneHostThatNamesTheServer) {
     EXPECT_EQ(StatusWith([](RequestFacts& r) { r.host.reset(); }), 400u);
-    for (const char* host : {"", "evil.example:9836", "127.0.0.1", "127.0.0.1:80", "127.0.0.2:9836",
-                             "localhost.evil.example:9836", "[::1]:9836", "127.0.0.1:9836.evil"}) {
+    for (const char* host :
+         {"", "evil.example:9836", "127.0.0.1", "127.0.0.1:80", "127.0.0.2:9836",
+          "localhost.evil.example:9836", "[::1]", "[::1]:9836", "127.0.0.1:9836.evil"}) {
         RequestFacts request = Good();
         request.host = host;
         EXPECT_EQ(Refusal(request, Policy()), 421u) << host;

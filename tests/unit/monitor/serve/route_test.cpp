@@ -33,9 +33,10 @@ TEST(RouteTest, RefusesWhatIsNotThere) {
 }
 
 TEST(RouteTest, RefusesParametersThatItDoesNotKnow) {
-    for (const char* target : {"/history?seconds=", "/history?seconds=0", "/history?seconds=-1",
-                               "/history?second=1", "/history?seconds", "/metrics?seconds=1",
-                               "/report.html?mask=yes", "/?a=b", "/history?seconds=1&seconds=x"}) {
+    for (const char* target :
+         {"/history?seconds=", "/history?seconds=0", "/history?seconds=-1", "/history?second=1",
+          "/history?seconds", "/metrics?seconds=1", "/report.html?mask=yes", "/history?mask=1",
+          "/history?after=5.7", "/?a=b", "/history?seconds=1&seconds=x"}) {
         EXPECT_EQ(StatusOf(target), 400u) << target;
     }
 }

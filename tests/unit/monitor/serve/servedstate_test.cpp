@@ -136,5 +136,34 @@ TEST_F(ServedStateTest, RefusesBeforeItLooksForThePlace) {
     EXPECT_EQ(HeaderOf(m_state.Respond(post), "Allow"), "GET, HEAD");
 }
 
+TEST_F(ServedStateTest, LetsAReaderBeginAnewWhoseLastEventIsNone) {
+    AddReading(1);
+    for (const char* id :
+         {"run.", "run.1x", "run.x", "run", "other.1", "run.99999999999999999999"}) {
+        RequestFacts request = Request("/events");
+        request.lastEventId = id;
+        EXPECT_THAT(BodyOf(m_state.Respond(request)), HasSubstr("event: reset\n")) << id;
+    }
+    RequestFacts request = Request("/events");
+    request.lastEventId = "run.1";
+    EXPECT_THAT(BodyOf(m_state.Respond(request)), testing::Not(HasSubstr("event: reset\n")));
+}
+
+TEST_F(ServedStateTest, HasNoMetricsBeforeTheFirstAreMade) {
+    EXPECT_EQ(Get("/metrics").status, 200u);
+    EXPECT_EQ(BodyOf(Get("/metrics")), "");
+}
+
+TEST(ServedReport, HasWhatDoctorSaysIfHeIsAsked) {
+    const CServedState state({{"127.0.0.1", 9836}, {}}, {}, "run", [] {
+        return std::string(R"({"checks": [], "readings": [], "host": "asked"})");
+    });
+    RequestFacts request;
+    request.method = "GET";
+    request.target = "/report.html";
+    request.host = "127.0.0.1:9836";
+    EXPECT_THAT(*state.Respond(request).makeBody(), HasSubstr("\"asked\""));
+}
+
 }  // namespace
 }  // namespace zorvane

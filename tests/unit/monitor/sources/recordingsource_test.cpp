@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "monitor/json/jsonline.h"
+#include "tests/support/importpatch.h"
 #include "tests/support/tempfolder.h"
 #include "tests/unit/monitor/readings.h"
 
@@ -177,6 +178,33 @@ TEST_F(RecordingSourceTest, NamesAFileThatCannotBeOpened) {
     m_source->Start(*this, At(0ms));
     EXPECT_EQ(m_source->End(), EndReason::kRecordingBad);
     EXPECT_THAT(std::get<NoticeEvent>(m_events.back().body).text, HasSubstr("CreateFileW"));
+}
+
+TEST_F(RecordingSourceTest, SaysThatTheFileCannotBeReadOn) {
+    PATCH_IMPORT(lost, ReadFile, [](auto...) -> WINBOOL {
+        SetLastError(ERROR_NETNAME_DELETED);
+        return FALSE;
+    });
+    EXPECT_THAT(FailureOf(Recording({1})), testing::StartsWith("line 1: ReadFile: "));
+}
+
+TEST_F(RecordingSourceTest, IsWholeThoughItGoesOnInTheNextFile) {
+    Open(Line(EventAt(0, StartEvent())) + Line(EventAt(0, WorkerStartEvent{7})) +
+             Line(EventAt(1, NoticeEvent{kContinuedNotice, "the recording goes on"})),
+         std::nullopt);
+    while (!m_source->End()) {
+        m_source->OnTime(At(0ms));
+    }
+    EXPECT_EQ(m_source->End(), EndReason::kRecordingEnded);
+    // What has ended stays as it ended.
+    m_source->Stop();
+    EXPECT_EQ(m_source->End(), EndReason::kRecordingEnded);
+}
+
+TEST_F(RecordingSourceTest, StaysBadWhenItIsStopped) {
+    EXPECT_THAT(FailureOf("\xFE\xFF"), HasSubstr("UTF-16 text"));
+    m_source->Stop();
+    EXPECT_EQ(m_source->End(), EndReason::kRecordingBad);
 }
 
 }  // namespace

@@ -56,6 +56,15 @@ TEST_F(CsvViewTest, HasOneRowWhereThereIsNoGpu) {
     EXPECT_EQ(Rows({"gpu_index", "pci_bus_id", "cpu_temperature_celsius"}), ",,47\r\n");
 }
 
+TEST_F(CsvViewTest, LeavesEveryFieldEmptyThatNobodyHasTold) {
+    Apply(CpuTemperature{47});
+    EXPECT_EQ(Rows(CsvFieldNames()), "2024-11-21T04:42:11.123Z,,,0,,,,,,,,,,,,47,,,,,,,,,\r\n");
+    Apply(GpuStatic());
+    EXPECT_EQ(Rows({"gpu_index", "gpu_name", "pci_device_id", "serial", "memory_total_kib",
+                    "max_video_clock_mhz", "host", "entry"}),
+              "0,,,,,,,\r\n");
+}
+
 TEST_F(CsvViewTest, LeavesTheFieldsOfASilentGpuEmpty) {
     Apply(FullStatic());
     Apply(FullReading());

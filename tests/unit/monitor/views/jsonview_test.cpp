@@ -97,5 +97,14 @@ TEST_F(JsonViewTest, FinishesItsOutput) {
     EXPECT_TRUE(m_output.isFinished);
 }
 
+TEST_F(JsonViewTest, AddsNothingToAFileBeforeTheStartOrBetweenEvents) {
+    Tell(0, NoticeEvent{"id", "text"});
+    EXPECT_EQ(m_output.head, "");
+    EXPECT_EQ(m_output.tail, "");
+    Tell(1, StartEvent());
+    EXPECT_EQ(m_output.frame->Head(), "");
+    EXPECT_EQ(m_output.frame->Tail(), "");
+}
+
 }  // namespace
 }  // namespace zorvane

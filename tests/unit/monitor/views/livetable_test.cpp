@@ -109,6 +109,20 @@ TEST_F(LiveTableTest, LeavesItsLastTableAndAllNotesOnTheTerminal) {
     EXPECT_THAT(left, HasSubstr("zorvanemon: last\n"));
 }
 
+TEST_F(LiveTableTest, CountsTheNotesThatAreTooOldToBeKept) {
+    PLAY_CONSOLE();
+    const Display display = Made();
+    for (int i = 0; i < 203; ++i) {
+        display.notes->ShowNote("note " + std::to_string(i) + ".");
+    }
+    display.view->OnEnd(CMachineModel());
+    const std::string left = All(m_own);
+    EXPECT_THAT(left, HasSubstr("zorvanemon: 3 earlier messages are not kept\n"));
+    EXPECT_THAT(left, Not(HasSubstr("  note 2.\n")));
+    EXPECT_THAT(left, HasSubstr("  note 3.\n"));
+    EXPECT_THAT(left, HasSubstr("  note 202.\n"));
+}
+
 TEST_F(LiveTableTest, PutsTheTerminalBackAfterAFailure) {
     PLAY_CONSOLE();
     {

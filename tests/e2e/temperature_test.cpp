@@ -108,6 +108,8 @@ TEST_F(Temperature, KeepsTheDriverServiceForTheWordSkipDeleteInAnyLetterCase) {
 
 TEST_F(Temperature, UsesADriverServiceThatRuns) {
     RunWorker({.scenario = CpuScenario(kTwoReadings)}, 1, L"skip_delete");
+    ASSERT_EQ(ServiceState(), DWORD{SERVICE_RUNNING})
+        << testing::PrintToString(m_machine->LogMessages());
     RunWorker({.scenario = CpuScenario(kTwoReadings)}, 2);
     const std::vector<std::string> messages = m_machine->LogMessages();
     EXPECT_THAT(messages, Not(Contains(HasSubstr("QueryDrvService failed"))));

@@ -6,7 +6,7 @@
 namespace {
 
 constexpr DWORD kPollMs = 20;
-constexpr DWORD kPolls = 500;
+constexpr DWORD kPolls = 1500;
 
 }  // namespace
 
@@ -50,9 +50,10 @@ void RemoveDriverService() {
         StopDriverService();
         DeleteService(service.get());
     }
-    // The service is gone before its driver is. A worker that still finds the device installs
+    // It stays, marked for deletion, until nobody has it open, and its driver stays longer than
+    // that. A worker that meets the one cannot create it, one that meets the other installs
     // nothing.
-    for (DWORD poll = 0; poll < kPolls && DriverDeviceOpens(); ++poll) {
+    for (DWORD poll = 0; poll < kPolls && (OpenDriverService() || DriverDeviceOpens()); ++poll) {
         Sleep(kPollMs);
     }
 }

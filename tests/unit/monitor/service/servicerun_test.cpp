@@ -95,8 +95,7 @@ class Logoff : public ServiceRun {
                      m_console = handler;
                      return TRUE;
                  });
-    PATCH_IMPORT(m_wait, WaitForSingleObject,
-                 [](HANDLE, DWORD) -> DWORD { return WAIT_OBJECT_0; });
+    PATCH_IMPORT(m_wait, WaitForSingleObject, [](HANDLE, DWORD) -> DWORD { return WAIT_OBJECT_0; });
 };
 
 TEST_F(Logoff, EndsARunThatBelongsToTheUser) {

@@ -23,8 +23,8 @@ endif()
 # zorvane_dll_options(target): compiles a target's sources for a DLL. All objects of a DLL have to
 # be compiled so, because the headers of the two libraries differ.
 function(zorvane_dll_options target)
-  # Where GCC finds a variable hangs on where its own memory lies, which hangs on the length of paths:
-  # without following assignments, debugging symbols are the same in every folder.
+  # What GCC's tracking of assignments finds depends on the length of paths: without it, debugging symbols
+  # are the same in every folder.
   target_compile_options(${target} PRIVATE ${ZORVANE_DLL_COMPILER_OPTIONS} $<$<CONFIG:Release>:-Os>
     $<$<COMPILE_LANGUAGE:CXX>:-fno-var-tracking-assignments>)
 endfunction()

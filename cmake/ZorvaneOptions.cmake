@@ -42,6 +42,12 @@ add_compile_options(
 # takes long for that. No -fdata-sections: for Windows the compiler then writes zeroed data into the
 # file.
 set(small "$<NOT:$<BOOL:$<TARGET_PROPERTY:ZORVANE_QUICK_LINK>>>")
+target_compile_options(zorvane_options INTERFACE $<${small}:-ffunction-sections>)
+
+target_link_options(zorvane_options INTERFACE
+  -static $<${small}:-Wl,--gc-sections> -Wl,--no-insert-timestamp -Wl,--fatal-warnings
+  -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+
 find_program(ZORVANE_LLD ld.lld)
 
 # zorvane_quick_link(program): for programs that are linked often and shipped to nobody.
@@ -53,12 +59,6 @@ function(zorvane_quick_link target)
       "${PROJECT_SOURCE_DIR}/cmake/link-with-lld")
   endif()
 endfunction()
-
-target_compile_options(zorvane_options INTERFACE $<${small}:-ffunction-sections>)
-
-target_link_options(zorvane_options INTERFACE
-  -static $<${small}:-Wl,--gc-sections> -Wl,--no-insert-timestamp -Wl,--fatal-warnings
-  -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
 
 # Most of what a source costs is reading headers, so several sources are compiled as one, which takes
 # two fifths off a build. Off, each source is an object of its own: scripts/lint looks at sources so.

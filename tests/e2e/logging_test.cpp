@@ -29,8 +29,8 @@ MachineParts In(const std::wstring& folder, size_t length = 0) {
     return parts;
 }
 
-// The longest path that the library has room for, without the folder of the library.
-constexpr size_t kLongestFolder = MAX_PATH - 1 - std::size(L"Log\\Qorvella_HardwareDll.log");
+// The longest folder of a library whose log still has a path.
+constexpr size_t kLongestFolder = MAX_PATH - 1 - std::size(ZorLog::kLogFile);
 
 // The log's mutex, made by somebody who lets nobody else have it.
 zorvane::CUniqueHandle MakeMutexOfAnother(const std::wstring& name) {

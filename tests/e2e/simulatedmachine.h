@@ -28,7 +28,7 @@ struct MachineParts {
     bool unpacked = false;
     /** Content of Qorvella.set; none when empty. */
     std::string settings{};
-    /** The name of its folder; a short one when empty. */
+    /** A folder for it inside of the temporary one; when empty, that one itself. */
     std::wstring folder{};
     /** What that name is filled up to, so that the folder's path has so many characters. */
     size_t folderLength = 0;

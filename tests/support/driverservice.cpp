@@ -6,7 +6,7 @@
 namespace {
 
 constexpr DWORD kPollMs = 20;
-constexpr DWORD kPolls = 1500;
+constexpr DWORD kPolls = 500;
 
 }  // namespace
 

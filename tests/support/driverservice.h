@@ -20,7 +20,7 @@ CServiceHandle OpenDriverService();
 /** The service's state, empty when it is not there. */
 std::optional<DWORD> ServiceState();
 
-/** Waits, half a minute at most, for the service to be in `state`; false when it never was. */
+/** Waits, 10 seconds at most, for the service to be in `state`; false when it never was. */
 bool WaitForServiceState(DWORD state);
 
 /**
@@ -30,7 +30,7 @@ bool WaitForServiceState(DWORD state);
 bool StopDriverService();
 
 /**
- * Stops and deletes the service if it is there, and waits, half a minute at most, for it and its
+ * Stops and deletes the service if it is there, and waits, 10 seconds at most, for it and its
  * device to go.
  */
 void RemoveDriverService();

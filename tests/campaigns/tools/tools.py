@@ -3,26 +3,24 @@
 usage: tools.py [RECORDS]
 
 A worker sends RECORDS (86400) records without a pause to each tool. A tool is in order when no record is
-lost, and when neither its private memory nor its open files grow after the first half of the day. The
-history of "serve" is a second long here: what an hour of readings takes is not what is looked for. It is
-given three days, so that even a few bytes of each record would show."""
+lost, and when from a quarter of them on neither its private memory nor its open files grow. The history of
+"serve" is a second long here: what an hour of readings takes is not what is looked for. It is given three
+days, so that even a few bytes of each record would show."""
 import http.client
 import os
 import pathlib
 import subprocess
 import sys
 
-ROOT = pathlib.Path(__file__).resolve().parents[3]
-BUILD = ROOT / "build" / "release"
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "web"))
+from running import BUILD, ROOT, Monitor, Server, windows_path
+
 DAY = 86400
+WORKER = windows_path(BUILD / "bench" / "bench_flood.exe")
 # A page here and there comes and goes with the text that is being written.
 ROOM_KIB = 256
 # The second that the server keeps has as many records as the machine manages in it.
 SERVE_ROOM_KIB = 2048
-
-
-def windows_path(path):
-    return "Z:" + str(path).replace("/", "\\")
 
 
 class Samples:
@@ -32,15 +30,25 @@ class Samples:
         self.folder = pathlib.Path("/proc") / str(process.pid)
         self.records = records
         self.next = records // 4
-        self.taken = []
+        self.memory = []
+        self.files = []
 
     def take(self, count):
         if count < self.next or count >= self.records:
             return
         self.next = count + self.records // 20
         rollup = (self.folder / "smaps_rollup").read_text().splitlines()
-        private = sum(int(line.split()[1]) for line in rollup if line.startswith("Private_"))
-        self.taken.append((private, len(os.listdir(self.folder / "fd"))))
+        self.memory.append(sum(int(line.split()[1]) for line in rollup if line.startswith("Private_")))
+        self.files.append(len(os.listdir(self.folder / "fd")))
+
+    def findings(self, name, room):
+        print(f"{name}: at most {max(self.memory, default=0)} KiB of private memory, "
+              f"{max(self.files, default=0)} open files", flush=True)
+        if len(self.memory) < 10:
+            return [f"{name}: only {len(self.memory)} samples"]
+        if grows(self.memory, room) or grows(self.files, 0):
+            return [f"{name}: private memory {self.memory} KiB, open files {self.files}"]
+        return []
 
 
 def grows(values, room):
@@ -49,66 +57,37 @@ def grows(values, room):
     return max(values[half:]) > max(values[:half]) + room
 
 
-def findings(name, samples, count, records, room=ROOM_KIB):
-    memory = [private for private, _ in samples.taken]
-    files = [count for _, count in samples.taken]
-    found = []
-    if count != records:
-        found.append(f"{name}: {count} of {records} records")
-    if len(memory) < 10:
-        found.append(f"{name}: only {len(memory)} samples")
-    elif grows(memory, room) or grows(files, 0):
-        found.append(f"{name}: private memory {memory} KiB, open files {files}")
-    print(f"{name}: {count} records, at most {max(memory, default=0)} KiB of private memory, "
-          f"{max(files, default=0)} open files", flush=True)
-    return found
-
-
-def start(records, *words):
-    # readall finds zorvaneclient.dll by WINEPATH.
-    return subprocess.Popen([ROOT / "scripts" / "wine", *words], stdin=subprocess.DEVNULL,
-                            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                            env=dict(os.environ, ZORVANE_BENCH_RECORDS=str(records),
-                                     WINEPATH=windows_path(BUILD / "bin")))
-
-
-def print_records(name, records, mark, *words):
+def print_records(name, process, mark, records):
     """A tool that prints a line with `mark` for each record, and ends when its worker has."""
-    with start(records, *words) as tool:
-        samples, count = Samples(tool, records), 0
-        for line in tool.stdout:
-            if mark in line:
-                count += 1
-                samples.take(count)
-    return findings(name, samples, count, records)
+    samples, count = Samples(process, records), 0
+    for line in process.stdout:
+        if mark in line:
+            count += 1
+            samples.take(count)
+    lost = [] if count == records else [f"{name}: {count} of {records} records"]
+    return lost + samples.findings(name, ROOM_KIB)
 
 
-def get(port, target):
-    connection = http.client.HTTPConnection("127.0.0.1", port, timeout=60)
-    try:
-        connection.request("GET", target)
-        answer = connection.getresponse()
-        answer.read()
-        return answer.headers
-    finally:
-        connection.close()
+def read_in_c(records):
+    with subprocess.Popen([ROOT / "scripts" / "wine", BUILD / "tests" / "readall.exe", WORKER],
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                          env=dict(os.environ, WINEPATH=windows_path(BUILD / "bin"))) as stub:
+        return print_records("zorvaneclient.dll", stub, b":", records)
 
 
-def serve(records, monitor, *words):
+def serve(records):
     """It is asked again and again until its worker, and with it the server, has ended."""
-    name = "serve"
-    with start(records, monitor, "serve", "--listen", "127.0.0.1:0", "--history", "1", *words) as tool:
-        samples, count = Samples(tool, records), 0
-        port = int(tool.stdout.readline().decode().rstrip().rstrip("/").rpartition(":")[2])
+    os.environ["ZORVANE_BENCH_RECORDS"] = str(records)
+    with Server(None, ["--history", "1", "--host", WORKER]) as server:
+        samples = Samples(server.process, records)
         try:
             while True:
-                get(port, "/metrics")
-                count = int(get(port, "/history?seconds=1")["Zorvane-Last-Event"].rpartition(".")[2])
-                samples.take(count)
+                server.get("/metrics")
+                _, headers, _ = server.get("/history?seconds=1")
+                samples.take(int(headers["Zorvane-Last-Event"].rpartition(".")[2]))
         except (OSError, http.client.HTTPException):
-            tool.stdout.read()
-    # How many events the last records are among is not told by a server that has ended.
-    return findings(name, samples, records if count > 0.95 * records else count, records, SERVE_ROOM_KIB)
+            server.wait()
+    return samples.findings("serve", SERVE_ROOM_KIB)
 
 
 def main():
@@ -116,14 +95,14 @@ def main():
     if not word.isdecimal() or int(word) < 1000:
         sys.exit(f"tools: not a number of records from 1000 on: {word}")
     records = int(word)
-    monitor = BUILD / "bin" / "zorvanemon.exe"
-    worker = ("--host", windows_path(BUILD / "bench" / "bench_flood.exe"))
+    os.environ["ZORVANE_BENCH_RECORDS"] = word
     found = []
     forms = {"json": b'"type":"gpu"', "csv": b"Z,", "prometheus": b"zorvane_gpu_temperature_celsius{"}
     for form, mark in forms.items():
-        found += print_records(f"zorvanemon --format {form}", records, mark, monitor, "--format", form, *worker)
-    found += print_records("zorvaneclient.dll", records, b":", BUILD / "tests" / "readall.exe", worker[1])
-    found += serve(3 * records, monitor, *worker)
+        with Monitor(["--format", form, "--host", WORKER]) as monitor:
+            found += print_records(f"zorvanemon --format {form}", monitor.process, mark, records)
+    found += read_in_c(records)
+    found += serve(3 * records)
     for finding in found:
         print(finding, file=sys.stderr)
     print(f"tools: 5 tools, {7 * records} records; {len(found)} findings")

@@ -10,12 +10,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <filesystem>
-#include <stdexcept>
 
 #include "base/handle.h"
-#include "base/peimage.h"
 #include "sim/machine/simulatemachine.h"
 #include "sim/scenario/parsejson.h"
 #include "src/log/logfile.h"
@@ -68,28 +65,6 @@ class GatherTest : public testing::Test {
     CTempFolder m_folder;
 };
 
-// Where an address of an image lies in its file.
-size_t PlaceInFile(const CPeImage& image, DWORD address) {
-    for (const IMAGE_SECTION_HEADER& section : image.Sections()) {
-        if (address - section.VirtualAddress < section.SizeOfRawData) {
-            return section.PointerToRawData + (address - section.VirtualAddress);
-        }
-    }
-    throw std::runtime_error("the address is in no section");
-}
-
-// The table of names stays, but counts none.
-void ForgetExportNames(const std::wstring& path) {
-    std::string bytes = ReadFileBytes(path);
-    {
-        const CPeImage image = CPeImage::OfFile(path);
-        const DWORD table = image.Directory(IMAGE_DIRECTORY_ENTRY_EXPORT).VirtualAddress;
-        const DWORD count = table + offsetof(IMAGE_EXPORT_DIRECTORY, NumberOfNames);
-        bytes.replace(PlaceInFile(image, count), sizeof(DWORD), sizeof(DWORD), '\0');
-    }
-    WriteFileBytes(path, bytes);
-}
-
 TEST_F(GatherTest, FilesHaveTheirVersions) {
     Put(L"bin", L"Zorvane.dll");
     const FileFacts library = GatherFile(Target().library);
@@ -114,12 +89,6 @@ TEST_F(GatherTest, PlatformIsTheVendorsOrTheStandInOrUnusableOrMissing) {
     // A library without the function.
     std::filesystem::copy_file(BuildFolder(L"bin") + L"\\Zorvane.dll",
                                m_folder.PathOf(L"Platform.dll"));
-    EXPECT_EQ(GatherPlatform(Target()).kind, PlatformKind::kUnusable);
-}
-
-TEST_F(GatherTest, PlatformIsUnusableWhenItExportsNothing) {
-    Put(L"sim", L"Platform.dll");
-    ForgetExportNames(m_folder.PathOf(L"Platform.dll"));
     EXPECT_EQ(GatherPlatform(Target()).kind, PlatformKind::kUnusable);
 }
 

@@ -266,7 +266,7 @@ TEST_F(GatherFailures, PlatformOfAnotherMachineOrWithADamagedListOfNamesIsUnusab
     const size_t exports = headers + offsetof(IMAGE_NT_HEADERS64, OptionalHeader.DataDirectory);
     EXPECT_EQ(kindOf(exports, std::string(8, '\0')), PlatformKind::kUnusable) << "no exports";
     EXPECT_EQ(kindOf(exports, "\xFF\xFF\xFF\x7F"), PlatformKind::kUnusable) << "outside";
-    // The last four bytes of the image, whose size stands before the directories.
+    // Where the list lies in the file.
     IMAGE_NT_HEADERS64 known{};
     std::memcpy(&known, good.data() + headers, sizeof(known));
     const DWORD table = known.OptionalHeader.DataDirectory[0].VirtualAddress;
@@ -283,6 +283,8 @@ TEST_F(GatherFailures, PlatformOfAnotherMachineOrWithADamagedListOfNamesIsUnusab
     ASSERT_NE(inFile, 0u);
     const size_t names = inFile + offsetof(IMAGE_EXPORT_DIRECTORY, AddressOfNames);
     EXPECT_EQ(kindOf(names, "\xFF\xFF\xFF\x7F"), PlatformKind::kUnusable) << "names outside";
+    const size_t count = inFile + offsetof(IMAGE_EXPORT_DIRECTORY, NumberOfNames);
+    EXPECT_EQ(kindOf(count, std::string(4, '\0')), PlatformKind::kUnusable) << "counts none";
 }
 
 // Windows' list of display adapters.

@@ -148,7 +148,7 @@ TEST(ReportBuilderTest, StaysBelowFiveMegabytesForADayOfManyGpus) {
     EXPECT_EQ(data["events_left_out"], 3000);
 }
 
-TEST(ReportBuilderTest, TakesNothingFromDoctorThatIsNotHis) {
+TEST(ReportBuilderTest, TakesNothingThatDoctorHasNotWritten) {
     CReportBuilder builder(false);
     for (const char* text :
          {"", "[]", "7", "{}", R"({"checks": []})", R"({"checks": {}, "readings": []})",

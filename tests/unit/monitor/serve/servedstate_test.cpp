@@ -154,7 +154,7 @@ TEST_F(ServedStateTest, HasNoMetricsBeforeTheFirstAreMade) {
     EXPECT_EQ(BodyOf(Get("/metrics")), "");
 }
 
-TEST(ServedReport, HasWhatDoctorSaysIfHeIsAsked) {
+TEST(ServedReport, HasWhatDoctorSaysWhereItIsAsked) {
     const CServedState state({{"127.0.0.1", 9836}, {}}, {}, "run", [] {
         return std::string(R"({"checks": [], "readings": [], "host": "asked"})");
     });

@@ -380,8 +380,8 @@ TEST(DecodeTest, RefusesACpuTextWithoutTerminatorOrWithMoreBehindIt) {
 }
 
 TEST(DecodeTest, ShowsOnlyPrintableCharactersOfABadText) {
-    EXPECT_EQ(ErrorOf(TextPayload({"\x1b[2J\xFF\0", 6})).text,
-              "CPU temperature text is not {\"CpuTemp\":n}: ?[2J?");
+    EXPECT_EQ(ErrorOf(TextPayload({"\x1b[2J\xFF ~\x1f\x7f\0", 10})).text,
+              "CPU temperature text is not {\"CpuTemp\":n}: ?[2J? ~??");
 }
 
 TEST(DecodeTest, HasANameForEveryFault) {

@@ -92,6 +92,9 @@ TEST(StalenessTest, GivesTheWorkerUpAfterTheLongerLimit) {
     EXPECT_TRUE(staleness.IsHopeless());
     staleness.Begin(At(31));
     EXPECT_FALSE(staleness.IsHopeless());
+    // The silence of the worker before does not count.
+    EXPECT_EQ(CheckUntil(staleness, 32, 60), 36);
+    EXPECT_FALSE(staleness.IsHopeless());
 }
 
 TEST(StalenessTest, GivesNoWorkerUpThatGivesASign) {

@@ -12,6 +12,24 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// A folder of a library that has a log.
+class CLogFolder {
+  public:
+    std::wstring Library() const { return m_folder.PathOf(L"Zorvane.dll"); }
+
+    void WriteLog(DWORD workerId, const std::vector<std::string>& lines) const {
+        CreateDirectoryW(m_folder.PathOf(L"Log").c_str(), nullptr);
+        std::string text;
+        for (const std::string& line : lines) {
+            text += "11-16 00:10:05.123 [ " + std::to_string(workerId) + "][ 4711]" + line + "\r\n";
+        }
+        WriteFileBytes(m_folder.PathOf(L"Log\\Qorvella_HardwareDll.log"), text);
+    }
+
+  private:
+    CTempFolder m_folder;
+};
+
 class WorkerKeeperTest : public CWorkerRunTest<SessionEvent> {
   protected:
     void Start(const std::vector<std::wstring>& script) {
@@ -286,16 +304,13 @@ TEST_F(WorkerKeeperTest, PausesInPlaceOfReplacingAnOldWorker) {
 }
 
 TEST_F(WorkerKeeperTest, TellsWhyReadingsAreMissingFromTheLogOfItsWorker) {
-    const CTempFolder folder;
-    ASSERT_TRUE(CreateDirectoryW(folder.PathOf(L"Log").c_str(), nullptr));
-    m_libraryPath = folder.PathOf(L"Zorvane.dll");
+    const CLogFolder folder;
+    m_libraryPath = folder.Library();
     Start({L"hello"});
     ASSERT_TRUE(WaitFor<HelloEvent>());
-    const std::string stamp =
-        "11-16 00:10:05.123 [ " + std::to_string(All<WorkerStartEvent>()[0].workerId) + "][ 4711]";
-    WriteFileBytes(folder.PathOf(L"Log\\Qorvella_HardwareDll.log"),
-                   stamp + "[E][I][  99][amdsdktask] User is not admin...\r\n" + stamp +
-                       "[E][I][  55][zorvaneprocess] add AmdSdkTask failed\r\n");
+    folder.WriteLog(All<WorkerStartEvent>()[0].workerId,
+                    {"[E][I][  99][amdsdktask] User is not admin...",
+                     "[E][I][  55][zorvaneprocess] add AmdSdkTask failed"});
     Pass(1);
     ASSERT_EQ(All<MissingEvent>().size(), 1u);
     EXPECT_EQ(All<MissingEvent>()[0].what, "cpu");
@@ -303,6 +318,28 @@ TEST_F(WorkerKeeperTest, TellsWhyReadingsAreMissingFromTheLogOfItsWorker) {
     EXPECT_NE(All<MissingEvent>()[0].remedy, "");
     Pass(1);
     EXPECT_EQ(All<MissingEvent>().size(), 1u);
+}
+
+TEST_F(WorkerKeeperTest, TellsWithASilenceThatTheLogWillNotExplainIt) {
+    const CLogFolder folder;
+    m_libraryPath = folder.Library();
+    Start({L"hello", L"gpu:0", L"gpu:0"});
+    ASSERT_TRUE(WaitFor<GpuReading>(2));
+    folder.WriteLog(All<WorkerStartEvent>()[0].workerId, {"[E]-------log off"});
+    Pass(4);
+    EXPECT_TRUE(All<MissingEvent>().empty());
+    Pass(1);
+    ASSERT_EQ(All<MissingEvent>().size(), 1u);
+    EXPECT_EQ(All<MissingEvent>()[0].id, "log.off");
+}
+
+TEST_F(WorkerKeeperTest, TellsALostGpuBetweenItsReadings) {
+    Start({L"hello", L"gpu:1", L"unread:1", L"gpu:1"});
+    ASSERT_TRUE(WaitFor<GpuReading>(3));
+    ASSERT_EQ(All<GpuLostEvent>().size(), 1u);
+    EXPECT_EQ(All<GpuLostEvent>()[0].gpu.index, 1u);
+    EXPECT_FALSE(All<GpuReading>()[1].gpuUtilizationPercent);
+    EXPECT_EQ(All<GpuBackEvent>().size(), 1u);
 }
 
 TEST_F(WorkerKeeperTest, TellsThatTheCpuTemperatureIsNoLongerReportedWhileTheGpusGoOn) {

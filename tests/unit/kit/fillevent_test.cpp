@@ -79,6 +79,13 @@ TEST(FillEventTest, MarksWhatWasNotRead) {
     EXPECT_EQ(gpu.temperatureCelsius.value, 58);
 }
 
+TEST(FillEventTest, FillsTheEntryOfEveryRecord) {
+    GpuStatic fixed = FullStatic();
+    fixed.first.entry = L"\u00e4";
+    EXPECT_STREQ(Filled(fixed).entry.text, "\xC3\xA4");
+    EXPECT_STREQ(Filled(fixed.first).entry.text, "\xC3\xA4");
+}
+
 TEST(FillEventTest, FillsWhatDoesNotChange) {
     const ZorvaneEvent event = Filled(FullStatic());
     EXPECT_EQ(event.type, ZorvaneEventType{kZorvaneEventGpuStatic});

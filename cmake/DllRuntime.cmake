@@ -25,7 +25,7 @@ endif()
 function(zorvane_dll_options target)
   # What GCC's tracking of assignments finds depends on the length of paths: without it, debugging symbols
   # are the same in every folder.
-  target_compile_options(${target} PRIVATE ${ZORVANE_DLL_COMPILER_OPTIONS} $<$<CONFIG:Release>:-Os>
+  target_compile_options(${target} PRIVATE ${ZORVANE_DLL_COMPILER_OPTIONS} $<$<CONFIG:Release>:-Os;-g>
     $<$<COMPILE_LANGUAGE:CXX>:-fno-var-tracking-assignments>)
 endfunction()
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-std::wstring Folder() {
+std::wstring NvmlFolder() {
     const std::wstring programs = zorvane::EnvironmentVariable(kProgramsVariable);
     return programs.empty() ? programs : programs + kNvmlFolder;
 }
@@ -14,12 +14,12 @@ std::wstring Folder() {
 }  // namespace
 
 std::wstring NvmlPath() {
-    const std::wstring folder = Folder();
+    const std::wstring folder = NvmlFolder();
     return folder.empty() ? folder : folder + kNvmlFile;
 }
 
 void AddNvmlFolder() {
-    const std::wstring folder = Folder();
+    const std::wstring folder = NvmlFolder();
     if (!folder.empty()) {
         AddDllDirectory(folder.c_str());
     }

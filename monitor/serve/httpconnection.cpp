@@ -255,7 +255,6 @@ void CHttpConnection::WriteStream() {
     for (; !m_offered.empty(); m_offered.pop_front()) {
         m_chunk += *m_offered.front();
     }
-    m_offeredBytes = m_chunk.size();
     m_isWriting = true;
     m_timedOut = false;
     StartTimer(m_limits.pieceTime);

@@ -106,10 +106,14 @@ class CHungRun {
         EXPECT_EQ(duringSilence, json());
     }
 
+    // What there is to see of a run that went otherwise.
     std::string Story() const {
-        const std::vector<std::string> calls = m_machine.Calls();
-        return m_function + ": " + m_monitor->Errors() +
-               (calls.empty() ? "no call" : "last call " + calls.back());
+        const std::optional<DWORD> code = m_monitor->Wait(0);
+        return m_function + ", zorvanemon " +
+               (code ? "has ended with " + std::to_string(*code) : "runs") + "\n" +
+               m_monitor->Errors() + m_monitor->Output() + "calls " +
+               testing::PrintToString(m_machine.Calls()) + "\nlog " +
+               testing::PrintToString(m_machine.LogMessages());
     }
 
   private:

@@ -57,6 +57,15 @@ class WorkerKeeperTest : public CWorkerRunTest<SessionEvent> {
         }
     }
 
+    // As Pass, for a worker that sends anything without an end.
+    void PassWhileMessagesCome(int seconds) {
+        for (int i = 0; i < seconds; ++i) {
+            int messages = 0;
+            ASSERT_TRUE(PumpUntil([&] { return ++messages > 3; }));
+            Pass(1);
+        }
+    }
+
     bool EndsWith(SessionEnd reason) {
         return WaitFor<EndEvent>() && All<EndEvent>()[0].reason == reason &&
                std::holds_alternative<EndEvent>(m_events.back().body) && !m_keeper->IsActive() &&
@@ -157,6 +166,23 @@ TEST_F(WorkerKeeperTest, GivesUpASilentWorkerThatIsNotToBeStartedAgain) {
     Start({L"deaf", L"blind"});
     Pass(30);
     EXPECT_TRUE(EndsWith(SessionEnd::kWorkerEnded));
+}
+
+TEST_F(WorkerKeeperTest, KeepsAWorkerWhosePayloadsNobodyUnderstands) {
+    Start({L"hello", L"bytes:999:1", L"repeat:1"});
+    PassWhileMessagesCome(35);
+    EXPECT_EQ(All<StaleEvent>().size(), 1u);
+    EXPECT_TRUE(All<NoticeEvent>().empty());
+}
+
+TEST_F(WorkerKeeperTest, GivesAWorkerUpInWhoseNameOthersSend) {
+    const std::wstring window = std::to_wstring(HandleToLong(GetDesktopWindow()));
+    Start({L"hello", L"sender:" + window, L"repeat:1"});
+    PassWhileMessagesCome(30);
+    ASSERT_FALSE(All<ErrorEvent>().empty());
+    EXPECT_EQ(All<ErrorEvent>()[0].error.fault, PayloadFault::kForeignSender);
+    ASSERT_TRUE(WaitFor<ExitEvent>());
+    EXPECT_EQ(All<NoticeEvent>()[0].id, "worker.given_up");
 }
 
 TEST_F(WorkerKeeperTest, RunsNoWorkerWhilePaused) {

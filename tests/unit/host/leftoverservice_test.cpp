@@ -56,6 +56,15 @@ TEST_F(LeftoverService, IsRemovedWhenItWasNotThereBefore) {
     EXPECT_THAT(m_calls, Contains(StartsWith("DeleteService(")));
 }
 
+TEST_F(LeftoverService, IsKnownByThePathOfItsDriverInAnyLetterCase) {
+    m_registered = L"c:\\APPS\\qorvella\\amdryzenmasterdriver.SYS";
+    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
+    const CLeftoverService service;
+    m_calls.clear();
+    service.Remove();
+    EXPECT_THAT(m_calls, Contains(StartsWith("DeleteService(")));
+}
+
 TEST_F(LeftoverService, IsLeftAloneWhenAnotherCopyOfTheProductHasRegisteredIt) {
     m_registered = L"\\??\\C:\\Other\\Qorvella\\AMDRyzenMasterDriver.sys";
     m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};

@@ -173,7 +173,9 @@ TEST_F(WorkerLibrary, HasNoSuchExport) {
 }
 
 TEST_F(WorkerLibrary, IsNoLibrary) {
+    PutStandInBelow(m_program);
     EXPECT_EQ(Load(m_folder.WriteText(L"text.dll")), HostExit::kLibraryUnusable);
+    EXPECT_FALSE(IsStandInLoaded());
     EXPECT_TRUE(ErrorHas(L"cannot be loaded: ")) << m_error;
     EXPECT_TRUE(ErrorHas(L"(193)")) << m_error;
 }

@@ -49,6 +49,9 @@ TEST_F(LogFollowerTest, ReadsAFileThatWasReplacedFromItsBeginningThoughItHasGrow
     EXPECT_THAT(m_follower.Read(), ElementsAre("new1", "new2"));
     WriteFileBytes(m_path, "n\r\n");
     EXPECT_THAT(m_follower.Read(), ElementsAre("n"));
+    Append("n\r\n");
+    EXPECT_THAT(m_follower.Read(), ElementsAre("n"));
+    EXPECT_EQ(m_follower.Failure(), std::nullopt);
 }
 
 TEST_F(LogFollowerTest, ReadsALargeFileInPiecesAndOnlyItsEnd) {

@@ -53,6 +53,14 @@ std::string Sentence(const Words& words) {
     return end.text.substr(0, end.text.find('\n'));
 }
 
+TEST(CommandLineTest, HasWarningsWhereverReadingsArePassedOn) {
+    for (const Words& words : {Words{"watch"}, {"record", "x"}, {"replay", "x"}, {"serve"}}) {
+        Words withWarning = words;
+        withWarning.insert(withWarning.end(), {"--warn", "moon"});
+        EXPECT_THAT(Sentence(withWarning), HasSubstr("--warn knows ")) << words[0];
+    }
+}
+
 TEST(CommandLineTest, HasDefaultsForEverything) {
     const Watched options = Parsed({});
     EXPECT_EQ(options.source.worker.host, L"C:\\default host.exe");

@@ -20,6 +20,19 @@ TEST_F(ScreenTest, IsShownUntilItIsLeft) {
     EXPECT_FALSE(m_isAlternateOpen);
 }
 
+TEST_F(ScreenTest, DoesNotWrapLines) {
+    PLAY_CONSOLE();
+    DWORD mode = ENABLE_PROCESSED_OUTPUT | ENABLE_WRAP_AT_EOL_OUTPUT;
+    PATCH_IMPORT(set, SetConsoleMode, [&](HANDLE buffer, DWORD flags) -> WINBOOL {
+        EXPECT_EQ(buffer, Alternate());
+        mode = flags;
+        return TRUE;
+    });
+    CScreen screen;
+    ASSERT_FALSE(screen.Enter(Own()));
+    EXPECT_EQ(mode, DWORD{ENABLE_PROCESSED_OUTPUT});
+}
+
 TEST_F(ScreenTest, IsLeftWithItsObject) {
     PLAY_CONSOLE();
     {

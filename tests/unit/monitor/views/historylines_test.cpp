@@ -42,6 +42,15 @@ TEST(HistoryLinesTest, HasTheLowestAndTheHighestBesideTheBlocks) {
     EXPECT_THAT(PlainText(lines[1]), testing::MatchesRegex("CPU +▁█▄   40 to 90 C *"));
 }
 
+TEST(HistoryLinesTest, ShowsAChangeByOneDegreeAsSmall) {
+    CMachineModel model;
+    for (const int celsius : {40, 41, 40}) {
+        model.Apply(EventAt(0, CpuTemperature{celsius}));
+    }
+    EXPECT_THAT(PlainText(HistoryLines(model, 40)[1]),
+                testing::MatchesRegex("CPU +▁▂▁   40 to 41 C *"));
+}
+
 TEST(HistoryLinesTest, HasUtilisationsBesideTemperaturesInAWideTerminal) {
     CMachineModel model;
     model.Apply(EventAt(0, FullReading()));

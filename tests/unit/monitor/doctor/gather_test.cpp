@@ -206,6 +206,8 @@ TEST_F(GatherTest, WindowsIsTheLibrarysAnswer) {
     EXPECT_FALSE(windows.supported);
     EXPECT_TRUE(windows.is64Bit);
     EXPECT_FALSE(windows.isServer);
+    EXPECT_EQ(windows.major, 6u);
+    EXPECT_EQ(windows.minor, 3u);
     EXPECT_EQ(windows.build, 9600u);
 }
 

@@ -160,6 +160,22 @@ TEST_F(GatherFailures, SignatureIsAsWindowsFindsIt) {
     }
 }
 
+TEST_F(GatherFailures, SignatureIsAskedForWithoutAWindowOrTheNetwork) {
+    PutDriver();
+    std::vector<DWORD> asked;
+    PATCH_IMPORT(verify, WinVerifyTrust, [&](HWND, GUID*, LPVOID question) -> LONG {
+        const auto& data = *static_cast<const WINTRUST_DATA*>(question);
+        asked.insert(asked.end(), {data.dwUIChoice, data.fdwRevocationChecks, data.dwProvFlags,
+                                   data.dwStateAction});
+        return 0;
+    });
+    GatherDriver(Target());
+    EXPECT_THAT(asked,
+                testing::ElementsAre(WTD_UI_NONE, WTD_REVOKE_NONE, WTD_CACHE_ONLY_URL_RETRIEVAL,
+                                     WTD_STATEACTION_VERIFY, WTD_UI_NONE, WTD_REVOKE_NONE,
+                                     WTD_CACHE_ONLY_URL_RETRIEVAL, WTD_STATEACTION_CLOSE));
+}
+
 TEST_F(GatherFailures, SignatureThatWindowsDoesNotTellInTimeIsUnknown) {
     PutDriver();
     const CUniqueHandle end(CreateEventW(nullptr, TRUE, FALSE, nullptr));

@@ -165,6 +165,23 @@ TEST_F(HttpServerTest, StreamsWhatHappens) {
     EXPECT_THAT(client.ReceiveUntil("{\"a\":1}\n\n"), HasSubstr("data: {\"a\":1}\n\n"));
 }
 
+TEST_F(HttpServerTest, StreamsOnBehindTheEventThatTheReaderHasHad) {
+    StartServer();
+    CClient client(Port());
+    client.Ask(Port(), "/events");
+    client.ReceiveUntil("retry: ");
+    m_server->Publish(EventAt(0, CpuTemperature{50}), "{\"a\":1}\n");
+    m_server->Publish(EventAt(1, CpuTemperature{51}), "{\"b\":2}\n");
+    const std::string first = client.ReceiveUntil("{\"b\":2}\n\n");
+    const size_t id = first.find("id: ") + 4;
+    const std::string had = first.substr(id, first.find('\n', id) - id);
+    CClient again(Port());
+    again.Ask(Port(), "/events", "Last-Event-ID: " + had + "\r\n");
+    const std::string rest = again.ReceiveUntil("{\"b\":2}\n\n");
+    EXPECT_THAT(rest, HasSubstr("{\"b\":2}"));
+    EXPECT_THAT(rest, Not(HasSubstr("{\"a\":1}")));
+}
+
 TEST_F(HttpServerTest, EndsItsStreamsInOrder) {
     StartServer();
     CClient client(Port());

@@ -6,10 +6,13 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/handle.h"
 #include "client/reasons/findreason.h"
 #include "client/reasons/logline.h"
 #include "client/reasons/missingreasons.h"
 #include "client/reasons/supportpage.h"
+#include "tests/support/buildfolder.h"
+#include "tests/support/childprocess.h"
 #include "tests/support/tempfolder.h"
 
 using testing::HasSubstr;
@@ -103,4 +106,26 @@ TEST(SupportPage, RefusesATableThatItDoesNotKnow) {
     EXPECT_THROW(UpdateSupportPage("<!-- reasons: x -->\n<!-- end -->\n"), std::runtime_error);
     EXPECT_THROW(UpdateSupportPage("<!-- reasons: cpu -->\nno end\n"), std::runtime_error);
     EXPECT_THROW(UpdateSupportPage("<!-- reasons: cpu"), std::runtime_error);
+}
+
+TEST(UpdateSupportPage, SaysThatThePageCannotBeRead) {
+    const CTempFolder folder;
+    const CChildProcess tool(BuildFolder(L"client\\reasons") + L"\\updatesupportpage.exe",
+                             L"\"" + folder.PathOf(L"none.md") + L"\"");
+    EXPECT_EQ(tool.Wait(), 1u);
+    EXPECT_THAT(tool.Errors(), HasSubstr("none.md: "));
+}
+
+TEST(UpdateSupportPage, SaysThatThePageCannotBeWritten) {
+    const CTempFolder folder;
+    const std::wstring path = folder.PathOf(L"support.md");
+    WriteFileBytes(path, Page());
+    const CUniqueHandle reader =
+        OwnFile(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                            FILE_ATTRIBUTE_NORMAL, nullptr));
+    const CChildProcess tool(BuildFolder(L"client\\reasons") + L"\\updatesupportpage.exe",
+                             L"\"" + path + L"\"");
+    EXPECT_EQ(tool.Wait(), 1u);
+    EXPECT_THAT(tool.Errors(), HasSubstr("support.md: "));
+    EXPECT_EQ(ReadFileBytes(path), Page());
 }

@@ -3,16 +3,19 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "base/handle.h"
 #include "tests/support/importpatch.h"
 
 namespace {
 
 // GoogleTest has each thread that uses SCOPED_TRACE watched by another, which waits for its end.
-// That one comes at any time later, and a test that replaces WaitForSingleObject would take its
-// call for one of the code under test. So the main thread's comes, and waits, before the first
-// test.
-void StartWatcherOfThisThread() {
+// How soon that one begins is up to Windows, and a test that replaces WaitForSingleObject would
+// take its call for one of the code under test. So the main thread's waits already before the first
+// test. False when none came.
+bool StartWatcherOfThisThread() {
+    constexpr DWORD kPatienceMs = 30000;
     const zorvane::CUniqueHandle waits(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     const DWORD thisThread = GetCurrentThreadId();
     const auto wait = &WaitForSingleObject;
@@ -26,13 +29,16 @@ void StartWatcherOfThisThread() {
                      return original(handle, timeout);
                  });
     SCOPED_TRACE("the first");
-    wait(waits.get(), INFINITE);
+    return wait(waits.get(), kPatienceMs) == WAIT_OBJECT_0;
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
     testing::InitGoogleTest(&count, arguments);
-    StartWatcherOfThisThread();
+    if (!StartWatcherOfThisThread()) {
+        std::fputs("GoogleTest has started no thread that watches the main thread\n", stderr);
+        return 1;
+    }
     return RUN_ALL_TESTS();
 }

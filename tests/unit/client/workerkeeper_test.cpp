@@ -60,8 +60,9 @@ class WorkerKeeperTest : public CWorkerRunTest<SessionEvent> {
     // As Pass, for a worker that sends anything without an end.
     void PassWhileMessagesCome(int seconds) {
         for (int i = 0; i < seconds; ++i) {
-            int messages = 0;
-            ASSERT_TRUE(PumpUntil([&] { return ++messages > 3; }));
+            // Asked once before the first message.
+            int asked = 0;
+            ASSERT_TRUE(PumpUntil([&] { return ++asked > 3; }));
             Pass(1);
         }
     }

@@ -15,6 +15,14 @@ namespace {
 
 class LeftoverService : public testing::Test {
   protected:
+    // The calls are those behind the first look.
+    void RemoveWhatWasNotThereBefore() {
+        m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
+        const CLeftoverService service;
+        m_calls.clear();
+        service.Remove();
+    }
+
     std::vector<std::string> m_calls;
     CFakeServices m_services{m_calls};
     CFakeExecutable m_executable;
@@ -48,38 +56,26 @@ class LeftoverService : public testing::Test {
 }  // namespace
 
 TEST_F(LeftoverService, IsRemovedWhenItWasNotThereBefore) {
-    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
-    const CLeftoverService service;
-    m_calls.clear();
-    service.Remove();
+    RemoveWhatWasNotThereBefore();
     EXPECT_THAT(m_calls, Contains(StartsWith("ControlService(")));
     EXPECT_THAT(m_calls, Contains(StartsWith("DeleteService(")));
 }
 
 TEST_F(LeftoverService, IsKnownByThePathOfItsDriverInAnyLetterCase) {
     m_registered = L"c:\\APPS\\qorvella\\amdryzenmasterdriver.SYS";
-    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
-    const CLeftoverService service;
-    m_calls.clear();
-    service.Remove();
+    RemoveWhatWasNotThereBefore();
     EXPECT_THAT(m_calls, Contains(StartsWith("DeleteService(")));
 }
 
 TEST_F(LeftoverService, IsLeftAloneWhenAnotherCopyOfTheProductHasRegisteredIt) {
     m_registered = L"\\??\\C:\\Other\\Qorvella\\AMDRyzenMasterDriver.sys";
-    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
-    const CLeftoverService service;
-    m_calls.clear();
-    service.Remove();
+    RemoveWhatWasNotThereBefore();
     EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));
 }
 
 TEST_F(LeftoverService, IsLeftAloneWhenItsDriverFileCannotBeRead) {
     m_isReadable = false;
-    m_services.errors["OpenServiceW"] = {ERROR_SERVICE_DOES_NOT_EXIST};
-    const CLeftoverService service;
-    m_calls.clear();
-    service.Remove();
+    RemoveWhatWasNotThereBefore();
     EXPECT_THAT(m_calls, Not(Contains(StartsWith("DeleteService("))));
 }
 

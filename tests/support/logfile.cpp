@@ -1,5 +1,8 @@
 #include "tests/support/logfile.h"
 
+#include <iomanip>
+#include <sstream>
+
 std::vector<std::string> SplitLines(const std::string& text) {
     std::vector<std::string> lines;
     size_t start = 0;
@@ -20,4 +23,11 @@ std::vector<std::string> SiteMessages(const std::vector<std::string>& lines) {
         }
     }
     return messages;
+}
+
+std::string LoggedLine(uint32_t processId, const std::string& message) {
+    std::ostringstream line;
+    line << "11-16 00:10:05.123 [" << std::setw(5) << processId << "][ 4711][E]" << message
+         << "\r\n";
+    return line.str();
 }

@@ -1,6 +1,7 @@
-/** Reading log files. */
+/** Reading log files, and writing lines like those of a worker. */
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -9,3 +10,6 @@ std::vector<std::string> SplitLines(const std::string& text);
 
 /** The lines of log sites, reduced to "[source] message"; marker lines are left out. */
 std::vector<std::string> SiteMessages(const std::vector<std::string>& lines);
+
+/** The CR LF terminated line in which process `processId` logs `message`. */
+std::string LoggedLine(uint32_t processId, const std::string& message);

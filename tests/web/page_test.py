@@ -211,11 +211,16 @@ class PageTest(unittest.TestCase):
             self.assertEqual(status, 200)
             self.assertIn("attachment", headers["Content-Disposition"])
             self.assertEqual(b"1320523000001" in page, not mask)
+            self.assertEqual(self.doctor_in(page)["tool_version"], self.server.history()[0]["tool_version"])
             with tempfile.NamedTemporaryFile(suffix=".html") as file:
                 file.write(page)
                 file.flush()
                 self.browser.open("file://" + file.name)
                 self.check_report(file.name)
+
+    def doctor_in(self, page):
+        _, _, rest = page.decode().partition('"doctor":')
+        return json.JSONDecoder().raw_decode(rest)[0]
 
     def check_report(self, path):
         self.assertEqual(set(self.browser.numbers()), {"Plain GPU", HOSTILE, HOSTILE_LONG, "CPU"})

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tests/support/logfile.h"
 #include "tests/support/tempfolder.h"
 #include "tests/unit/client/workerrun.h"
 
@@ -21,7 +22,7 @@ class CLogFolder {
         CreateDirectoryW(m_folder.PathOf(L"Log").c_str(), nullptr);
         std::string text;
         for (const std::string& line : lines) {
-            text += "11-16 00:10:05.123 [ " + std::to_string(workerId) + "][ 4711]" + line + "\r\n";
+            text += LoggedLine(workerId, line);
         }
         WriteFileBytes(m_folder.PathOf(L"Log\\Qorvella_HardwareDll.log"), text);
     }
@@ -336,8 +337,8 @@ TEST_F(WorkerKeeperTest, TellsWhyReadingsAreMissingFromTheLogOfItsWorker) {
     Start({L"hello"});
     ASSERT_TRUE(WaitFor<HelloEvent>());
     folder.WriteLog(All<WorkerStartEvent>()[0].workerId,
-                    {"[E][I][  99][amdsdktask] User is not admin...",
-                     "[E][I][  55][zorvaneprocess] add AmdSdkTask failed"});
+                    {"[I][  99][amdsdktask] User is not admin...",
+                     "[I][  55][zorvaneprocess] add AmdSdkTask failed"});
     Pass(1);
     ASSERT_EQ(All<MissingEvent>().size(), 1u);
     EXPECT_EQ(All<MissingEvent>()[0].what, "cpu");
@@ -352,7 +353,7 @@ TEST_F(WorkerKeeperTest, TellsWithASilenceThatTheLogWillNotExplainIt) {
     m_libraryPath = folder.Library();
     Start({L"hello", L"gpu:0", L"gpu:0"});
     ASSERT_TRUE(WaitFor<GpuReading>(2));
-    folder.WriteLog(All<WorkerStartEvent>()[0].workerId, {"[E]-------log off"});
+    folder.WriteLog(All<WorkerStartEvent>()[0].workerId, {"-------log off"});
     Pass(4);
     EXPECT_TRUE(All<MissingEvent>().empty());
     Pass(1);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/logfile.h"
 #include "tests/support/tempfolder.h"
 
 namespace zorvane {
@@ -29,8 +30,7 @@ class WorkerLogTest : public testing::Test {
     }
 
     void Append(const std::string& message, DWORD processId = kWorker) {
-        WriteFileBytes(m_path, ReadFileBytes(m_path) + "11-16 00:10:05.123 [ " +
-                                   std::to_string(processId) + "][ 4711][E]" + message + "\r\n");
+        WriteFileBytes(m_path, ReadFileBytes(m_path) + LoggedLine(processId, message));
     }
 
     // "what id" of each report.

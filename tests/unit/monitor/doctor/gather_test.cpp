@@ -19,6 +19,7 @@
 #include "tests/support/buildfolder.h"
 #include "tests/support/fakecpuid.h"
 #include "tests/support/importpatch.h"
+#include "tests/support/logfile.h"
 #include "tests/support/tempfolder.h"
 
 namespace zorvane {
@@ -129,10 +130,8 @@ TEST_F(GatherTest, LogMayBeAFolderAndKeptOn) {
 
 TEST_F(GatherTest, LogTellsOfTheLastRun) {
     MakeFolder(L"Log");
-    WriteFileBytes(LogPath(),
-                   "11-21 19:48:39.186 [99999][ 5288][E]-------log start\r\n"
-                   "11-21 19:48:39.208 [99999][ 5308][E][I][ 103][amdsdktask] User is not "
-                   "admin...\r\n");
+    WriteFileBytes(LogPath(), LoggedLine(99999, "-------log start") +
+                                  LoggedLine(99999, "[I][ 103][amdsdktask] User is not admin..."));
     const LogFacts log = GatherLog(Target());
     ASSERT_TRUE(log.lastRun);
     EXPECT_EQ(log.lastRun->end, RunEnd::kBrokenOff);
@@ -143,14 +142,13 @@ TEST_F(GatherTest, LogTellsOfTheLastRun) {
 
 TEST_F(GatherTest, OfALargeLogTheBeginAndTheEndAreRead) {
     MakeFolder(L"Log");
-    const std::string filler = "11-21 19:48:40.000 [    5][    6][E]-------log off\r\n";
-    std::string bytes =
-        "11-21 19:48:39.186 [    5][    6][E]-------log start\r\n"
-        "11-21 19:48:39.208 [    5][    6][E][I][ 103][amdsdktask] User is not admin...\r\n";
+    const std::string filler = LoggedLine(5, "-------log off");
+    std::string bytes = LoggedLine(5, "-------log start") +
+                        LoggedLine(5, "[I][ 103][amdsdktask] User is not admin...");
     while (bytes.size() < size_t{6} << 20) {
         bytes += filler;
     }
-    WriteFileBytes(LogPath(), bytes + "11-21 20:00:00.000 [    7][    8][E]-------log start\r\n");
+    WriteFileBytes(LogPath(), bytes + LoggedLine(7, "-------log start"));
     const LogFacts log = GatherLog(Target());
     EXPECT_EQ(log.lastRun->processId, 7u);
     EXPECT_EQ(log.switchReason->reason.id, "amd.not_admin");

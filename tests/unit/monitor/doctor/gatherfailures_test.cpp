@@ -4,7 +4,6 @@
 #include <winternl.h>
 
 #include <cfgmgr32.h>
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <setupapi.h>
@@ -21,6 +20,7 @@
 #include "tests/support/buildfolder.h"
 #include "tests/support/childprocess.h"
 #include "tests/support/importpatch.h"
+#include "tests/support/logfile.h"
 #include "tests/support/tempfolder.h"
 
 namespace zorvane {
@@ -55,9 +55,7 @@ class GatherFailures : public testing::Test {
     // A log of that process in the test's folder.
     void WriteLog(DWORD process = GetCurrentProcessId()) const {
         std::filesystem::create_directory(m_folder.PathOf(L"Log"));
-        WriteFileBytes(
-            m_folder.PathOf(ZorLog::kLogFile),
-            fmt::format("11-21 19:48:39.186 [{:5}][    6][E]-------log start\r\n", process));
+        WriteFileBytes(m_folder.PathOf(ZorLog::kLogFile), LoggedLine(process, "-------log start"));
     }
 
     CTempFolder m_folder;

@@ -13,6 +13,7 @@
 #include "src/log/logfile.h"
 #include "tests/support/buildfolder.h"
 #include "tests/support/importpatch.h"
+#include "tests/support/logfile.h"
 #include "tests/support/tempfolder.h"
 
 namespace zorvane {
@@ -52,8 +53,7 @@ class HarmlessTest : public testing::Test {
                 std::filesystem::path(m_folder.Path()) / std::filesystem::path(file).filename());
         }
         std::filesystem::create_directory(m_folder.PathOf(L"Log"));
-        WriteFileBytes(m_folder.PathOf(ZorLog::kLogFile),
-                       "11-21 19:48:39.186 [    5][    6][E]-------log start\r\n");
+        WriteFileBytes(m_folder.PathOf(ZorLog::kLogFile), LoggedLine(5, "-------log start"));
         WriteFileBytes(m_folder.PathOf(L"Qorvella.set"), "[cpu_kernel]\r\nsdk_flag=0\r\n");
         SetEnvironmentVariableW(L"ProgramW6432", (BuildFolder(L"sim") + L"\\ProgramFiles").c_str());
     }

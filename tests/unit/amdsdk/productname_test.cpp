@@ -68,6 +68,22 @@ TEST(ProductName, FailedReadIsNotLookedAt) {
     }
 }
 
+TEST(ProductName, KeyOfAFailedOpenIsNeitherReadNorClosed) {
+    PATCH_IMPORT(open, RegOpenKeyExW, [](HKEY, LPCWSTR, DWORD, REGSAM, PHKEY key) -> LSTATUS {
+        *key = reinterpret_cast<HKEY>(ULONG_PTR{8});
+        return ERROR_ACCESS_DENIED;
+    });
+    int calls = 0;
+    const auto count = [&](auto...) -> LSTATUS {
+        ++calls;
+        return ERROR_SUCCESS;
+    };
+    PATCH_IMPORT(query, RegQueryValueExW, count);
+    PATCH_IMPORT(close, RegCloseKey, count);
+    EXPECT_EQ(CRegistryKey(HKEY_LOCAL_MACHINE, L"path", KEY_READ).ReadText(L"name"), std::nullopt);
+    EXPECT_EQ(calls, 0);
+}
+
 TEST(ProductName, OddByteCountIsMalformed) {
     EXPECT_EQ(Read({REG_SZ, std::string("a\0\0", 3)}), std::nullopt);
     EXPECT_EQ(Read({REG_SZ, std::string("a\0\0\0\0", 5)}), std::nullopt);

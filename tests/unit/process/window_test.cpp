@@ -50,9 +50,19 @@ class CTestedWindow : public CWindowBase {
     HWND windowAtFinalMessage = nullptr;
 };
 
+// As in a library: a program has no handle, and would not miss one.
+class CAttachedModule {
+  public:
+    CAttachedModule() { SetModuleInstance(GetModuleHandleW(nullptr)); }
+    ~CAttachedModule() { SetModuleInstance(nullptr); }
+    CAttachedModule(const CAttachedModule&) = delete;
+    CAttachedModule& operator=(const CAttachedModule&) = delete;
+};
+
 }  // namespace
 
 TEST(WindowClass, IsRegisteredOnceWithItsFields) {
+    const CAttachedModule module;
     std::vector<WNDCLASSEXW> registered;
     std::wstring name;
     PATCH_IMPORT(registration, RegisterClassExW, [&](const WNDCLASSEXW* description) {
@@ -114,6 +124,7 @@ TEST(WindowClass, UnregistersNothingWhenItWasNotRegistered) {
 }
 
 TEST(Window, IsCreatedAsAHiddenPopUpOfNoSize) {
+    const CAttachedModule module;
     int calls = 0;
     CWindowClass windowClass;
     const ATOM atom = windowClass.Register();
@@ -451,7 +462,10 @@ TEST(Window, IsNotCreatedWhenItCannotBeToldOfItsObject) {
         PATCH_IMPORT(tell, SetWindowLongPtrW, [&](auto... arguments) -> LONG_PTR {
             return ++calls == failing ? 0 : tell.Original(arguments...);
         });
-        EXPECT_EQ(window.CreateHidden(windowClass.Register()), nullptr);
+        const ATOM atom = windowClass.Register();
+        SetLastError(ERROR_SUCCESS);
+        EXPECT_EQ(window.CreateHidden(atom), nullptr);
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_WINDOW_HANDLE});
         EXPECT_NE(made, nullptr);
         EXPECT_FALSE(IsWindow(made));
         EXPECT_EQ(window.Window(), nullptr);

@@ -27,7 +27,6 @@ namespace zorvane {
 using testing::Contains;
 using testing::EndsWith;
 using testing::IsEmpty;
-using testing::Not;
 using testing::SizeIs;
 
 namespace {

@@ -198,12 +198,13 @@ class GatheredService : public GatherFailures {
   protected:
     ServiceFacts Service() const { return GatherDriver(Target()).service; }
 
-    static inline const auto kHandle = reinterpret_cast<SC_HANDLE>(1);
+    static SC_HANDLE AnyHandle() { return reinterpret_cast<SC_HANDLE>(1); }
+
     DWORD m_statusError = 0;
     bool m_hasConfiguration = true;
     LPWSTR m_path = nullptr;
-    PATCH_IMPORT(m_manager, OpenSCManagerW, [](auto...) { return kHandle; });
-    PATCH_IMPORT(m_open, OpenServiceW, [](auto...) { return kHandle; });
+    PATCH_IMPORT(m_manager, OpenSCManagerW, [](auto...) { return AnyHandle(); });
+    PATCH_IMPORT(m_open, OpenServiceW, [](auto...) { return AnyHandle(); });
     PATCH_IMPORT(m_close, CloseServiceHandle, [](auto...) -> WINBOOL { return TRUE; });
     PATCH_IMPORT(m_query, QueryServiceStatus, [this](auto, SERVICE_STATUS* status) -> WINBOOL {
         status->dwCurrentState = SERVICE_RUNNING;

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "tests/e2e/monitor.h"
 #include "tests/support/records.h"
 
@@ -78,14 +80,17 @@ TEST_F(Monitor, ShowsATableWhenNotAskedForJson) {
 }
 
 TEST_F(Monitor, GivesTheSameReadingsInTheFormsForOtherTools) {
-    ASSERT_EQ(RunMonitor(TwoGpusOnly(),
+    MachineParts parts = TwoGpusOnly();
+    // The same from the first round on: a zorvanemon that the computer keeps waiting loses records.
+    parts.scenario =
+        std::regex_replace(parts.scenario, std::regex(R"(("perRead": \[\d+, \d+), \d+)"), "$1");
+    ASSERT_EQ(RunMonitor(parts,
                          L"--format csv --count 1 --fields "
                          L"pci_bus_id,gpu_temperature_celsius,fan_speed_percent"),
               0u)
         << m_monitor->Errors();
     EXPECT_THAT(m_monitor->Output(), HasSubstr("\r\n00000000:01:00.0,42,52\r\n"));
-    ASSERT_EQ(RunMonitor(TwoGpusOnly(), L"--format prometheus --count 1"), 0u)
-        << m_monitor->Errors();
+    ASSERT_EQ(RunMonitor(parts, L"--format prometheus --count 1"), 0u) << m_monitor->Errors();
     const std::string gpu = R"({worker="zorvanemon",pci_bus_id="00000000:01:00.0"})";
     EXPECT_THAT(m_monitor->Output(), HasSubstr("zorvane_gpu_temperature_celsius" + gpu + " 42\n"));
     EXPECT_THAT(m_monitor->Output(), HasSubstr("zorvane_gpu_fan_speed_ratio" + gpu + " 0.52\n"));

@@ -226,6 +226,24 @@ TEST_F(HttpServerTest, RefusesLateRequests) {
     EXPECT_THAT(silent.ReceiveAll(), StartsWith("HTTP/1.1 408 "));
 }
 
+TEST_F(HttpServerTest, ClosesAConnectionThatRestsWithoutAWordAndRefusesHalfASecondRequest) {
+    ServerLimits limits;
+    // Long enough for a busy computer to send the first one.
+    limits.headerTime = std::chrono::seconds(3);
+    StartServer(limits);
+    CClient resting(Port());
+    CClient half(Port());
+    for (CClient* client : {&resting, &half}) {
+        client->Send("HEAD / HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(Port()) + "\r\n\r\n");
+        EXPECT_THAT(client->ReceiveUntil("\r\n\r\n"), StartsWith("HTTP/1.1 200 "));
+        client->Forget();
+    }
+    half.Send("HEAD / HT");
+    EXPECT_EQ(resting.ReceiveAll(), "");
+    EXPECT_TRUE(resting.IsClosed());
+    EXPECT_THAT(half.ReceiveAll(), StartsWith("HTTP/1.1 408 "));
+}
+
 TEST_F(HttpServerTest, RefusesHeadersThatAreTooLarge) {
     StartServer();
     CClient client(Port());

@@ -50,7 +50,7 @@ class CTestedWindow : public CWindowBase {
     HWND windowAtFinalMessage = nullptr;
 };
 
-// As in a library: a program has no handle, and would not miss one.
+// As in a library. In a program the kept handle is null, which is also what a forgotten one is.
 class CAttachedModule {
   public:
     CAttachedModule() { SetModuleInstance(GetModuleHandleW(nullptr)); }
@@ -100,9 +100,11 @@ TEST(WindowClass, TriesAgainAfterARefusal) {
 }
 
 TEST(WindowClass, GoesWithItsObject) {
+    const CAttachedModule module;
     std::optional<std::wstring> unregistered;
     PATCH_IMPORT(unregistration, UnregisterClassW, [&](const wchar_t* name, HINSTANCE instance) {
         unregistered = std::to_wstring(reinterpret_cast<ULONG_PTR>(name));
+        EXPECT_EQ(instance, ModuleInstance());
         return unregistration.Original(name, instance);
     });
     ATOM atom = 0;
